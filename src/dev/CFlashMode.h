@@ -1,0 +1,24 @@
+#pragma once
+
+#include "dev/CState.h"
+
+/// The mode of a device that runs flash code.
+class ZEL_API CFlashMode : public CState
+{
+public:
+    CFlashMode();
+
+    bool Reset2Rom() override;
+    bool Reset2Flash() override;
+    bool WriteFlash() override;
+    bool CheckFlash() override;
+    bool DevReadVersion(USHORT& wVersion) override;
+    bool DevErase() override;
+    bool Arrive(DWORD devInst, DWORD dwOldSS) override;
+    bool Remove() override;
+    bool ToRom() override;
+    bool ToFlash() override;
+    bool ToWait() override;
+    bool IsPresent() override;
+    bool IsAbsent() override;
+};

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "dev/CZelHubPDDev.h"
+
+class CTopoMatch;
+class CVidPidMatch;
+
+/// A hub chip that answers vendor requests on its own endpoint 0. Everything goes to whatever
+/// hub the command object has open. Operations block; nothing is retried.
+class ZEL_API CUSBDev : public CZelHubPDDev
+{
+public:
+    CUSBDev();
+    ~CUSBDev() override;
+
+    void AddDevID(DWORD dwFirst, DWORD dwSecond) override;
+    void SetTopo(WCHAR* pszLocation) override;
+    void SetTopo(int nLevel, int nPort) override;
+    bool Arrive(DWORD devInst, DWORD dwOldSS) override;
+    bool Arrive(DWORD devInst) override;
+    bool Remove() override;
+    bool IsMeEx(DWORD devInst) override;
+
+    /// Sets the download slave address. Deliberate: true means that the request FAILED.
+    bool MP_SetByPassMode(BYTE byMode, BYTE byAddr) override;
+
+    /// Vendor request 0x40/0xDC: 3-byte header and data. @param byLen at most 61, else 87
+    DWORD BlockOutTrans(const DEVICE_ATTR& attr, BYTE byCommand, USHORT wOffset, BYTE* pData,
+                        BYTE byLen, DWORD dwTimeoutMs) override;
+    DWORD BlockInTrans(const DEVICE_ATTR& attr, BYTE byCommand, USHORT wOffset, BYTE* pData,
+                       BYTE byLen, DWORD dwTimeoutMs) override;
+    DWORD I2CConfigImpl(BYTE byA, BYTE byB, BYTE byC) override;
+    DWORD I2CWriteImpl(DWORD dwAddr, BYTE* pBuf, USHORT wLen) override;
+    DWORD I2CReadImpl(DWORD dwAddr, BYTE* pBuf, USHORT wLen) override;
+    bool MatchDev(DWORD devInst) override;
+
+    bool IsDualBank() override;
+    bool IsRomCode() override;
+    bool IsNeedReset() override;
+    bool Reset2RomEx() override;
+    bool Reset2FlashEx() override;
+    bool WriteFlashEx(const std::vector<BYTE>& vFw) override;
+    bool ReadFlashEx(std::vector<BYTE>& vOut) override;
+    bool CheckFlashInFlash() override;
+    bool DevReadVersionEx(USHORT& wVersion) override;
+    bool DevEraseEx() override;
+    bool MP_Vdcmdenable(BYTE byValue) override;
+
+    virtual void SetDevID(DWORD dwVid, DWORD dwPid);
+
+protected:
+    CVidPidMatch* m_pVidPidMatch = nullptr; ///< owned
+    CTopoMatch* m_pTopoMatch = nullptr;     ///< owned
+    WString m_LocationPath;
+
+private:
+    bool WriteFlashUnit(DWORD dwAddr, BYTE* pBuf, DWORD dwLen);
+    bool ReadFlashUnit(DWORD dwAddr, BYTE* pBuf, DWORD dwLen);
+    bool IsSameLoacation(DWORD devInst);
+    void FillLoacation(DWORD devInst);
+
+    friend class CUSBDevTestAccess; ///< nothing in the update path calls the private operations
+};
