@@ -1,4 +1,4 @@
-# What all of our own targets share: warnings as errors, sanitizers.
+# What all of our own targets share: warnings as errors, sanitizers, the compiler cache.
 
 add_library(zelhub_flags INTERFACE)
 target_compile_options(zelhub_flags INTERFACE
@@ -10,4 +10,13 @@ if(ZELHUB_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
+endif()
+
+# The cache must be told that a precompiled header counts by its content.
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(ccache_launcher ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros
+        ${CCACHE_PROGRAM})
+    set(CMAKE_C_COMPILER_LAUNCHER ${ccache_launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${ccache_launcher})
 endif()

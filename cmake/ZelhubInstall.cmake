@@ -1,0 +1,22 @@
+# cmake --install: headers under include/zelhub with the names of their folders, the library, a
+# CMake package and a pkg-config file. The tool installs itself.
+include(CMakePackageConfigHelpers)
+
+foreach(folder platform wire msg transport cmd find dev flow api)
+    file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${folder}/*.h)
+    install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zelhub/${folder})
+endforeach()
+
+install(TARGETS Zelhublib64 EXPORT Zelhublib64Targets)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Zelhublib64)
+install(EXPORT Zelhublib64Targets NAMESPACE Zelhublib64:: DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/Zelhublib64ConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/Zelhublib64Config.cmake
+    ${PROJECT_BINARY_DIR}/Zelhublib64ConfigVersion.cmake DESTINATION ${package_dir})
+
+file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/zelhublib64.pc.in
+    ${PROJECT_BINARY_DIR}/zelhublib64.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zelhublib64.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

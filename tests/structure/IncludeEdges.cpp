@@ -1,0 +1,98 @@
+#include "structure/IncludeEdges.h"
+
+#include <regex>
+#include <set>
+
+namespace
+{
+/// A row of the table in docs/architecture.md: files whose path matches `sFiles` may include what
+/// matches `sTargets`. The first row that matches a file decides.
+struct EDGE_RULE
+{
+    const char* sFiles;
+    const char* sTargets;
+};
+
+const EDGE_RULE kRules[] = {
+    {"src/platform/linux/.*", "(platform|wire)/.*"},
+    {"src/platform/windows/.*", "platform/.*"},
+    {"src/platform/.*", "platform/[^/]*"},
+    {"src/wire/.*", "(wire|platform)/[^/]*"},
+    {"src/msg/.*", "(msg|platform)/[^/]*"},
+    {"src/transport/.*", "(transport|msg|wire|platform)/[^/]*"},
+    {"src/cmd/.*", "(cmd|transport|msg|wire|platform)/[^/]*"},
+    {"src/find/C[A-Za-z0-9]*Match\\.(h|cpp)",
+     "(msg|platform)/[^/]*|dev/IDev\\.h|find/(CDevProperty|IMatch|C[A-Za-z0-9]*Match)\\.h"},
+    {"src/find/.*", "(find|cmd|transport|msg|wire|platform)/[^/]*|dev/IDev\\.h"},
+    {"src/dev/IDev\\.h", "(dev/DEVSTATE\\.h)|(msg|platform)/[^/]*"},
+    {"src/dev/.*", "(dev|cmd|transport|msg|wire|platform)/[^/]*|find/CDevProperty\\.h|"
+                   "find/(IMatch|C[A-Za-z0-9]*Match)\\.h|flow/CHubFwFinder\\.h"},
+    {"src/flow/[A-Za-z]*FwFinder\\.(h|cpp)", "(msg|platform)/[^/]*|flow/[A-Za-z]*FwFinder\\.h"},
+    {"src/flow/.*", "(flow|msg|platform)/[^/]*|dev/IDev\\.h|dev/DEVSTATE\\.h|find/IDevFinder\\.h"},
+    {"src/api/.*", "(api|flow|dev|find|cmd|transport|msg|wire|platform)/[^/]*"},
+    {"sim/.*", "sim/.*|(wire|platform)/[^/]*"},
+    {"tools/zelhub/.*",
+     "(tools/zelhub|sim)/.*|(api|flow|dev|find|cmd|transport|msg|wire|platform)/[^/]*"},
+};
+
+/// What the standard library offers, in C++ and in C.
+const std::set<std::string> kStandardHeaders = {
+    "algorithm",     "any",          "array",
+    "atomic",        "bit",          "bitset",
+    "cassert",       "cctype",       "cerrno",
+    "charconv",      "chrono",       "cinttypes",
+    "climits",       "clocale",      "cmath",
+    "compare",       "concepts",     "condition_variable",
+    "csignal",       "cstdarg",      "cstddef",
+    "cstdint",       "cstdio",       "cstdlib",
+    "cstring",       "ctime",        "cuchar",
+    "cwchar",        "deque",        "exception",
+    "filesystem",    "forward_list", "fstream",
+    "functional",    "future",       "initializer_list",
+    "iomanip",       "ios",          "iosfwd",
+    "iostream",      "istream",      "iterator",
+    "limits",        "list",         "locale",
+    "map",           "memory",       "memory_resource",
+    "mutex",         "new",          "numbers",
+    "numeric",       "optional",     "ostream",
+    "queue",         "random",       "ranges",
+    "ratio",         "regex",        "set",
+    "shared_mutex",  "span",         "sstream",
+    "stack",         "stdexcept",    "streambuf",
+    "string",        "string_view",  "system_error",
+    "thread",        "tuple",        "type_traits",
+    "typeindex",     "typeinfo",     "unordered_map",
+    "unordered_set", "utility",      "variant",
+    "vector",        "version",      "stdarg.h",
+    "stdbool.h",     "stddef.h",     "stdint.h",
+    "stdio.h",       "stdlib.h",     "string.h",
+    "uchar.h",       "wchar.h"};
+
+bool SystemHeaderAllowed(const std::string& sPath, const std::string& sHeader)
+{
+    if (kStandardHeaders.count(sHeader) != 0)
+        return true;
+    if (std::regex_match(sPath, std::regex("src/platform/(linux|windows)/.*")))
+        return true;
+    return sPath.rfind("tools/", 0) == 0 &&
+           std::regex_match(sHeader, std::regex("(CLI|nlohmann)/.*"));
+}
+} // namespace
+
+std::string WhyNotAllowed(const SOURCE_LINE& line)
+{
+    static const std::regex kInclude(R"(\s*#\s*include\s*(["<])([^">]*)[">].*)");
+    std::smatch match;
+    if (!std::regex_match(line.sText, match, kInclude))
+        return {};
+    const std::string sTarget = match[2];
+    if (match[1] == "<")
+        return SystemHeaderAllowed(line.sPath, sTarget) ? "" : "not a header of the standard";
+    for (const EDGE_RULE& rule : kRules) {
+        if (!std::regex_match(line.sPath, std::regex(rule.sFiles)))
+            continue;
+        const bool bAllowed = std::regex_match(sTarget, std::regex(rule.sTargets));
+        return bAllowed ? std::string() : std::string("the table allows ") + rule.sTargets;
+    }
+    return "the table has no row for this file";
+}

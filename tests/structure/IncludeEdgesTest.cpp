@@ -1,0 +1,59 @@
+#include "structure/IncludeEdges.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+struct Edge
+{
+    const char* pszFile;
+    const char* pszLine;
+    bool bAllowed;
+};
+
+const Edge kEdges[] = {
+    {"src/msg/CMsg.cpp", "#include \"msg/CMsg.h\"", true},
+    {"src/msg/CMsg.cpp", "#include <mutex>", true},
+    {"src/msg/CMsg.cpp", "int n = 0; // #include", true},
+    {"src/msg/CMsg.cpp", "#include \"transport/CPropertyEx.h\"", false},
+    {"src/msg/CMsg.cpp", "#include <unistd.h>", false},
+    {"src/msg/CMsg.cpp", "# include <windows.h>", false},
+    {"src/msg/CMsg.cpp", "#include \"platform/linux/CLinuxClock.h\"", false},
+    {"src/platform/linux/CLinuxClock.cpp", "#include <unistd.h>", true},
+    {"src/platform/linux/CLinuxClock.cpp", "#include \"msg/CMsg.h\"", false},
+    {"src/find/CTopoMatch.cpp", "#include \"dev/IDev.h\"", true},
+    {"src/find/CTopoMatch.cpp", "#include \"find/CUSBDevFind.h\"", false},
+    {"src/find/CTopoMatch.cpp", "#include \"cmd/CRequestCMD.h\"", false},
+    {"src/find/CUSBDevFind.cpp", "#include \"dev/CHubDev.h\"", false},
+    {"src/dev/CHubDev.cpp", "#include \"find/CTopoMatch.h\"", true},
+    {"src/dev/CHubDev.cpp", "#include \"find/IDevFinder.h\"", false},
+    {"src/dev/IDev.h", "#include \"find/IMatch.h\"", false},
+    {"src/flow/CUniversalFlow.cpp", "#include \"find/IDevFinder.h\"", true},
+    {"src/flow/CUniversalFlow.cpp", "#include \"dev/CHubDev.h\"", false},
+    {"src/flow/CHubFwFinder.cpp", "#include \"dev/IDev.h\"", false},
+    {"sim/CSimHub.cpp", "#include \"wire/Urb.h\"", true},
+    {"sim/CSimHub.cpp", "#include \"msg/CMsg.h\"", false},
+    {"sim/CSimHub.cpp", "#include <sys/stat.h>", false},
+    {"tools/zelhub/Main.cpp", "#include <CLI/CLI.hpp>", true},
+    {"tools/zelhub/Main.cpp", "#include \"platform/linux/CLinuxClock.h\"", false},
+    {"src/elsewhere/New.cpp", "#include \"msg/CMsg.h\"", false},
+};
+
+TEST(IncludeEdges, TheJudgeKnowsRightFromWrong)
+{
+    for (const Edge& edge : kEdges) {
+        const std::string sWhy = WhyNotAllowed({edge.pszFile, 1, edge.pszLine});
+        EXPECT_EQ(sWhy.empty(), edge.bAllowed) << edge.pszFile << ": " << edge.pszLine;
+    }
+}
+
+TEST(IncludeEdges, NoFileIncludesWhatItsFolderMayNot)
+{
+    const std::vector<SOURCE_LINE> lines = LinesBelow({"src", "sim", "tools"});
+    ASSERT_GT(lines.size(), 1000u) << "the sources were not found";
+    for (const SOURCE_LINE& line : lines) {
+        const std::string sWhy = WhyNotAllowed(line);
+        EXPECT_TRUE(sWhy.empty()) << Place(line) << "\n    " << sWhy;
+    }
+}
+} // namespace
