@@ -12,6 +12,11 @@ if(ZELHUB_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(ZELHUB_TIDY)
+    find_program(CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
+    set(CMAKE_CXX_CLANG_TIDY ${CLANG_TIDY} --quiet)
+endif()
+
 # The cache must be told that a precompiled header counts by its content.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)

@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# Installs what the build needs and this machine lacks, with apt-get; does nothing where all is
+# there. Usage: scripts/setup.sh [build] [lint] [clang] [bench]      (default: build)
+set -euo pipefail
+
+missing=()
+
+# need PACKAGE TEST...: notes the package when the test fails
+need() {
+    local package=$1
+    shift
+    "$@" >/dev/null 2>&1 || missing+=("$package")
+}
+
+has() { command -v "$1"; }
+header() { test -e "/usr/include/$1"; }
+
+for group in "${@:-build}"; do
+    case $group in
+    build)
+        need g++ has g++
+        need cmake has cmake
+        need ninja-build has ninja
+        need pkg-config has pkg-config
+        need libgtest-dev header gtest/gtest.h
+        need libgmock-dev header gmock/gmock.h
+        need libcli11-dev header CLI/CLI.hpp
+        need nlohmann-json3-dev header nlohmann/json.hpp
+        ;;
+    lint)
+        need clang-format-14 has clang-format-14
+        need clang-tidy-14 has clang-tidy-14
+        ;;
+    clang)
+        need clang-14 has clang++-14
+        ;;
+    bench)
+        need libbenchmark-dev header benchmark/benchmark.h
+        ;;
+    *)
+        echo "setup: no group named '$group' (build, lint, clang, bench)" >&2
+        exit 2
+        ;;
+    esac
+done
+
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+if ! command -v apt-get >/dev/null; then
+    echo "setup: this machine has no apt-get; please install: ${missing[*]}" >&2
+    exit 1
+fi
+root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "setup: not root and no sudo; please install: ${missing[*]}" >&2
+        exit 1
+    fi
+    root=(sudo)
+fi
+
+echo "setup: installing ${missing[*]}" >&2
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+quietly() { "$@" >"$log" 2>&1 </dev/null || { cat "$log" >&2; return 1; }; }
+quietly "${root[@]}" apt-get update -q
+quietly "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -q -y --no-install-recommends "${missing[@]}"

@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Builds and tests. Usage: scripts/test.sh [--quick|--full]
+#   (default)  release build and sanitizer build with their tests, format of the whole tree,
+#              clang-tidy on what changed
+#   --quick    the release build and its tests alone
+#   --full     also the clang build, the whole tree under clang-tidy, the planted faults
+# Every step runs even when an earlier one failed; the release build's summary comes last, and
+# the exit code is 0 only when every step passed.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+
+usage() { sed -n '2,8s/^# \{0,1\}//p' scripts/test.sh; }
+mode=default
+case "${1:-}" in
+"") ;;
+--quick) mode=quick ;;
+--full) mode=full ;;
+-h | --help) usage; exit 0 ;;
+*) usage >&2; exit 2 ;;
+esac
+
+groups=(build)
+[ $mode = quick ] || groups+=(lint)
+[ $mode != full ] || groups+=(clang)
+scripts/setup.sh "${groups[@]}" || exit 1
+
+jobs=$(nproc)
+failed=()
+
+# step NAME COMMAND...: runs it, says how long it took, remembers a failure
+step() {
+    local name=$1 start=$SECONDS
+    shift
+    echo "== $name"
+    if "$@" </dev/null; then
+        echo "== $name: passed ($((SECONDS - start)) s)"
+    else
+        echo "== $name: FAILED ($((SECONDS - start)) s)" >&2
+        failed+=("$name")
+        return 1
+    fi
+}
+
+# Only what matters of a build: its errors, or one line.
+build() {
+    local log=build/$1.log
+    mkdir -p build
+    if cmake --preset "$1" >"$log" 2>&1 && cmake --build --preset "$1" -j "$jobs" >>"$log" 2>&1; then
+        tail -n 1 "$log"
+    else
+        tail -n 60 "$log"
+        return 1
+    fi
+}
+
+tests() { ctest --preset "$1" -j "$jobs"; }
+
+release_built=yes
+step "release build" build release || release_built=no
+
+if [ $mode != quick ]; then
+    step "sanitizer build" build sanitize && step "sanitizer tests" tests sanitize
+    if [ $mode = full ]; then
+        step "clang build" build clang && step "clang tests" tests clang
+    fi
+    step "format" scripts/format.sh --check
+    if [ $mode = full ]; then
+        step "clang-tidy, whole tree" scripts/tidy.sh --all
+        step "planted faults" scripts/planted-faults.sh
+    else
+        step "clang-tidy, what changed" scripts/tidy.sh
+    fi
+fi
+
+[ ${#failed[@]} -eq 0 ] || printf 'FAILED so far: %s\n' "${failed[@]}" >&2
+[ $release_built = yes ] || exit 1
+tests release || exit 1
+[ ${#failed[@]} -eq 0 ]
