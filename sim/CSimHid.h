@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/IHid.h"
+
+class CSimMachine;
+
+/// The HID class services over nodes that have capabilities in their specification.
+class CSimHid : public IHid
+{
+public:
+    explicit CSimHid(CSimMachine& machine) : m_machine(machine) {}
+
+    void GetHidGuid(GUID* pGuid) override;
+    BYTE GetPreparsedData(HANDLE hDevice, HANDLE* phData) override;
+    LONG GetCaps(HANDLE hData, HID_CAPS* pCaps) override;
+    BYTE FreePreparsedData(HANDLE hData) override;
+
+private:
+    CSimMachine& m_machine;
+};

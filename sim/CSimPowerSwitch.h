@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/IPowerSwitch.h"
+
+#include <string>
+#include <vector>
+
+class CSimMachine;
+
+/// The WMI conversation over the nodes' power objects (CSimNode::PowerObjects). The query's LIKE
+/// pattern is really matched; conversations out of order, or without elevation, fail as the
+/// system would.
+class CSimPowerSwitch : public IPowerSwitch
+{
+public:
+    explicit CSimPowerSwitch(CSimMachine& machine) : m_machine(machine) {}
+
+    int ComDepth() const { return m_nComDepth; } ///< initialisations not taken back yet
+
+    /// The queries so far, narrowed.
+    const std::vector<std::string>& Queries() const { return m_queries; }
+
+    LONG InitializeCom(DWORD dwApartment) override;
+    void UninitializeCom() override;
+    LONG InitializeSecurity(int nServices, DWORD dwAuthLevel, DWORD dwImpLevel,
+                            DWORD dwCapabilities) override;
+    LONG CreateLocator(HANDLE* phLocator) override;
+    LONG ConnectServer(HANDLE hLocator, const WCHAR* pszNamespace, HANDLE* phServices) override;
+    LONG SetProxyBlanket(HANDLE hServices, DWORD dwAuthn, DWORD dwAuthz, DWORD dwAuthLevel,
+                         DWORD dwImpLevel, DWORD dwCapabilities) override;
+    LONG ExecQuery(HANDLE hServices, const WCHAR* pszLanguage, const WCHAR* pszQuery, DWORD dwFlags,
+                   HANDLE* phEnumerator) override;
+    LONG Next(HANDLE hEnumerator, LONG lTimeoutMs, HANDLE* phObject, DWORD* pdwReturned) override;
+    LONG GetText(HANDLE hObject, const WCHAR* pszName, WString* pText) override;
+    LONG GetSwitch(HANDLE hObject, const WCHAR* pszName, DWORD* pdwValue) override;
+    LONG PutSwitch(HANDLE hObject, const WCHAR* pszName, bool bValue) override;
+    LONG PutInstance(HANDLE hServices, HANDLE hObject, DWORD dwFlags) override;
+    void Release(HANDLE hObject) override;
+
+private:
+    CSimMachine& m_machine;
+    int m_nComDepth = 0;
+    bool m_bSecurity = false;
+    std::vector<std::string> m_queries;
+};
