@@ -2,10 +2,9 @@
 # CMake package and a pkg-config file. The tool installs itself.
 include(CMakePackageConfigHelpers)
 
-foreach(folder platform wire msg transport cmd find dev flow api)
-    file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${folder}/*.h)
-    install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zelhub/${folder})
-endforeach()
+install(CODE "set(SOURCE_ROOT ${PROJECT_SOURCE_DIR}/src)
+set(DESTINATION \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/zelhub)
+include(${PROJECT_SOURCE_DIR}/cmake/InstallHeaders.cmake)")
 
 install(TARGETS Zelhublib64 EXPORT Zelhublib64Targets)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Zelhublib64)
@@ -16,6 +15,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/cmake/Zelhublib64Config.cmake
     ${PROJECT_BINARY_DIR}/Zelhublib64ConfigVersion.cmake DESTINATION ${package_dir})
 
 file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" pc_to_prefix ${pc_to_prefix})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zelhublib64.pc.in
     ${PROJECT_BINARY_DIR}/zelhublib64.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zelhublib64.pc
