@@ -1,0 +1,79 @@
+#include "msg/CLogResponder.h"
+
+#include <cstring>
+#include <string>
+
+#include "msg/CLogStream.h"
+#include "platform/Fatal.h"
+#include "platform/IHostFiles.h"
+#include "platform/IProcess.h"
+#include "platform/Platform.h"
+
+namespace
+{
+constexpr DWORD kModulePathSize = 1024;
+
+/// The folder of the library's file with its separator; a path without one stays whole.
+std::string ModuleFolder()
+{
+    char szPath[kModulePathSize] = {};
+    CLogResponder::GetSelfModulePath(szPath);
+    std::string strPath = szPath;
+    const std::size_t nCut = strPath.rfind(CurrentPlatform().HostFiles().Separator());
+    if (nCut != std::string::npos)
+        strPath.resize(nCut + 1);
+    return strPath;
+}
+} // namespace
+
+CLogResponder::CLogResponder() : m_pStream(new CLogStream)
+{
+    const std::string strPath = ModuleFolder() + "info.txt";
+    if (strPath.size() >= sizeof m_szPath)
+        Fatal("log path too long");
+    std::memcpy(m_szPath, strPath.c_str(), strPath.size() + 1);
+}
+
+CLogResponder::CLogResponder(const CLogResponder& other)
+    : IResponder(other), m_eLevel(other.m_eLevel), m_pStream(new CLogStream)
+{
+    std::memcpy(m_szPath, other.m_szPath, sizeof m_szPath);
+}
+
+CLogResponder& CLogResponder::operator=(const CLogResponder& other)
+{
+    m_eLevel = other.m_eLevel;
+    std::memmove(m_szPath, other.m_szPath, sizeof m_szPath);
+    return *this;
+}
+
+CLogResponder::~CLogResponder()
+{
+    delete m_pStream;
+}
+
+void CLogResponder::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
+{
+    if (eLevel < m_eLevel)
+        return;
+    m_pStream->Open(m_szPath);
+    m_pStream->Write(pszText);
+    m_pStream->Close();
+}
+
+void CLogResponder::ShowUIMsg(const char* /*pszText*/, RESTYPE /*eType*/) {}
+
+void CLogResponder::CountDown(const char* /*pszTitle*/, int /*nSeconds*/, ERRORLEVEL /*eLevel*/) {}
+
+void CLogResponder::ShowProgress(int /*nPercent*/) {}
+
+void CLogResponder::SetMsgLevel(ERRORLEVEL eLevel)
+{
+    m_eLevel = eLevel;
+}
+
+bool CLogResponder::GetSelfModulePath(char* pBuffer)
+{
+    const auto* pCode = reinterpret_cast<const void*>(&CLogResponder::GetSelfModulePath);
+    return CurrentPlatform().Process().ModulePath(pCode, pBuffer, kModulePathSize) != 0;
+}
