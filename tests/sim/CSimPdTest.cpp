@@ -1,0 +1,382 @@
+#include "sim/CSimPd.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace
+{
+
+using Bytes = std::vector<BYTE>;
+constexpr USHORT kKey = 0x0A7C;
+constexpr auto kAck = SimI2cAnswer::Ack;
+constexpr auto kNak = SimI2cAnswer::Nak;
+
+/// A PD controller on a bench, as the bus behind a hub reaches it.
+class Pd : public testing::Test
+{
+protected:
+    void Build(const SimPdSettings& settings = {}, unsigned nBank = 0)
+    {
+        m_pPd = std::make_unique<CSimPd>(m_clock, settings);
+        m_pPd->LoadImage(m_old, nBank);
+    }
+
+    SimI2cAnswer Out(BYTE cmd, USHORT offset, const Bytes& data = {})
+    {
+        const auto res = m_pPd->Write(cmd, offset, data.data(), static_cast<BYTE>(data.size()));
+        m_clock.Advance(res.usTaken);
+        return res.eAnswer;
+    }
+    Bytes In(BYTE cmd, USHORT offset, BYTE cb)
+    {
+        Bytes data(cb, 0xCC);
+        const auto res = m_pPd->Read(cmd, offset, data.data(), cb);
+        m_clock.Advance(res.usTaken);
+        data.resize(res.eAnswer == kAck ? cb : 0);
+        return data;
+    }
+    SimI2cAnswer Enable(std::size_t nLevel)
+    {
+        Bytes data(nLevel, 0);
+        if (nLevel != 0)
+            data[0] = 1;
+        return Out(0x01, kKey, data);
+    }
+    bool WriteImage(unsigned nBank, const Bytes& image)
+    {
+        constexpr BYTE kCommands[2][2] = {{0x04, 0x06}, {0x13, 0x14}};
+        for (std::size_t block = 0; block < image.size(); block += 256) {
+            const std::size_t end = std::min(block + 256, image.size());
+            for (std::size_t at = block; at < end; at += 29) {
+                const Bytes unit(image.begin() + static_cast<std::ptrdiff_t>(at),
+                                 image.begin() +
+                                     static_cast<std::ptrdiff_t>(std::min(at + 29, end)));
+                const BYTE cmd = kCommands[nBank][at >> 16];
+                if (Out(cmd, static_cast<USHORT>(at & 0xFFFF), unit) != kAck)
+                    return false;
+            }
+        }
+        return true;
+    }
+    /// Writes the other bank, lets it be checked, marks the running one, starts anew.
+    bool Update()
+    {
+        const unsigned nTo = 1 - m_pPd->ActiveBank();
+        if (Enable(3) != kAck || !WriteImage(nTo, m_new))
+            return false;
+        if (In(0x35, nTo == 1 ? 0x100 : 0, 1) != Bytes{2})
+            return false;
+        if (Out(nTo == 1 ? 0x04 : 0x13, 0x7EF0, {0, 0}) != kAck)
+            return false;
+        return ResetToFlash();
+    }
+    bool ResetToFlash()
+    {
+        if (Out(0x05, kKey, {1}) != kAck)
+            return false;
+        m_clock.Advance(1'000'000);
+        return m_pPd->IsOnBus();
+    }
+    void ToRom()
+    {
+        EXPECT_EQ(Out(0x02, kKey, {1}), kAck);
+        m_clock.Advance(1'000'000);
+    }
+
+    const Bytes m_old = CSimImage(0x10000).Version(0x0102).Seed(3).Build();
+    const Bytes m_new = CSimImage(0x11234).Version(0x0304).Seed(4).Build();
+    CSimClock m_clock;
+    std::unique_ptr<CSimPd> m_pPd;
+};
+
+TEST_F(Pd, StatusTellsCodeVersionAndBank)
+{
+    for (unsigned nBank = 0; nBank < 2; ++nBank) {
+        Build({}, nBank);
+        const Bytes status = In(0x3A, 0, 20);
+        ASSERT_EQ(status.size(), 20u);
+        EXPECT_NE(status[0], 0);
+        EXPECT_EQ(status[3], 1);
+        EXPECT_EQ(status[4], 2);
+        EXPECT_EQ(status[13] & 0x0C, 0x04);
+        EXPECT_EQ(status[14] & 0x10, nBank == 1 ? 0x10 : 0);
+    }
+}
+
+TEST_F(Pd, RomCodeRunsAfterItsResetAndSaysSo)
+{
+    Build();
+    ASSERT_EQ(Out(0x02, kKey, {1}), kAck);
+    m_clock.Advance(10'000);
+    EXPECT_TRUE(In(0x3A, 0, 20).empty());
+    m_clock.Advance(1'000'000);
+    const Bytes status = In(0x3A, 0, 20);
+    ASSERT_EQ(status.size(), 20u);
+    EXPECT_EQ(status[0], 0);
+    EXPECT_EQ(status[13] & 0x0C, 0);
+    EXPECT_TRUE(ResetToFlash());
+    EXPECT_TRUE(m_pPd->Runs(m_old));
+}
+
+TEST_F(Pd, UpdatesGoBackAndForthBetweenTheBanks)
+{
+    Build();
+    EXPECT_TRUE(Update());
+    EXPECT_EQ(m_pPd->ActiveBank(), 1u);
+    EXPECT_TRUE(m_pPd->Runs(m_new));
+    EXPECT_TRUE(m_pPd->IsMarked(0));
+    EXPECT_TRUE(m_pPd->IsComplete(0));
+    EXPECT_TRUE(Update());
+    EXPECT_EQ(m_pPd->ActiveBank(), 0u);
+    EXPECT_TRUE(m_pPd->Runs(m_new));
+    EXPECT_EQ(m_pPd->Misuse().Count(), 0u) << m_pPd->Misuse().Text();
+}
+
+TEST_F(Pd, WithoutTheMarkTheOldBankStartsAgain)
+{
+    Build();
+    ASSERT_EQ(Enable(3), kAck);
+    ASSERT_TRUE(WriteImage(1, m_new));
+    EXPECT_TRUE(ResetToFlash());
+    EXPECT_TRUE(m_pPd->Runs(m_old));
+}
+
+TEST_F(Pd, ValidationMarksTheOldBankItself)
+{
+    SimPdSettings settings;
+    settings.bIspValidation = true;
+    Build(settings);
+    ASSERT_EQ(Enable(3), kAck);
+    ASSERT_TRUE(WriteImage(1, m_new));
+    ASSERT_EQ(Enable(1), kAck);
+    EXPECT_EQ(Out(0x16, 1), kAck);
+    EXPECT_TRUE(ResetToFlash());
+    EXPECT_TRUE(m_pPd->Runs(m_new));
+
+    ASSERT_EQ(Enable(3), kAck);
+    ASSERT_EQ(Out(0x04, 0, {0}), kAck);
+    ASSERT_EQ(Enable(1), kAck);
+    EXPECT_EQ(Out(0x16, 1), kNak);
+    EXPECT_FALSE(m_pPd->IsMarked(1));
+}
+
+TEST_F(Pd, ControllerWithoutAnyCheckStartsWhatWasWritten)
+{
+    SimPdSettings settings;
+    settings.bCrcCheck = false;
+    Build(settings);
+    ASSERT_EQ(Enable(3), kAck);
+    ASSERT_TRUE(WriteImage(1, m_new));
+    EXPECT_TRUE(ResetToFlash());
+    EXPECT_TRUE(m_pPd->Runs(m_new));
+    EXPECT_TRUE(ResetToFlash());
+    EXPECT_TRUE(m_pPd->Runs(m_new)); // no way back without a new download
+}
+
+TEST_F(Pd, CrcCheckTellsGoodBadAndNothing)
+{
+    Build();
+    EXPECT_EQ(In(0x35, 0, 1), Bytes{CSimPd::kCrcGood});
+    EXPECT_EQ(In(0x35, 0x100, 1), Bytes{CSimPd::kCrcNoImage});
+    Bytes bad = m_new;
+    bad[5] ^= 1;
+    ASSERT_EQ(Enable(3), kAck);
+    ASSERT_TRUE(WriteImage(1, bad));
+    EXPECT_EQ(In(0x35, 0x100, 1), Bytes{CSimPd::kCrcBad});
+    m_pPd->SetNextCrcResult(7);
+    EXPECT_EQ(In(0x35, 0, 1), Bytes{7});
+}
+
+TEST_F(Pd, EraseSparesTheRunningBankButNotInRom)
+{
+    Build();
+    m_pPd->LoadImage(m_new, 1);
+    ASSERT_EQ(Enable(1), kAck);
+    EXPECT_EQ(Out(0x03, kKey), kAck);
+    EXPECT_TRUE(m_pPd->IsComplete(0));
+    EXPECT_EQ(m_pPd->Bank(1), Bytes(CSimPd::kBankSize, 0xFF));
+    ToRom();
+    ASSERT_EQ(Enable(1), kAck);
+    EXPECT_EQ(Out(0x03, kKey), kAck);
+    EXPECT_EQ(m_pPd->Bank(0), Bytes(CSimPd::kBankSize, 0xFF));
+    EXPECT_TRUE(ResetToFlash());
+    EXPECT_FALSE(m_pPd->RunsFlash());
+}
+
+TEST_F(Pd, ReadsItsFlashInFourSegments)
+{
+    Build();
+    m_pPd->LoadImage(m_new, 1);
+    const auto expected = [](const Bytes& image, std::ptrdiff_t at) {
+        return Bytes(image.begin() + at, image.begin() + at + 31);
+    };
+    EXPECT_EQ(In(0x24, 0x0100, 31), expected(m_old, 0x100));
+    EXPECT_EQ(In(0x26, 0x0100, 31), Bytes(31, 0xFF));
+    EXPECT_EQ(In(0x33, 0x0100, 31), expected(m_new, 0x100));
+    EXPECT_EQ(In(0x34, 0x0100, 31), expected(m_new, 0x10100));
+}
+
+/// One bus write or read that no controller forgives.
+struct PdAbuse
+{
+    const char* pszCase;
+    std::size_t nEnable;
+    bool bRead;
+    BYTE cmd;
+    USHORT offset;
+    Bytes data;
+    const char* pszReason;
+};
+
+class PdMisuse : public Pd, public testing::WithParamInterface<PdAbuse>
+{};
+
+TEST_P(PdMisuse, IsNotAcknowledgedAndCounted)
+{
+    const PdAbuse& abuse = GetParam();
+    Build();
+    ASSERT_EQ(Enable(abuse.nEnable), kAck);
+    if (abuse.bRead)
+        EXPECT_TRUE(In(abuse.cmd, abuse.offset, static_cast<BYTE>(abuse.data.size())).empty());
+    else
+        EXPECT_EQ(Out(abuse.cmd, abuse.offset, abuse.data), kNak);
+    ASSERT_EQ(m_pPd->Misuse().Count(), 1u);
+    EXPECT_EQ(m_pPd->Misuse().Reasons()[0].find(abuse.pszReason), 0u) << m_pPd->Misuse().Text();
+    EXPECT_TRUE(m_pPd->Runs(m_old));
+}
+
+const PdAbuse kPdAbuses[] = {
+    {"UnknownWrite", 0, false, 0x77, 0, {1}, "unknown write 0x77"},
+    {"UnknownRead", 0, true, 0x77, 0, {1}, "unknown read 0x77"},
+    {"EnableWithoutKey", 0, false, 0x01, 0, {1}, "enable without its key"},
+    {"EnableOfAnotherValue", 0, false, 0x01, kKey, {2}, "enable without its key"},
+    {"EraseLocked", 0, false, 0x03, kKey, {}, "erase without enable 1"},
+    {"EraseWithoutKey", 1, false, 0x03, 0, {}, "erase without its key"},
+    {"ResetWithoutKey", 1, false, 0x02, 0, {1}, "reset without its key"},
+    {"ResetOfNothing", 1, false, 0x05, kKey, {}, "reset without its key"},
+    {"WriteLocked", 1, false, 0x13, 0, {1}, "flash write without enable 3"},
+    {"WriteRunningCode", 3, false, 0x04, 0, {1}, "flash write where code runs"},
+    {"MarkUnchecked", 3, false, 0x04, 0x7EF0, {0, 0}, "mark before"},
+    {"MarkOfAnotherValue", 3, false, 0x04, 0x7EF0, {0, 1}, "flash write where code runs"},
+    {"WriteTooLong", 3, false, 0x13, 0, Bytes(30, 0), "no unit of 1 to 29"},
+    {"WriteOfNothing", 3, false, 0x13, 0, {}, "no unit of 1 to 29"},
+    {"WriteOverTheSegment", 3, false, 0x13, 0xFFF0, Bytes(29, 0), "unit over"},
+    {"ReadTooLong", 0, true, 0x24, 0, Bytes(32, 0), "no unit of 1 to 31"},
+    {"ReadOverTheSegment", 0, true, 0x24, 0xFFF0, Bytes(31, 0), "unit over"},
+    {"CheckOfAThirdBank", 0, true, 0x35, 0x200, {0}, "unknown check"},
+    {"ValidationThatIsNotThere", 1, false, 0x16, 1, {}, "no code here that validates"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Controller, PdMisuse, testing::ValuesIn(kPdAbuses),
+                         [](const auto& abuse) { return std::string(abuse.param.pszCase); });
+
+TEST_F(Pd, MarkNeedsAGoodCheckOfTheOtherBankAfterTheLastWrite)
+{
+    Build();
+    ASSERT_EQ(Enable(3), kAck);
+    ASSERT_TRUE(WriteImage(1, m_new));
+    ASSERT_EQ(In(0x35, 0, 1), Bytes{2}); // the running bank's own check does not count
+    EXPECT_EQ(Out(0x04, 0x7EF0, {0, 0}), kNak);
+    ASSERT_EQ(In(0x35, 0x100, 1), Bytes{2});
+    ASSERT_EQ(Out(0x13, 0x8000, {m_new[0x8000]}), kAck);
+    EXPECT_EQ(Out(0x04, 0x7EF0, {0, 0}), kNak);
+    ASSERT_EQ(In(0x35, 0x100, 1), Bytes{2});
+    EXPECT_EQ(Out(0x04, 0x7EF0, {0, 0}), kAck);
+}
+
+TEST_F(Pd, UnwrittenBitsNeedANewEnable)
+{
+    Build();
+    ASSERT_EQ(Enable(3), kAck);
+    EXPECT_EQ(Out(0x13, 0, {0x00}), kAck);
+    EXPECT_EQ(Out(0x13, 0, {0x00}), kAck);
+    EXPECT_EQ(Out(0x13, 0, {0x01}), kNak);
+    ASSERT_EQ(Enable(3), kAck);
+    EXPECT_EQ(Out(0x13, 0, {0x01}), kAck);
+}
+
+TEST_F(Pd, SurvivesAPowerCutAtEveryFlashOperation)
+{
+    Build();
+    ASSERT_TRUE(Update());
+    const auto nOperations = m_pPd->FlashOperations();
+    ASSERT_GT(nOperations, 2000u);
+    for (const auto eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
+        for (std::uint64_t n = 0; n < nOperations; n += n + 40 < nOperations ? 37 : 1) {
+            SCOPED_TRACE(testing::Message() << "operation " << n);
+            Build();
+            m_pPd->LosePowerAt(n, eWhen);
+            EXPECT_FALSE(Update());
+            EXPECT_TRUE(In(0x3A, 0, 20).empty());
+            m_pPd->PowerUp();
+            const bool bMarked = n == nOperations - 1 && eWhen != SimPowerCut::Before;
+            EXPECT_TRUE(m_pPd->Runs(m_old) || (bMarked && m_pPd->Runs(m_new)));
+            EXPECT_TRUE(Update());
+            EXPECT_TRUE(m_pPd->Runs(m_new));
+        }
+    }
+}
+
+TEST_F(Pd, BusFaultsNakStretchHoldAndCorrupt)
+{
+    Build();
+    SimFault fault;
+    fault.eKind = SimFaultKind::Stall;
+    m_pPd->Faults().At(0, fault);
+    EXPECT_EQ(Enable(1), kNak);
+    EXPECT_EQ(m_pPd->Enable(), 0u);
+
+    fault.eKind = SimFaultKind::TimeOut;
+    m_pPd->Faults().At(1, fault);
+    EXPECT_EQ(Enable(1), SimI2cAnswer::Stuck);
+
+    fault.eKind = SimFaultKind::Lie;
+    m_pPd->Faults().At(2, fault);
+    EXPECT_EQ(Enable(1), kAck);
+    EXPECT_EQ(m_pPd->Enable(), 0u);
+
+    fault.eKind = SimFaultKind::Corrupt;
+    m_pPd->Faults().At(3, fault);
+    EXPECT_EQ(In(0x24, 0, 2), (Bytes{static_cast<BYTE>(m_old[0] ^ 1), m_old[1]}));
+
+    fault.eKind = SimFaultKind::Vanish;
+    fault.dwBackMs = 100;
+    m_pPd->Faults().At(4, fault);
+    EXPECT_EQ(Enable(1), kNak);
+    EXPECT_EQ(Enable(1), kNak);
+    m_clock.Advance(100'000);
+    m_pPd->SetStretch(70'000);
+    const auto usBefore = m_clock.Now();
+    EXPECT_EQ(Enable(1), kAck);
+    EXPECT_GE(m_clock.Now() - usBefore, 70'000u);
+}
+
+TEST_F(Pd, ResetMayBeLateOrNeverReturn)
+{
+    Build();
+    m_pPd->SetNextReturn({1'000, 9'000'000, false, false});
+    EXPECT_EQ(Out(0x05, kKey, {1}), kAck);
+    m_clock.Advance(8'000'000);
+    EXPECT_FALSE(m_pPd->IsOnBus());
+    m_clock.Advance(2'000'000);
+    EXPECT_TRUE(m_pPd->IsOnBus());
+    m_pPd->SetNextReturn({1'000, 0, false, true});
+    EXPECT_EQ(Out(0x05, kKey, {1}), kAck);
+    m_clock.Advance(100'000'000);
+    EXPECT_FALSE(m_pPd->IsOnBus());
+    m_pPd->PowerUp();
+    EXPECT_EQ(Enable(1), kAck);
+}
+
+TEST_F(Pd, WhatIsKeptSurvivesTheProcess)
+{
+    Build();
+    ASSERT_TRUE(Update());
+    CSimPd other(m_clock);
+    other.Restore(m_pPd->Keep());
+    EXPECT_TRUE(other.Runs(m_new));
+    EXPECT_EQ(other.ActiveBank(), 1u);
+}
+
+} // namespace
