@@ -1,0 +1,228 @@
+#include "platform/linux/CLinuxFileSystem.h"
+
+#include <array>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/ErrorCodes.h"
+#include "platform/linux/FileHandle.h"
+#include "platform/linux/LinuxError.h"
+#include "platform/linux/Utf8.h"
+
+namespace
+{
+std::string NativePath(const WCHAR* pszPath)
+{
+    std::string strPath = Utf8FromWide(pszPath, std::char_traits<WCHAR>::length(pszPath));
+    for (char& ch : strPath) {
+        if (ch == '\\')
+            ch = '/';
+    }
+    return strPath;
+}
+
+int OpenFlags(DWORD dwAccess, DWORD dwDisposition)
+{
+    int nFlags = O_CLOEXEC | O_NOFOLLOW;
+    nFlags |= (dwAccess & kGenericWrite) == 0  ? O_RDONLY
+              : (dwAccess & kGenericRead) != 0 ? O_RDWR
+                                               : O_WRONLY;
+    if (dwDisposition == kCreateAlways)
+        nFlags |= O_CREAT | O_TRUNC;
+    else if (dwDisposition == kOpenAlways)
+        nFlags |= O_CREAT;
+    return nFlags;
+}
+
+DWORD PutPath(std::string strPath, WCHAR* pBuffer, DWORD cch)
+{
+    for (char& ch : strPath) {
+        if (ch == '/')
+            ch = '\\';
+    }
+    // Bytes are widened one by one: a folder with other than ASCII in its name does not fit here.
+    if (strPath.size() + 1 > cch)
+        return static_cast<DWORD>(strPath.size() + 1);
+    for (std::size_t i = 0; i <= strPath.size(); ++i)
+        pBuffer[i] = static_cast<unsigned char>(strPath.c_str()[i]);
+    return static_cast<DWORD>(strPath.size());
+}
+
+class CDescriptor
+{
+public:
+    explicit CDescriptor(int n) : m_n(n) {}
+    CDescriptor(const CDescriptor&) = delete;
+    CDescriptor& operator=(const CDescriptor&) = delete;
+    ~CDescriptor()
+    {
+        if (m_n >= 0)
+            ::close(m_n);
+    }
+    int Get() const { return m_n; }
+
+private:
+    int m_n;
+};
+
+bool CopyBytes(int nFrom, int nTo)
+{
+    std::array<char, 16384> block{};
+    for (;;) {
+        const ssize_t n = ::read(nFrom, block.data(), block.size());
+        if (n <= 0)
+            return n == 0;
+        if (::write(nTo, block.data(), static_cast<std::size_t>(n)) != n)
+            return false;
+    }
+}
+} // namespace
+
+/// Takes the shared lock of a flag file. Where nobody else holds it and this open does not make
+/// it, the file is a leftover: it goes, and the open fails as for a missing file.
+bool CLinuxFileSystem::JoinFlag(int nDescriptor, const std::string& strPath, bool bMakes)
+{
+    if (!bMakes && ::flock(nDescriptor, LOCK_EX | LOCK_NB) == 0) {
+        ::unlink(strPath.c_str());
+        return FailWith(kErrFileNotFound);
+    }
+    if (::flock(nDescriptor, LOCK_SH | LOCK_NB) != 0)
+        return FailWithErrno();
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_flags[nDescriptor] = strPath;
+    return true;
+}
+
+HANDLE CLinuxFileSystem::Open(const WCHAR* pszPath, DWORD dwAccess, DWORD dwShare,
+                              DWORD dwDisposition, DWORD dwAttributes)
+{
+    const std::string strPath = NativePath(pszPath);
+    const int nDescriptor = ::open(strPath.c_str(), OpenFlags(dwAccess, dwDisposition), 0666);
+    if (nDescriptor < 0) {
+        FailWithErrno();
+        return InvalidHandle();
+    }
+    const bool bMakesFlag = (dwAttributes & kFlagDeleteOnClose) != 0;
+    const bool bIsFlag = bMakesFlag || (dwShare & kShareDelete) != 0;
+    if (bIsFlag && !JoinFlag(nDescriptor, strPath, bMakesFlag)) {
+        ::close(nDescriptor);
+        return InvalidHandle();
+    }
+    return HandleFromDescriptor(nDescriptor);
+}
+
+bool CLinuxFileSystem::Write(HANDLE hFile, const void* pData, DWORD cb, DWORD* pcbDone)
+{
+    *pcbDone = 0;
+    const ssize_t n = ::write(DescriptorFromHandle(hFile), pData, cb);
+    if (n < 0)
+        return FailWithErrno();
+    *pcbDone = static_cast<DWORD>(n);
+    return *pcbDone == cb || FailWith(kErrDiskFull);
+}
+
+DWORD CLinuxFileSystem::Size(HANDLE hFile)
+{
+    struct stat info = {};
+    if (::fstat(DescriptorFromHandle(hFile), &info) != 0) {
+        FailWithErrno();
+        return 0xFFFFFFFF;
+    }
+    return static_cast<DWORD>(info.st_size);
+}
+
+bool CLinuxFileSystem::Close(HANDLE hFile)
+{
+    const int nDescriptor = DescriptorFromHandle(hFile);
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        const auto it = m_flags.find(nDescriptor);
+        if (it != m_flags.end()) {
+            // The last holder takes the file along.
+            if (::flock(nDescriptor, LOCK_EX | LOCK_NB) == 0)
+                ::unlink(it->second.c_str());
+            m_flags.erase(it);
+        }
+    }
+    return ::close(nDescriptor) == 0 || FailWithErrno();
+}
+
+bool CLinuxFileSystem::Copy(const WCHAR* pszFrom, const WCHAR* pszTo, bool bFailIfExists)
+{
+    const CDescriptor from(::open(NativePath(pszFrom).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    if (from.Get() < 0)
+        return FailWithErrno();
+    const int nFlags =
+        O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (bFailIfExists ? O_EXCL : O_TRUNC);
+    const CDescriptor to(::open(NativePath(pszTo).c_str(), nFlags, 0666));
+    if (to.Get() < 0)
+        return FailWithErrno();
+    return CopyBytes(from.Get(), to.Get()) || FailWithErrno();
+}
+
+bool CLinuxFileSystem::Remove(const WCHAR* pszPath)
+{
+    return ::unlink(NativePath(pszPath).c_str()) == 0 || FailWithErrno();
+}
+
+DWORD CLinuxFileSystem::Attributes(const WCHAR* pszPath)
+{
+    struct stat info = {};
+    if (::lstat(NativePath(pszPath).c_str(), &info) != 0) {
+        FailWithErrno();
+        return kInvalidAttributes;
+    }
+    return S_ISDIR(info.st_mode) ? kAttributeDirectory : kAttributeNormal;
+}
+
+DWORD CLinuxFileSystem::SystemFolder(WCHAR*, DWORD)
+{
+    FailWith(kErrCallNotImplemented);
+    return 0;
+}
+
+DWORD CLinuxFileSystem::WindowsFolder(WCHAR*, DWORD)
+{
+    FailWith(kErrCallNotImplemented);
+    return 0;
+}
+
+DWORD CLinuxFileSystem::WorkingFolder(WCHAR* pBuffer, DWORD cch)
+{
+    char* pszFolder = ::getcwd(nullptr, 0);
+    if (pszFolder == nullptr) {
+        FailWithErrno();
+        return 0;
+    }
+    const std::string strFolder = pszFolder;
+    std::free(pszFolder);
+    return PutPath(strFolder, pBuffer, cch);
+}
+
+DWORD CLinuxFileSystem::TemporaryFolder(WCHAR* pBuffer, DWORD cch)
+{
+    const char* pszFolder = std::getenv("TMPDIR");
+    std::string strFolder = pszFolder != nullptr && pszFolder[0] == '/' ? pszFolder : "/tmp";
+    if (strFolder.back() != '/')
+        strFolder += '/';
+    return PutPath(strFolder, pBuffer, cch);
+}
+
+DWORD CLinuxFileSystem::VersionSize(const WCHAR*)
+{
+    FailWith(kErrResourceDataNotFound);
+    return 0;
+}
+
+bool CLinuxFileSystem::ReadVersion(const WCHAR*, DWORD, void*)
+{
+    return FailWith(kErrResourceDataNotFound);
+}
+
+bool CLinuxFileSystem::QueryRootVersion(const void*, const FIXED_FILE_INFO**)
+{
+    return FailWith(kErrResourceDataNotFound);
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/AbsentServices.h"
+#include "platform/Platform.h"
+#include "platform/linux/CLinuxClock.h"
+#include "platform/linux/CLinuxFileSystem.h"
+#include "platform/linux/CLinuxHostFiles.h"
+#include "platform/linux/CLinuxProcess.h"
+
+/// The services of a Linux machine.
+class CLinuxPlatform : public Platform
+{
+public:
+    IDeviceTree& DeviceTree() override { return m_deviceTree; }
+    IDeviceFile& DeviceFile() override { return m_deviceFile; }
+    IServiceManager& ServiceManager() override { return m_serviceManager; }
+    IFileSystem& FileSystem() override { return m_fileSystem; }
+    IHostFiles& HostFiles() override { return m_hostFiles; }
+    IPowerSwitch& PowerSwitch() override { return m_powerSwitch; }
+    IEventPipe& EventPipe() override { return m_eventPipe; }
+    IWinUsb& WinUsb() override { return m_winUsb; }
+    IHid& Hid() override { return m_hid; }
+    IProcess& Process() override { return m_process; }
+    IClock& Clock() override { return m_clock; }
+
+private:
+    CLinuxProcess m_process;
+    CLinuxClock m_clock;
+    CLinuxFileSystem m_fileSystem;
+    CLinuxHostFiles m_hostFiles;
+    CAbsentDeviceTree m_deviceTree{m_process};
+    CAbsentDeviceFile m_deviceFile{m_process};
+    CAbsentServiceManager m_serviceManager{m_process};
+    CAbsentPowerSwitch m_powerSwitch;
+    CAbsentEventPipe m_eventPipe{m_process};
+    CAbsentWinUsb m_winUsb{m_process};
+    CAbsentHid m_hid;
+};

@@ -1,0 +1,170 @@
+#include "platform/linux/CLinuxProcess.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include "platform/ErrorCodes.h"
+#include "platform/linux/LinuxError.h"
+#include "platform/linux/Utf8.h"
+
+namespace
+{
+/// Stands for the process token; there is nothing behind it.
+int g_nToken = 0;
+
+std::string ResolvedPath(const char* pszPath)
+{
+    char szFull[PATH_MAX];
+    return ::realpath(pszPath, szFull) != nullptr ? szFull : pszPath;
+}
+} // namespace
+
+DWORD CLinuxProcess::LastError() const
+{
+    return ThreadLastError();
+}
+
+void CLinuxProcess::SetLastError(DWORD dwError)
+{
+    FailWith(dwError);
+}
+
+DWORD CLinuxProcess::ModulePath(const void* pCode, char* pBuffer, DWORD cb)
+{
+    Dl_info info = {};
+    if (::dladdr(pCode, &info) == 0 || info.dli_fname == nullptr) {
+        FailWith(kErrNotFound);
+        return 0;
+    }
+    // The loader names a program as it was called, which may be relative.
+    const std::string strPath = ResolvedPath(
+        std::strchr(info.dli_fname, '/') != nullptr ? info.dli_fname : "/proc/self/exe");
+    if (strPath.size() >= cb) {
+        FailWith(kErrInsufficientBuffer);
+        return 0;
+    }
+    std::memcpy(pBuffer, strPath.c_str(), strPath.size() + 1);
+    return static_cast<DWORD>(strPath.size());
+}
+
+int CLinuxProcess::NarrowText(const WCHAR* pszText, int cch, char* pBuffer, int cb)
+{
+    const std::size_t nUnits =
+        cch < 0 ? std::char_traits<WCHAR>::length(pszText) + 1 : static_cast<std::size_t>(cch);
+    const std::string strOut = Utf8FromWide(pszText, nUnits);
+    const int nNeeded = static_cast<int>(strOut.size());
+    if (cb == 0)
+        return nNeeded;
+    if (nNeeded > cb) {
+        FailWith(kErrInsufficientBuffer);
+        return 0;
+    }
+    std::memcpy(pBuffer, strOut.data(), strOut.size());
+    return nNeeded;
+}
+
+HANDLE CLinuxProcess::LoadedModule(const WCHAR*)
+{
+    FailWith(kErrNotFound);
+    return nullptr;
+}
+
+HANDLE CLinuxProcess::LoadModule(const WCHAR*)
+{
+    FailWith(kErrNotFound);
+    return nullptr;
+}
+
+bool CLinuxProcess::FreeModule(HANDLE)
+{
+    return FailWith(kErrInvalidHandle);
+}
+
+bool CLinuxProcess::HasFunction(HANDLE, const char*)
+{
+    return false;
+}
+
+bool CLinuxProcess::QueryWow64Process2(USHORT*, USHORT*)
+{
+    return FailWith(kErrCallNotImplemented);
+}
+
+bool CLinuxProcess::QueryWow64Process(int*)
+{
+    return FailWith(kErrCallNotImplemented);
+}
+
+bool CLinuxProcess::DisableRedirection(void**)
+{
+    return FailWith(kErrCallNotImplemented);
+}
+
+bool CLinuxProcess::RevertRedirection(void*)
+{
+    return FailWith(kErrCallNotImplemented);
+}
+
+USHORT CLinuxProcess::NativeArchitecture()
+{
+#if defined(__aarch64__)
+    return 12;
+#else
+    return 9;
+#endif
+}
+
+bool CLinuxProcess::SystemVersion(DWORD* pMajor, DWORD* pMinor)
+{
+    // What the elevation test asks for is a system that knows elevation.
+    *pMajor = 10;
+    *pMinor = 0;
+    return true;
+}
+
+bool CLinuxProcess::OpenToken(DWORD, HANDLE* phToken)
+{
+    *phToken = &g_nToken;
+    return true;
+}
+
+bool CLinuxProcess::TokenElevation(HANDLE hToken, DWORD* pdwElevated, DWORD* pcb)
+{
+    if (hToken != &g_nToken)
+        return FailWith(kErrInvalidHandle);
+    *pdwElevated = 1;
+    *pcb = sizeof *pdwElevated;
+    return true;
+}
+
+bool CLinuxProcess::CloseToken(HANDLE hToken)
+{
+    return hToken == &g_nToken || FailWith(kErrInvalidHandle);
+}
+
+HANDLE CLinuxProcess::LocateResource(const void*, USHORT, const WCHAR*)
+{
+    FailWith(kErrResourceDataNotFound);
+    return nullptr;
+}
+
+HANDLE CLinuxProcess::FetchResource(HANDLE)
+{
+    FailWith(kErrInvalidHandle);
+    return nullptr;
+}
+
+const BYTE* CLinuxProcess::PinResource(HANDLE)
+{
+    FailWith(kErrInvalidHandle);
+    return nullptr;
+}
+
+DWORD CLinuxProcess::ResourceSize(HANDLE)
+{
+    FailWith(kErrInvalidHandle);
+    return 0;
+}
