@@ -35,7 +35,7 @@ struct _KYHUB_INST // NOLINT(bugprone-reserved-identifier)
     HANDLE hInterface;   ///< hub interface file, null = none
     _myUSB_DEVICE_SPEED eSpeed;
     DWORD dwPort;   ///< port on the parent
-    DWORD dwOpened; ///< 1 after a successful location read, 0 after close
+    DWORD dwOpened; ///< 1 once an open has looked at the location, 0 after close
 };
 
 /// The transport through the kernel proxy driver. Copies borrow the handles: only the object
@@ -74,7 +74,16 @@ public:
     int KyHub_TurnOnHubSS(DWORD devInst) override;
 
 private:
+    struct DEVICE_OPEN;
+
+    void CloseOwned();
+
     // Finding, opening, transfers
+    DWORD OpenDevice(DWORD devInst, const DEVICE_OPEN& how);
+    static DEVICE_OPEN HubOpen();
+    static DWORD RefuseOpen(const DEVICE_OPEN& how);
+    DWORD OpenElement(DWORD devInst, const DEVICE_OPEN& how, HANDLE* phInterface);
+    DWORD OpenProxyDevice(const DEVICE_OPEN& how, HANDLE hInterface);
     DWORD GetDevInstInterfaceHandle(DWORD devInst, const GUID* pGuid, HANDLE* phInterface);
     int KyProxy_OpenByHandle(HANDLE hInterface, LONGLONG* pllDevice);
     int KyProxy_SendUrb(LONGLONG llDevice, URB* pUrb, DWORD dwTimeoutMs);
@@ -83,9 +92,18 @@ private:
     int KyUsb_GetDeviceDescriptor(LONGLONG llDevice, USB_DEVICE_DESCRIPTOR* pOut);
     int KyUsb_GetStringDescriptor(LONGLONG llDevice, USB_STRING_DESCRIPTOR* pOut, int nLength,
                                   BYTE byIndex, USHORT wLanguage);
+    int ProbeIdentity(DWORD devInst, int nAcceptSmBus);
+    int ReadIdentity(LONGLONG llDevice, WString* pstrIdentity);
+    int AwaitDescriptor(LONGLONG llDevice, USB_DEVICE_DESCRIPTOR* pOut);
+    int ReadIdentityDescriptor(LONGLONG llDevice, USB_STRING_DESCRIPTOR* pOut);
     void zel_dump(BYTE* pData, DWORD dwLength); ///< stays a no-op
 
     // Driver installation
+    int InstallDriver();
+    int PlaceDriverFile(const WCHAR* pszInstalled, int* pnUpdated);
+    int WriteTemporaryDriver(const WCHAR* pszTemporary);
+    void JoinFlagFile(const WCHAR* pszFlag);
+    int OpenControlDevice();
     int InstallKyProxy(const WCHAR* pszDriverPath, int nUpdated, int nFlagExists);
     void UninstallKyProxy();
     int IsWow64();
@@ -96,6 +114,8 @@ private:
     DWORD CompareFileVersion(const WCHAR* pszA, const WCHAR* pszB);
 
     // Selective suspend
+    int TurnOffHubSS(DWORD devInst, DWORD* pdwOldSSValue);
+    int TurnOffSS(WCHAR** ppszIds, int nCount, DWORD* pdwOldSSValue);
     int KyHub_TurnOffHubSS(DWORD devInst);
     int KyHub_TurnOffHubSS(DWORD devInst, DWORD& dwOldSSValueOut);
     int Wmi_TurnoffSS(WCHAR** ppszIds, int nCount);
@@ -112,8 +132,9 @@ private:
     _KYHUB_INST m_inst = {};
     DWORD m_dwOne = 1;
     MachineType m_eMachine = MACHINE_OTHER;
-    bool m_bOwnsDriver = false; ///< this object opened hProxyDriver and the flag file
-    bool m_bOwnsDevice = false; ///< this object opened the instance block's handles
+    bool m_bOwnsDriver = false;   ///< this object opened hProxyDriver
+    bool m_bOwnsFlagFile = false; ///< this object opened the flag file
+    bool m_bOwnsDevice = false;   ///< this object opened the instance block's interface
 
     friend class CPropertyExTestAccess; ///< tests reach the private operations
 };
