@@ -19,14 +19,6 @@ constexpr BYTE kStatus7DualBank = 0x80;
 constexpr BYTE kStatus13Isp = 0x02;
 constexpr BYTE kStatus15FlashCode = 0x02;
 
-std::string Name(const SETUP_PACKET& setup)
-{
-    return "request " + CSimMisuse::Hex(setup.bmRequestType) + "/" +
-           CSimMisuse::Hex(setup.bRequest) + ", wValue " + CSimMisuse::Hex(setup.wValue, 4) +
-           ", wIndex " + CSimMisuse::Hex(setup.wIndex, 4) + ", length " +
-           std::to_string(setup.wLength);
-}
-
 SimUsbIdentity WithIdentityString(const SimHubSettings& settings)
 {
     SimUsbIdentity usb = settings.usb;
@@ -131,12 +123,12 @@ SimTransferResult CSimHub::Perform(const Request& request)
         if (command.bmRequestType != setup.bmRequestType || command.bRequest != setup.bRequest)
             continue;
         if (command.bHasData != (setup.wLength != 0))
-            return Misused("wrong data stage: " + Name(setup));
+            return Misused("wrong data stage", setup);
         const SimTransferResult res = (this->*command.pfnDo)(request);
         Work(m_banks.Flash().TakeTime());
         return res;
     }
-    return Misused("unknown " + Name(setup));
+    return Misused("unknown request", setup);
 }
 
 SimTransferResult CSimHub::FwReset(const Request& request)
@@ -149,9 +141,9 @@ SimTransferResult CSimHub::VdCmdEnable(const Request& request)
 {
     const USHORT usValue = request.setup.wValue;
     if (request.setup.wIndex != VDCMD_ENABLE_KEY)
-        return Misused("enable without its key: " + Name(request.setup));
+        return Misused("enable without its key", request.setup);
     if (usValue != 0 && usValue != VDCMD_ENABLE_READ_ERASE && usValue != VDCMD_ENABLE_WRITE)
-        return Misused("unknown enable: " + Name(request.setup));
+        return Misused("unknown enable", request.setup);
     m_byEnable = static_cast<BYTE>(usValue);
     m_banks.SetWritable(usValue == VDCMD_ENABLE_WRITE);
     return Done(request);
@@ -193,7 +185,7 @@ SimTransferResult CSimHub::ReadMem(const Request& request)
 SimTransferResult CSimHub::WriteMem(const Request& request)
 {
     if (m_byEnable == 0)
-        return Misused("memory write without enable: " + Name(request.setup));
+        return Misused("memory write without enable", request.setup);
     for (USHORT i = 0; i < request.setup.wLength; ++i)
         m_registers.Write(static_cast<USHORT>(request.setup.wIndex + i), request.pData[i]);
     return Done(request);
@@ -203,9 +195,9 @@ SimTransferResult CSimHub::WriteFlash(const Request& request)
 {
     const DWORD cb = request.setup.wLength;
     if (cb > FLASH_REQUEST_MAX)
-        return Misused("flash request too long: " + Name(request.setup));
+        return Misused("flash request too long", request.setup);
     if (m_byEnable != VDCMD_ENABLE_WRITE)
-        return Misused("flash write without enable 3: " + Name(request.setup));
+        return Misused("flash write without enable 3", request.setup);
     return OfFlash(m_banks.Write(request.Address(), request.pData, cb), request, "flash write");
 }
 
@@ -213,7 +205,7 @@ SimTransferResult CSimHub::ReadFlash(const Request& request)
 {
     const DWORD cb = request.setup.wLength;
     if (cb > FLASH_REQUEST_MAX)
-        return Misused("flash request too long: " + Name(request.setup));
+        return Misused("flash request too long", request.setup);
     if (m_banks.Read(request.Address(), request.pData, cb) != SimFlashResult::Done)
         return Stall();
     Work(kFlashReadMicrosPerPage * ((cb + CSimFlash::kPageSize - 1) / CSimFlash::kPageSize));
@@ -223,12 +215,12 @@ SimTransferResult CSimHub::ReadFlash(const Request& request)
 SimTransferResult CSimHub::EraseFlash(const Request& request)
 {
     if (request.Address() != 0)
-        return Misused("erase elsewhere than at 0: " + Name(request.setup));
+        return Misused("erase elsewhere than at 0", request.setup);
     if (m_byEnable != VDCMD_ENABLE_READ_ERASE)
-        return Misused("erase without enable 1: " + Name(request.setup));
+        return Misused("erase without enable 1", request.setup);
     const std::string obstacle = m_registers.EraseObstacle();
     if (!obstacle.empty()) {
-        const SimTransferResult refused = Misused("erase not prepared: " + obstacle);
+        const SimTransferResult refused = Misused("erase not prepared: " + obstacle, request.setup);
         if (m_settings.bRefuseUnpreparedErase)
             return refused;
     }
@@ -239,9 +231,9 @@ SimTransferResult CSimHub::EraseFlash(const Request& request)
 SimTransferResult CSimHub::IspValidation(const Request& request)
 {
     if (!RunsFlash() || !m_settings.bIspValidation)
-        return Misused("no code here that validates: " + Name(request.setup));
+        return Misused("no code here that validates", request.setup);
     if (request.setup.wValue > 1)
-        return Misused("unknown validation: " + Name(request.setup));
+        return Misused("unknown validation", request.setup);
     Work(m_settings.usIspValidation);
     const bool bNew = request.setup.wValue == 1;
     const bool bGood = m_banks.IsComplete(bNew ? m_banks.DownloadBank() : m_banks.ActiveBank());
@@ -251,7 +243,7 @@ SimTransferResult CSimHub::IspValidation(const Request& request)
 SimTransferResult CSimHub::ResetCode(const Request& request)
 {
     if (request.setup.wValue != kToFlashCode)
-        return Misused("unknown reset: " + Name(request.setup));
+        return Misused("unknown reset", request.setup);
     ScheduleReset(SimStart::ToFlash);
     return Done(request);
 }
@@ -262,7 +254,7 @@ SimTransferResult CSimHub::BlockOut(const Request& request)
     const BYTE* const p = request.pData;
     const bool bFramed = setup.wLength >= kBlockHeader && p[2] + kBlockHeader == setup.wLength;
     if (!bFramed || p[2] > kBlockDataMax || setup.wIndex != 0)
-        return Misused("block write out of frame: " + Name(setup));
+        return Misused("block write out of frame", setup);
     const BYTE byCommand = static_cast<BYTE>(setup.wValue >> 8);
     const USHORT usOffset = static_cast<USHORT>(p[0] | p[1] << 8);
     ISimI2cTarget* const pTarget = TargetAt(static_cast<BYTE>(setup.wValue & 0xFF));
@@ -278,7 +270,7 @@ SimTransferResult CSimHub::BlockIn(const Request& request)
 {
     const SETUP_PACKET& setup = request.setup;
     if (setup.wLength > 0xFF)
-        return Misused("block read too long: " + Name(setup));
+        return Misused("block read too long", setup);
     const BYTE byCommand = static_cast<BYTE>(setup.wValue >> 8);
     ISimI2cTarget* const pTarget = TargetAt(static_cast<BYTE>(setup.wValue & 0xFF));
     SimI2cResult res{SimI2cAnswer::Nak, 0};
@@ -293,7 +285,7 @@ SimTransferResult CSimHub::BlockIn(const Request& request)
 SimTransferResult CSimHub::I2cConfigure(const Request& request)
 {
     if ((request.setup.wIndex & kI2cConfigIndexBits) != kI2cConfigIndexBits)
-        return Misused("I2C configuration without its fixed bits: " + Name(request.setup));
+        return Misused("I2C configuration without its fixed bits", request.setup);
     m_i2cConfig = {request.setup.wValue, request.setup.wIndex};
     return Done(request);
 }
@@ -302,7 +294,7 @@ SimTransferResult CSimHub::I2cWrite(const Request& request)
 {
     const DWORD cb = request.setup.wLength;
     if (!m_i2cConfig)
-        return Misused("I2C write before its configuration: " + Name(request.setup));
+        return Misused("I2C write before its configuration", request.setup);
     if (!m_pMemory || !m_pMemory->Holds(request.Address(), cb))
         return Stall();
     Work(kI2cMicrosPerByte * cb);
@@ -314,7 +306,7 @@ SimTransferResult CSimHub::I2cRead(const Request& request)
 {
     const DWORD cb = request.setup.wLength;
     if (!m_i2cConfig)
-        return Misused("I2C read before its configuration: " + Name(request.setup));
+        return Misused("I2C read before its configuration", request.setup);
     if (!m_pMemory || !m_pMemory->Holds(request.Address(), cb))
         return Stall();
     Work(kI2cMicrosPerByte * cb);
@@ -329,11 +321,11 @@ SimTransferResult CSimHub::OfFlash(SimFlashResult eRes, const Request& request, 
     case SimFlashResult::Done:
         return Done(request);
     case SimFlashResult::WouldSetBits:
-        return Misused(what + "would set bits: " + Name(request.setup));
+        return Misused(what + "would set bits", request.setup);
     case SimFlashResult::OutOfRange:
-        return Misused(what + "outside of the flash: " + Name(request.setup));
+        return Misused(what + "outside of the flash", request.setup);
     case SimFlashResult::RunningBank:
-        return Misused(what + "where code runs from: " + Name(request.setup));
+        return Misused(what + "where code runs from", request.setup);
     case SimFlashResult::PowerLost:
         break;
     }

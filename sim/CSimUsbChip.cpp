@@ -88,9 +88,12 @@ void CSimUsbChip::ScheduleReset(SimStart eStart)
     Later(m_currentReturn.usLeave, &CSimUsbChip::LeaveForReset);
 }
 
-SimTransferResult CSimUsbChip::Misused(const std::string& reason)
+SimTransferResult CSimUsbChip::Misused(const std::string& reason, const SETUP_PACKET& setup)
 {
-    m_misuse.Add(reason);
+    m_misuse.Add(reason + ": request " + CSimMisuse::Hex(setup.bmRequestType) + "/" +
+                 CSimMisuse::Hex(setup.bRequest) + ", wValue " + CSimMisuse::Hex(setup.wValue, 4) +
+                 ", wIndex " + CSimMisuse::Hex(setup.wIndex, 4) + ", length " +
+                 std::to_string(setup.wLength));
     return Stall();
 }
 

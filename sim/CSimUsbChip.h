@@ -94,8 +94,8 @@ protected:
         return {kErrNone, 0, request.setup.wLength};
     }
     static SimTransferResult Stall() { return {kErrGenFailure, 0, 0}; }
-    /// Stalls and notes the misuse.
-    SimTransferResult Misused(const std::string& reason);
+    /// Stalls and notes the misuse: "reason: request 0x40/0x02, wValue ...".
+    SimTransferResult Misused(const std::string& reason, const SETUP_PACKET& setup);
     /// Sends up to cb bytes, as many as the request asks for.
     static SimTransferResult Answer(const Request& request, const BYTE* pFrom, std::size_t cb);
 

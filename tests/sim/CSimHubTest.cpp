@@ -196,8 +196,8 @@ TEST_P(HubMisuse, IsStalledAndCounted)
 }
 
 const Abuse kAbuses[] = {
-    {"UnknownRequest", false, 0, {0x40, 0x77, 0, 0, 0}, "unknown request 0x40/0x77"},
-    {"WrongDirection", false, 0, {0xC0, 0xC8, 0, 0, 4}, "unknown request 0xC0/0xC8"},
+    {"UnknownRequest", false, 0, {0x40, 0x77, 0, 0, 0}, "unknown request: request 0x40/0x77"},
+    {"WrongDirection", false, 0, {0xC0, 0xC8, 0, 0, 4}, "unknown request: request 0xC0/0xC8"},
     {"EnableWithoutKey", false, 0, {0x40, 0x02, 3, 0, 0}, "enable without its key"},
     {"UnknownEnable", false, 0, {0x40, 0x02, 9, 0x0A7C, 0}, "unknown enable"},
     {"WriteLocked", true, 0, {0x40, 0xC8, 0, 0, 4}, "flash write without enable 3"},

@@ -62,7 +62,7 @@ protected:
     /// Writes the other bank, lets it be checked, marks the running one, starts anew.
     bool Update()
     {
-        const unsigned nTo = 1 - m_pPd->ActiveBank();
+        const unsigned nTo = 1 - m_pPd->Banks().ActiveBank();
         if (Enable(3) != kAck || !WriteImage(nTo, m_new))
             return false;
         if (In(0x35, nTo == 1 ? 0x100 : 0, 1) != Bytes{2})
@@ -123,12 +123,12 @@ TEST_F(Pd, UpdatesGoBackAndForthBetweenTheBanks)
 {
     Build();
     EXPECT_TRUE(Update());
-    EXPECT_EQ(m_pPd->ActiveBank(), 1u);
+    EXPECT_EQ(m_pPd->Banks().ActiveBank(), 1u);
     EXPECT_TRUE(m_pPd->Runs(m_new));
-    EXPECT_TRUE(m_pPd->IsMarked(0));
-    EXPECT_TRUE(m_pPd->IsComplete(0));
+    EXPECT_TRUE(m_pPd->Banks().IsMarked(0));
+    EXPECT_TRUE(m_pPd->Banks().IsComplete(0));
     EXPECT_TRUE(Update());
-    EXPECT_EQ(m_pPd->ActiveBank(), 0u);
+    EXPECT_EQ(m_pPd->Banks().ActiveBank(), 0u);
     EXPECT_TRUE(m_pPd->Runs(m_new));
     EXPECT_EQ(m_pPd->Misuse().Count(), 0u) << m_pPd->Misuse().Text();
 }
@@ -158,7 +158,7 @@ TEST_F(Pd, ValidationMarksTheOldBankItself)
     ASSERT_EQ(Out(0x04, 0, {0}), kAck);
     ASSERT_EQ(Enable(1), kAck);
     EXPECT_EQ(Out(0x16, 1), kNak);
-    EXPECT_FALSE(m_pPd->IsMarked(1));
+    EXPECT_FALSE(m_pPd->Banks().IsMarked(1));
 }
 
 TEST_F(Pd, ControllerWithoutAnyCheckStartsWhatWasWritten)
@@ -177,14 +177,14 @@ TEST_F(Pd, ControllerWithoutAnyCheckStartsWhatWasWritten)
 TEST_F(Pd, CrcCheckTellsGoodBadAndNothing)
 {
     Build();
-    EXPECT_EQ(In(0x35, 0, 1), Bytes{CSimPd::kCrcGood});
-    EXPECT_EQ(In(0x35, 0x100, 1), Bytes{CSimPd::kCrcNoImage});
+    EXPECT_EQ(In(0x35, 0, 1), Bytes{CSimPdBanks::kCrcGood});
+    EXPECT_EQ(In(0x35, 0x100, 1), Bytes{CSimPdBanks::kCrcNoImage});
     Bytes bad = m_new;
     bad[5] ^= 1;
     ASSERT_EQ(Enable(3), kAck);
     ASSERT_TRUE(WriteImage(1, bad));
-    EXPECT_EQ(In(0x35, 0x100, 1), Bytes{CSimPd::kCrcBad});
-    m_pPd->SetNextCrcResult(7);
+    EXPECT_EQ(In(0x35, 0x100, 1), Bytes{CSimPdBanks::kCrcBad});
+    m_pPd->Banks().SetNextCrcResult(7);
     EXPECT_EQ(In(0x35, 0, 1), Bytes{7});
 }
 
@@ -194,14 +194,14 @@ TEST_F(Pd, EraseSparesTheRunningBankButNotInRom)
     m_pPd->LoadImage(m_new, 1);
     ASSERT_EQ(Enable(1), kAck);
     EXPECT_EQ(Out(0x03, kKey), kAck);
-    EXPECT_TRUE(m_pPd->IsComplete(0));
-    EXPECT_EQ(m_pPd->Bank(1), Bytes(CSimPd::kBankSize, 0xFF));
+    EXPECT_TRUE(m_pPd->Banks().IsComplete(0));
+    EXPECT_EQ(m_pPd->Banks().Bank(1), Bytes(CSimPdBanks::kBankSize, 0xFF));
     ToRom();
     ASSERT_EQ(Enable(1), kAck);
     EXPECT_EQ(Out(0x03, kKey), kAck);
-    EXPECT_EQ(m_pPd->Bank(0), Bytes(CSimPd::kBankSize, 0xFF));
+    EXPECT_EQ(m_pPd->Banks().Bank(0), Bytes(CSimPdBanks::kBankSize, 0xFF));
     EXPECT_TRUE(ResetToFlash());
-    EXPECT_FALSE(m_pPd->RunsFlash());
+    EXPECT_FALSE(m_pPd->Banks().RunsFlash());
 }
 
 TEST_F(Pd, ReadsItsFlashInFourSegments)
@@ -247,8 +247,8 @@ TEST_P(PdMisuse, IsNotAcknowledgedAndCounted)
 }
 
 const PdAbuse kPdAbuses[] = {
-    {"UnknownWrite", 0, false, 0x77, 0, {1}, "unknown write 0x77"},
-    {"UnknownRead", 0, true, 0x77, 0, {1}, "unknown read 0x77"},
+    {"UnknownWrite", 0, false, 0x77, 0, {1}, "unknown write: command 0x77"},
+    {"UnknownRead", 0, true, 0x77, 0, {1}, "unknown read: command 0x77"},
     {"EnableWithoutKey", 0, false, 0x01, 0, {1}, "enable without its key"},
     {"EnableOfAnotherValue", 0, false, 0x01, kKey, {2}, "enable without its key"},
     {"EraseLocked", 0, false, 0x03, kKey, {}, "erase without enable 1"},
@@ -325,7 +325,7 @@ TEST_F(Pd, BusFaultsNakStretchHoldAndCorrupt)
     fault.eKind = SimFaultKind::Stall;
     m_pPd->Faults().At(0, fault);
     EXPECT_EQ(Enable(1), kNak);
-    EXPECT_EQ(m_pPd->Enable(), 0u);
+    EXPECT_EQ(m_pPd->Banks().Enable(), 0u);
 
     fault.eKind = SimFaultKind::TimeOut;
     m_pPd->Faults().At(1, fault);
@@ -334,7 +334,7 @@ TEST_F(Pd, BusFaultsNakStretchHoldAndCorrupt)
     fault.eKind = SimFaultKind::Lie;
     m_pPd->Faults().At(2, fault);
     EXPECT_EQ(Enable(1), kAck);
-    EXPECT_EQ(m_pPd->Enable(), 0u);
+    EXPECT_EQ(m_pPd->Banks().Enable(), 0u);
 
     fault.eKind = SimFaultKind::Corrupt;
     m_pPd->Faults().At(3, fault);
@@ -374,9 +374,9 @@ TEST_F(Pd, WhatIsKeptSurvivesTheProcess)
     Build();
     ASSERT_TRUE(Update());
     CSimPd other(m_clock);
-    other.Restore(m_pPd->Keep());
+    other.Restore(m_pPd->Keep(), true);
     EXPECT_TRUE(other.Runs(m_new));
-    EXPECT_EQ(other.ActiveBank(), 1u);
+    EXPECT_EQ(other.Banks().ActiveBank(), 1u);
 }
 
 } // namespace
