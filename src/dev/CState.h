@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "dev/DEVSTATE.h"
 #include "platform/Export.h"
 #include "platform/Types.h"
 
@@ -35,6 +36,9 @@ public:
     const std::string& GetName() const { return m_strName; }
 
 protected:
+    bool Refuse(const char* pszFunc, const char* pszText); ///< says why at level 1. @return false
+    bool GoTo(DEVSTATE eState);                            ///< makes it current. @return true
+
     std::string m_strName;
     CZelHubPDDev* m_pDev = nullptr;
 };

@@ -69,6 +69,13 @@ public:
     void UnattachDevMatchList(__DevMatchID& id);
 
 protected:
+    // What concrete devices share; pszFunc is the function that their log lines name.
+    void LogState(const char* pszFunc);             ///< logs the current state's name
+    void ResetWasSent(const char* pszFunc);         ///< the state waits from here; logs it
+    void TellArrival(DWORD devInst, DWORD dwOldSS); ///< tells the state
+    void LeaveBus(const char* pszFunc);             ///< restores selective suspend; tells the state
+    static int WriteProgress(DWORD dwPercent);      ///< a write's percent in the whole update
+
     std::map<DEVSTATE, CState*> m_mapState; ///< owned
     std::vector<__DevMatchID> m_vDevID;
     int m_nLevel = 1;
