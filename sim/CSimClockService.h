@@ -16,7 +16,7 @@ public:
     /// The local time at simulated time 0 (2024-03-01 08:00:00 at first).
     void SetStart(const CALENDAR_TIME& start) { m_start = start; }
 
-    /// Makes the local time stand still at a value.
+    /// Makes the local time stand still at the start.
     void SetFixed(bool bFixed) { m_bFixed = bFixed; }
 
     void Sleep(DWORD dwMs) override;

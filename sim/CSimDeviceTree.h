@@ -97,10 +97,12 @@ public:
 private:
     friend class CSimNode;
 
-    DWORD FreeDevInst(const WString& strSeed) const;
-    void Renumber(CSimNode& node, DWORD devInst);
+    CSimNode& Keep(std::unique_ptr<CSimNode> pNode);
+    void ComposeUsb(CSimNode* pParent, unsigned nPort, USHORT wVid, USHORT wPid, USHORT wRevision,
+                    const WString& strSerial, SimNodeSpec* pSpec) const;
+    DWORD FreeNumber(const WString& strSeed) const;
+    void GiveNewNumber(CSimNode& node);
     void Changed(CSimNode& node);
-    void PlaceBelow(CSimNode& node, CSimNode& parent, unsigned nPort);
 
     CSimClock& m_clock;
     std::vector<std::unique_ptr<CSimNode>> m_nodes;

@@ -12,7 +12,7 @@ class CSimDeviceTree;
 /// One object of WMI's power class that belongs to a node.
 struct SimPowerObject
 {
-    WString strInstanceName;
+    WString strInstanceName; ///< empty: "<instance ID>_0"
     bool bEnabled;
 };
 
@@ -53,6 +53,11 @@ public:
     /// The node's power objects: for hubs one with value true, named "<instance ID>_0".
     std::vector<SimPowerObject>& PowerObjects() { return m_power; }
 
+    WString PowerObjectName(size_t n) const;
+
+    /// Sets one power object; see SetPowerSaving.
+    void SetPowerObject(size_t n, bool bEnabled);
+
     /// Sets all power objects; with false a suspended device begins to resume.
     void SetPowerSaving(bool bEnabled);
     bool PowerSaving() const; ///< whether any power object is true
@@ -71,8 +76,6 @@ public:
 
 private:
     friend class CSimDeviceTree;
-
-    void NoteGone();
 
     CSimDeviceTree& m_tree;
     CSimNode* m_pParent;

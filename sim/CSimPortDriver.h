@@ -18,7 +18,7 @@ public:
 
     const std::vector<std::string>& Rejections() const { return m_rejections; }
 
-    /// Lines such as "read port 0xEFA0 1 -> 0x42".
+    /// Lines such as "read port 0xEFA0 1 = 0x42": what, where, bytes, value.
     const std::vector<std::string>& Log() const { return m_log; }
     void ClearLog() { m_log.clear(); }
     void KeepLog(bool bKeep) { m_bKeepLog = bKeep; } ///< on at first

@@ -71,7 +71,7 @@ private:
     DWORD OpenDevice(ISimDriverCaller& caller, SimControlRequest& request, SimProxyRecord& record);
     DWORD CloseDevice(SimControlRequest& request, SimProxyRecord& record);
     DWORD SendUrb(ISimDriverCaller& caller, SimControlRequest& request, SimProxyRecord& record);
-    DWORD Transfer(ISimDriverCaller& caller, ISimUsbDevice& device, URB& urb,
+    DWORD Transfer(ISimUsbDevice& device, const SimDecodedUrb& decoded, BYTE* pData, URB& urb,
                    SimProxyRecord& record);
     SimTransferResult Carry(ISimUsbDevice& device, const SETUP_PACKET& setup, BYTE* pData,
                             DWORD dwTimeoutMs);

@@ -5,6 +5,8 @@
 
 #include <functional>
 #include <map>
+#include <string>
+#include <vector>
 
 /// One installed service.
 struct SimService
@@ -73,7 +75,6 @@ public:
 
 private:
     void Settle(const WString& strName);
-    void Unload(SimService& service);
     DWORD Note(const char* pszWhat, const WString& strName, DWORD dwError);
 
     bool m_bPresent = true;

@@ -14,7 +14,6 @@ struct SimFile
     WString strPath; ///< as it was first written
     std::vector<BYTE> data;
     DWORD dwAttributes = kAttributeNormal;
-    unsigned nOpen = 0;
     std::multimap<DWORD, DWORD> opens; ///< access and sharing of each open handle
     bool bDeletePending = false;       ///< opens fail with 5; gone with the last handle
 };

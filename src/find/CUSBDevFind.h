@@ -27,7 +27,6 @@ private:
     void RemoveAllDevs();
     void ArriveAllDevs();
     void ArriveAllHidDevs();
-    void CollectSuitable();
     void ArriveAllDevsEx();
 
     std::list<DWORD> m_lstLast;     ///< present after the previous cycle, ascending

@@ -1,0 +1,12 @@
+#include "sim/CSimSystem.h"
+
+#include "wire/DriverNames.h"
+
+CSimSystem::CSimSystem()
+{
+    services.SetDriver(ZELUPX_SERVICE_NAME, &proxyDriver);
+    services.SetDriver(VOPORT_SERVICE_NAME, &portDriver);
+    volume.SetInUse([this](const WString& strPath) { return services.HasRunningImage(strPath); });
+    ports.SetAccessHook([this] { polls.Poll(); });
+    memory.SetAccessHook([this] { polls.Poll(); });
+}
