@@ -124,6 +124,7 @@ public:
 
 private:
     CRequestCMD();
+    int InstallAndOpen(); ///< the port driver, where it is not installed; 1 = ready, 0 = failed
 
     CKyProxy* m_pProxy = nullptr; ///< owned
     int m_bIsWinNT = 0;

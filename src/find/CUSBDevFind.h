@@ -27,6 +27,7 @@ private:
     void RemoveAllDevs();
     void ArriveAllDevs();
     void ArriveAllHidDevs();
+    void CollectSuitable();
     void ArriveAllDevsEx();
 
     std::list<DWORD> m_lstLast;     ///< present after the previous cycle, ascending

@@ -1,0 +1,148 @@
+#include "cmd/BillboardSearch.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "msg/CMsg.h"
+#include "platform/IDeviceTree.h"
+#include "platform/Platform.h"
+#include "transport/CScopedHandle.h"
+
+namespace
+{
+constexpr const char* kFunction = "CWinUsb::WinUsb_OpenDevice";
+constexpr DWORD kTextChars = 256;
+
+CScopedHandle RequestUsbDevices()
+{
+    return {CurrentPlatform().DeviceTree().GetClassDevs(&kGuidUsbDevice, nullptr,
+                                                        kSetPresent | kSetDeviceInterface),
+            CloseDeviceSet};
+}
+
+bool ReadElement(HANDLE hSet, DWORD dwIndex, DEVINFO_DATA& dev)
+{
+    dev = {};
+    dev.cbSize = sizeof dev;
+    return CurrentPlatform().DeviceTree().EnumDeviceInfo(hSet, dwIndex, &dev);
+}
+
+/// Reads the path of an element's first interface. @return empty after a failure
+WString ReadInterfacePath(HANDLE hSet, const DEVINFO_DATA& dev)
+{
+    IDeviceTree& tree = CurrentPlatform().DeviceTree();
+    DEVINTERFACE_DATA data = {};
+    data.cbSize = sizeof data;
+    if (!tree.EnumDeviceInterfaces(hSet, &dev, &kGuidUsbDevice, 0, &data)) {
+        CMsg::GetObj()->ShowMsg(MSG_ERROR, kFunction, "SetupDiEnumDeviceInterfaces FAIL\n");
+        return {};
+    }
+    DWORD cbNeeded = 0;
+    (void)tree.GetInterfaceDetail(hSet, &data, nullptr, 0, &cbNeeded);
+    // One zero character more than was asked for, so that the path always ends.
+    std::vector<BYTE> vDetail(std::max<size_t>(cbNeeded, sizeof(DEVINTERFACE_DETAIL)) +
+                              sizeof(WCHAR));
+    auto* const pDetail = reinterpret_cast<DEVINTERFACE_DETAIL*>(vDetail.data());
+    pDetail->cbSize = kDetailHeadSize;
+    if (!tree.GetInterfaceDetail(hSet, &data, pDetail, cbNeeded, nullptr)) {
+        CMsg::GetObj()->ShowMsg(MSG_ERROR, kFunction, "SetupDiGetDeviceInterfaceDetail FAIL\n");
+        return {};
+    }
+    return pDetail->DevicePath;
+}
+
+/// Reads a registry text of an element, its first string. @return false when unreadable
+bool ReadText(HANDLE hSet, const DEVINFO_DATA& dev, DWORD dwProperty, WString& strText)
+{
+    WCHAR szText[kTextChars + 1] = {};
+    if (!CurrentPlatform().DeviceTree().GetRegistryProperty(hSet, &dev, dwProperty, nullptr,
+                                                            reinterpret_cast<BYTE*>(szText),
+                                                            kTextChars * sizeof(WCHAR), nullptr))
+        return false;
+    strText = szText;
+    return true;
+}
+
+WString LowerCase(WString strText)
+{
+    for (WCHAR& ch : strText) {
+        if (ch >= WTEXT('A') && ch <= WTEXT('Z'))
+            ch = static_cast<WCHAR>(ch - WTEXT('A') + WTEXT('a'));
+    }
+    return strText;
+}
+
+/// An identifier as "%04x" writes it.
+WString HexText(DWORD dwId)
+{
+    static const WCHAR kDigits[] = WTEXT("0123456789abcdef");
+    WString strText;
+    for (int nShift = 28; nShift >= 0; nShift -= 4) {
+        const DWORD dwDigit = (dwId >> nShift) & 0xFu;
+        if (!strText.empty() || dwDigit != 0 || nShift < 16)
+            strText.push_back(kDigits[dwDigit]);
+    }
+    return strText;
+}
+
+bool IsBillboard(HANDLE hSet, const DEVINFO_DATA& dev)
+{
+    WString strDescription;
+    if (!ReadText(hSet, dev, kPropDeviceDesc, strDescription)) {
+        CMsg::GetObj()->ShowMsg(MSG_ERROR, kFunction,
+                                "SetupDiGetDeviceRegistryProperty Get DeviceDESC FAIL\n");
+        return false;
+    }
+    CMsg::GetObj()->ShowMsg_U(MSG_FAIL, kFunction, WTEXT("Deivce Desc is %s\n"),
+                              strDescription.c_str());
+    return LowerCase(strDescription) == WTEXT("billboard device");
+}
+
+bool HasIds(HANDLE hSet, const DEVINFO_DATA& dev, const WString& strPid, const WString& strVid)
+{
+    WString strHwId;
+    if (!ReadText(hSet, dev, kPropHardwareId, strHwId)) {
+        CMsg::GetObj()->ShowMsg(MSG_ERROR, kFunction,
+                                "SetupDiGetDeviceRegistryProperty Get Hwid FAIL\n");
+        return false;
+    }
+    CMsg::GetObj()->ShowMsg_U(MSG_FAIL, kFunction, WTEXT("Deivce HwId is %s\n"), strHwId.c_str());
+    // Deliberate: case counts, and the IDs' digits are in lower case.
+    if (strHwId.find(strPid) != WString::npos && strHwId.find(strVid) != WString::npos)
+        return true;
+    CMsg::GetObj()->ShowMsg_U(MSG_FAIL, kFunction, WTEXT("Hw id is %s,Match Fail\n"),
+                              strHwId.c_str());
+    return false;
+}
+} // namespace
+
+WString FindUsbPathByInstance(DWORD devInst)
+{
+    const CScopedHandle set = RequestUsbDevices();
+    if (!set.IsOpen())
+        return {};
+    DEVINFO_DATA dev = {};
+    for (DWORD dwIndex = 0; ReadElement(set.Get(), dwIndex, dev); ++dwIndex) {
+        if (dev.DevInst == devInst)
+            return ReadInterfacePath(set.Get(), dev);
+    }
+    return {};
+}
+
+WString FindBillboardPathById(DWORD dwPid, DWORD dwVid)
+{
+    const WString strPid = HexText(dwPid);
+    const WString strVid = HexText(dwVid);
+    const CScopedHandle set = RequestUsbDevices();
+    if (!set.IsOpen())
+        return {};
+    DEVINFO_DATA dev = {};
+    DWORD dwIndex = 0;
+    for (; ReadElement(set.Get(), dwIndex, dev); ++dwIndex) {
+        if (IsBillboard(set.Get(), dev) && HasIds(set.Get(), dev, strPid, strVid))
+            return ReadInterfacePath(set.Get(), dev);
+    }
+    CMsg::GetObj()->ShowMsg(MSG_ERROR, kFunction, "SetupDiEnumDeviceInfo FAIL,Index is %d\n",
+                            dwIndex);
+    return {};
+}
