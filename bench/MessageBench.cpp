@@ -18,7 +18,7 @@ void ShowMsg(benchmark::State& state)
     CNullResponder responder;
     for (int i = 0; i < state.range(0); ++i)
         msg.Attach(&responder);
-    for (auto _ : state)
+    while (state.KeepRunning())
         msg.ShowMsg(MSG_INFO, "CUSBDev::WriteFlashEx", "write flash complete %d%%\n", 42);
     msg.ClearResponder();
 }
@@ -36,7 +36,7 @@ std::string LogPath()
 void LogLine(benchmark::State& state)
 {
     CLogResponder log;
-    for (auto _ : state)
+    while (state.KeepRunning())
         log.ShowMsg(kLine, MSG_INFO);
     (void)std::remove(LogPath().c_str());
 }
@@ -46,12 +46,13 @@ BENCHMARK(LogLine);
 void BareLine(benchmark::State& state)
 {
     const std::string sPath = LogPath();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::FILE* const pFile = std::fopen(sPath.c_str(), "ab");
         if (pFile == nullptr) {
             state.SkipWithError("cannot open the file");
             break;
         }
+        std::setvbuf(pFile, nullptr, _IONBF, 0);
         std::fwrite(kLine, 1, std::strlen(kLine), pFile);
         std::fclose(pFile);
     }

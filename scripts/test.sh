@@ -21,7 +21,7 @@ esac
 
 groups=(build)
 [ $mode = quick ] || groups+=(lint)
-[ $mode != full ] || groups+=(clang)
+[ $mode != full ] || groups+=(clang bench)
 scripts/setup.sh "${groups[@]}" || exit 1
 
 jobs=$(nproc)

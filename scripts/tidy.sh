@@ -3,7 +3,7 @@
 #   (default)  the sources that changed since the base, and those named like a changed header.
 #              The base is $ZELHUB_TIDY_BASE, else where the branch left origin/main, else the
 #              previous commit; uncommitted changes count. At most $ZELHUB_TIDY_MAX sources (40)
-#   --all      every source that the build knows
+#   --all      every source that the build knows (the benchmarks where their library is there)
 # It runs inside a build of its own, build/tidy, so that a source that passed is read again only
 # when it or a header that it includes changes.
 set -euo pipefail
@@ -37,7 +37,9 @@ sources_of_changes() {
 [ ! -e $tree/build.ninja ] || [ ! .clang-tidy -nt $tree/build.ninja ] || rm -rf $tree
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-cmake --preset tidy >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
+bench=OFF
+[ ! -e /usr/include/benchmark/benchmark.h ] || bench=ON
+cmake --preset tidy -DZELHUB_BENCH=$bench >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 
 case "${1:-}" in
 --all) mapfile -t sources < <(known_sources) ;;

@@ -42,8 +42,10 @@ CLogResponder::CLogResponder(const CLogResponder& other)
 
 CLogResponder& CLogResponder::operator=(const CLogResponder& other)
 {
+    if (this == &other)
+        return *this;
     m_eLevel = other.m_eLevel;
-    std::memmove(m_szPath, other.m_szPath, sizeof m_szPath);
+    std::memcpy(m_szPath, other.m_szPath, sizeof m_szPath);
     return *this;
 }
 

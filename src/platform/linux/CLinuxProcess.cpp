@@ -62,7 +62,7 @@ int CLinuxProcess::NarrowText(const WCHAR* pszText, int cch, char* pBuffer, int 
         FailWith(kErrInsufficientBuffer);
         return 0;
     }
-    std::memcpy(pBuffer, strOut.data(), strOut.size());
+    strOut.copy(pBuffer, strOut.size()); // the terminator is among the units where it is asked for
     return nNeeded;
 }
 

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Builds and runs the benchmarks, prints ratios of one run and compares them with the targets.
+# Usage: scripts/bench.sh [GOOGLE BENCHMARK OPTIONS]; fails when a target is missed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh build bench
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+{ cmake --preset bench && cmake --build --preset bench; } >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
+build/bench/bench/zelhub_bench --benchmark_repetitions=3 \
+    --benchmark_enable_random_interleaving=true --benchmark_display_aggregates_only=true "$@"
