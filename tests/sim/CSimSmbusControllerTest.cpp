@@ -1,0 +1,276 @@
+#include "sim/CSimSmbusController.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using Bytes = std::vector<BYTE>;
+constexpr ULONGLONG kBase = 0xEFA0;
+constexpr BYTE kAddress = 0x42;
+
+/// A controller with one device, enabled, driven register by register.
+class Smbus : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_bus.Attach(kAddress, &m_device);
+        m_bus.SetHostc(0x01);
+    }
+    BYTE Get(unsigned nReg) { return static_cast<BYTE>(m_bus.Read(kBase + nReg, 1)); }
+    void Set(unsigned nReg, unsigned nValue) { m_bus.Write(kBase + nReg, nValue, 1); }
+    void Address(BYTE bySlave, BYTE byCommand)
+    {
+        Set(0, 0xFF);
+        Set(4, bySlave);
+        Set(3, byCommand);
+    }
+    void FillBuffer(const Bytes& data)
+    {
+        Set(0xD, 0x02);
+        (void)Get(2);
+        Set(5, static_cast<BYTE>(data.size()));
+        for (const BYTE by : data)
+            Set(7, by);
+    }
+    /// The status bits that end a transaction.
+    BYTE Wait()
+    {
+        m_clock.Advance(10'000);
+        return Get(0) & 0x1F;
+    }
+    std::string Misuse() { return m_bus.Misuse().Text(); }
+
+    CSimClock m_clock;
+    CSimSmbusController m_bus{m_clock, kBase};
+    CSimSmbusMemory m_device;
+};
+
+TEST_F(Smbus, ConfigurationEnablesTheRegisters)
+{
+    m_bus.SetHostc(0x00);
+    EXPECT_EQ(Get(0), 0xFF);
+    m_bus.Write(0xCF8, 0x80018940, 4);
+    EXPECT_EQ(m_bus.Read(0xCFC, 4), 0u);
+    m_bus.Write(0xCFC, 0x01, 4);
+    EXPECT_EQ(m_bus.Read(0xCFC, 4), 1u);
+    EXPECT_EQ(Get(0), 0x00);
+    m_bus.Write(0xCF8, 0x80018840, 4);
+    EXPECT_EQ(m_bus.Read(0xCFC, 4), 0xFFFFFFFFu);
+    m_bus.SetPresent(false);
+    m_bus.Write(0xCF8, 0x80018940, 4);
+    EXPECT_EQ(m_bus.Read(0xCFC, 4), 0xFFFFFFFFu);
+}
+
+TEST_F(Smbus, ReadingTheStatusTakesTheInUseFlag)
+{
+    EXPECT_EQ(Get(0), 0x00);
+    EXPECT_EQ(Get(0), 0x40);
+    Set(0, 0x40);
+    EXPECT_EQ(Get(0), 0x00);
+}
+
+TEST_F(Smbus, BufferIsReadBackBehindItsIndex)
+{
+    FillBuffer({1, 2, 3});
+    (void)Get(2);
+    EXPECT_EQ(Get(7), 1);
+    EXPECT_EQ(Get(7), 2);
+    m_bus.CorruptBufferReads(1);
+    EXPECT_EQ(Get(7), 2);
+    (void)Get(2);
+    for (int i = 0; i < 32; ++i)
+        (void)Get(7);
+    EXPECT_EQ(Misuse(), "");
+    (void)Get(7);
+    EXPECT_EQ(Misuse(), "buffer index not set back after 32 bytes\n");
+}
+
+TEST_F(Smbus, BufferedWriteReachesTheDeviceInItsTime)
+{
+    Address(kAddress, 0x10);
+    FillBuffer({0xA1, 0xA2, 0xA3});
+    Set(2, 0x54);
+    EXPECT_EQ(Get(0) & 0x03, 0x01);
+    EXPECT_TRUE(m_device.Blocks().empty());
+    EXPECT_EQ(Wait(), 0x02);
+    EXPECT_EQ(m_device.Blocks()[0x10], (Bytes{0xA1, 0xA2, 0xA3}));
+    Set(0, 0x02);
+    EXPECT_EQ(Get(0) & 0x1F, 0);
+    EXPECT_EQ(Misuse(), "");
+}
+
+TEST_F(Smbus, BufferedReadTellsCountAndBytes)
+{
+    m_device.Blocks()[0x11] = {7, 8};
+    Address(kAddress | 1, 0x11);
+    Set(0xD, 0x02);
+    Set(2, 0x54);
+    EXPECT_EQ(Wait(), 0x02);
+    EXPECT_EQ(Get(5), 2);
+    (void)Get(2);
+    EXPECT_EQ(Get(7), 7);
+    EXPECT_EQ(Get(7), 8);
+}
+
+TEST_F(Smbus, NobodyThereOrUnknownCommandIsADeviceError)
+{
+    Address(0x60, 0x10);
+    FillBuffer({1});
+    Set(2, 0x54);
+    EXPECT_EQ(Wait(), 0x04);
+    Address(kAddress | 1, 0x77);
+    Set(2, 0x54);
+    EXPECT_EQ(Wait(), 0x04);
+    EXPECT_EQ(Misuse(), "");
+}
+
+TEST_F(Smbus, BytewiseWriteWaitsForEachByte)
+{
+    Address(kAddress, 0x12);
+    Set(5, 2);
+    Set(7, 0xB1);
+    Set(2, 0x54);
+    m_clock.Advance(10'000);
+    EXPECT_EQ(Get(0) & 0x9F, 0x81);
+    m_clock.Advance(1'000'000);
+    EXPECT_EQ(Get(0) & 0x9F, 0x81); // stretched until the byte is acknowledged
+    Set(7, 0xB2);
+    Set(0, 0x80);
+    EXPECT_EQ(Get(0) & 0x9F, 0x01);
+    m_clock.Advance(10'000);
+    EXPECT_EQ(Get(0) & 0x9F, 0x81);
+    EXPECT_TRUE(m_device.Blocks().empty());
+    Set(0, 0x80);
+    EXPECT_EQ(Get(0) & 0x9F, 0x02);
+    EXPECT_EQ(m_device.Blocks()[0x12], (Bytes{0xB1, 0xB2}));
+    EXPECT_EQ(Misuse(), "");
+}
+
+TEST_F(Smbus, BytewiseReadNeedsItsLastByteAnnounced)
+{
+    for (const bool bAnnounced : {true, false}) {
+        m_bus.Misuse().Clear();
+        m_device.Blocks()[0x13] = {0xC1, 0xC2};
+        Address(kAddress | 1, 0x13);
+        Set(2, 0x54);
+        m_clock.Advance(10'000);
+        EXPECT_EQ(Get(5), 2);
+        EXPECT_EQ(Get(7), 0xC1);
+        Set(2, bAnnounced ? 0x34 : 0x14);
+        Set(0, 0x80);
+        m_clock.Advance(10'000);
+        EXPECT_EQ(Get(7), 0xC2);
+        Set(0, 0x80);
+        EXPECT_EQ(Get(0) & 0x9F, 0x02);
+        EXPECT_EQ(Misuse(), bAnnounced ? "" : "last byte of a block read was not announced\n");
+    }
+}
+
+TEST_F(Smbus, BytewiseReadOfNothingEndsAtOnce)
+{
+    m_device.Blocks()[0x14] = {};
+    Address(kAddress | 1, 0x14);
+    Set(2, 0x54);
+    m_clock.Advance(10'000);
+    EXPECT_EQ(Get(0) & 0x9F, 0x81);
+    EXPECT_EQ(Get(5), 0);
+    Set(0, 0x80);
+    EXPECT_EQ(Get(0) & 0x9F, 0x02);
+}
+
+TEST_F(Smbus, PacketErrorCodesMustBeSentWhereTheyAreWanted)
+{
+    m_device.SetNeedsPec(true);
+    Address(kAddress, 0x10);
+    FillBuffer({1});
+    Set(2, 0x54);
+    EXPECT_EQ(Wait(), 0x04);
+    Set(0, 0xFF);
+    Set(0xD, 0x03);
+    Set(2, 0x54);
+    EXPECT_EQ(Wait(), 0x02);
+}
+
+TEST_F(Smbus, FaultsSetTheirBits)
+{
+    const std::pair<SimSmbusFault, BYTE> faults[] = {{SimSmbusFault::DevErr, 0x04},
+                                                     {SimSmbusFault::BusErr, 0x08},
+                                                     {SimSmbusFault::Failed, 0x10},
+                                                     {SimSmbusFault::Crc, 0x04},
+                                                     {SimSmbusFault::Hang, 0x01}};
+    for (const auto& [eFault, byStatus] : faults) {
+        m_bus.FailTransaction(m_bus.Transactions(), eFault);
+        Address(kAddress, 0x10);
+        FillBuffer({1});
+        Set(2, 0x54);
+        EXPECT_EQ(Wait(), byStatus);
+        EXPECT_EQ(Get(0xC), eFault == SimSmbusFault::Crc ? 1 : 0);
+        Set(0xC, 0x01);
+    }
+    Set(2, 0x02); // the hang is killed
+    EXPECT_EQ(Get(0) & 0x1F, 0x10);
+    EXPECT_TRUE(m_device.Blocks().empty());
+}
+
+struct SmbusAbuse
+{
+    const char* pszCase;
+    BYTE byHostc;
+    BYTE byCount;
+    BYTE byControl;
+    bool bSkipClear;
+    const char* pszReason;
+};
+
+class SmbusMisuse : public Smbus, public testing::WithParamInterface<SmbusAbuse>
+{};
+
+TEST_P(SmbusMisuse, FailsTheStartAndIsCounted)
+{
+    m_bus.SetHostc(GetParam().byHostc);
+    Address(0x60, 0x10);
+    if (GetParam().bSkipClear) {
+        FillBuffer({1});
+        Set(2, 0x54);
+        ASSERT_EQ(Wait(), 0x04);
+    }
+    Address(kAddress, 0x10);
+    if (GetParam().bSkipClear) {
+        Set(2, 0x54);
+        (void)Wait();
+    }
+    Set(0xD, 0x02);
+    Set(5, GetParam().byCount);
+    Set(2, GetParam().byControl);
+    EXPECT_EQ(Wait() & 0x10, 0x10);
+    EXPECT_EQ(Misuse(), std::string(GetParam().pszReason) + "\n");
+}
+
+const SmbusAbuse kSmbusAbuses[] = {
+    {"I2cMode", 0x05, 1, 0x54, false, "start in I2C mode"},
+    {"OtherCommand", 0x01, 1, 0x48, false, "start of a command that is no block command"},
+    {"CountZero", 0x01, 0, 0x54, false, "start of a block write with a count out of 1 to 32"},
+    {"CountOver", 0x01, 33, 0x54, false, "start of a block write with a count out of 1 to 32"},
+    {"StatusStanding", 0x01, 1, 0x54, true, "start with status bits standing"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Controller, SmbusMisuse, testing::ValuesIn(kSmbusAbuses),
+                         [](const auto& abuse) { return std::string(abuse.param.pszCase); });
+
+TEST_F(Smbus, BusyControllerWantsToBeLeftAlone)
+{
+    m_bus.FailTransaction(0, SimSmbusFault::Hang);
+    Address(kAddress, 0x10);
+    FillBuffer({1});
+    Set(2, 0x54);
+    Set(2, 0x54);
+    Set(7, 0x55);
+    Set(4, 0x60);
+    EXPECT_EQ(Misuse(), "start while busy\nbuffer written while busy\n"
+                        "register 0x04 written while busy\n");
+    EXPECT_EQ(Get(0) & 0x01, 0x01);
+}
+
+} // namespace
