@@ -123,16 +123,18 @@ HANDLE CSimDeviceSets::GetClassDevs(const GUID* pClass, const WCHAR* pszEnumerat
         return m_machine.FailInvalid(kErrInvalidParameter);
     const WString strId = SimText::Of(pszEnumerator);
     const CSimDeviceTree& tree = m_machine.Tree();
-    if (bAll && pszEnumerator != nullptr && tree.FindById(strId) == nullptr)
+    const bool bOne = bAll && pszEnumerator != nullptr;
+    const CSimNode* const pOne = bOne ? tree.FindById(strId) : nullptr;
+    if (bOne && pOne == nullptr)
         return m_machine.FailInvalid(kErrNoSuchDevInst);
 
     auto pSet = std::make_shared<CSetObject>();
     for (const auto& pNode : tree.Nodes()) {
-        const bool bNamed = !bAll || pszEnumerator == nullptr ||
-                            SimText::SameNoCase(pNode->Spec().strInstanceId, strId);
+        if (bOne && pNode.get() != pOne)
+            continue;
         const bool bClass =
             (dwFlags & kSetDeviceInterface) == 0 || HasInterface(*pNode, bAll ? nullptr : pClass);
-        if (bNamed && bClass && ((dwFlags & kSetPresent) == 0 || pNode->IsPresent()))
+        if (bClass && ((dwFlags & kSetPresent) == 0 || pNode->IsPresent()))
             pSet->elements.push_back({pNode.get(), pNode->DevInst()});
     }
     if (tree.NewestFirst())

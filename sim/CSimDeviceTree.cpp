@@ -234,9 +234,8 @@ CSimNode* CSimDeviceTree::FindById(const WString& strId) const
 CSimNode* CSimDeviceTree::FindByPath(const WString& strPath) const
 {
     for (const auto& pNode : m_nodes)
-        for (size_t i = 0; i < pNode->Spec().interfaces.size(); ++i)
-            if (SimText::SameNoCase(pNode->InterfacePath(i), strPath))
-                return pNode.get();
+        if (pNode->HasPath(strPath))
+            return pNode.get();
     return nullptr;
 }
 

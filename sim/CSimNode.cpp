@@ -5,6 +5,23 @@
 
 #include <algorithm>
 
+namespace
+{
+/// Whether a composed path can be of an instance; composes nothing, for trees with many nodes.
+bool MayBePathOf(const WString& strId, const WString& strPath)
+{
+    constexpr size_t kHead = 4; // "\\\\?\\" in front of the instance ID
+    if (strPath.size() <= kHead + strId.size())
+        return false;
+    for (size_t i = strId.size(); i-- > 0;) {
+        const WCHAR ch = strId[i] == WCHAR('\\') ? WCHAR('#') : strId[i];
+        if ((ch | 0x20) != (strPath[kHead + i] | 0x20))
+            return false;
+    }
+    return true;
+}
+} // namespace
+
 CSimNode::CSimNode(CSimDeviceTree& tree, CSimNode* pParent, SimNodeSpec spec,
                    ISimUsbDevice* pDevice)
     : m_tree(tree), m_pParent(pParent), m_spec(std::move(spec)), m_pDevice(pDevice)
@@ -33,6 +50,17 @@ WString CSimNode::InterfacePath(size_t n) const
     WString strMiddle = SimText::Lower(m_spec.strInstanceId);
     std::replace(strMiddle.begin(), strMiddle.end(), WCHAR('\\'), WCHAR('#'));
     return WTEXT("\\\\?\\") + strMiddle + WTEXT("#") + SimText::GuidText(entry.guidClass);
+}
+
+bool CSimNode::HasPath(const WString& strPath) const
+{
+    for (size_t i = 0; i < m_spec.interfaces.size(); ++i) {
+        if (m_spec.interfaces[i].strPath.empty() && !MayBePathOf(m_spec.strInstanceId, strPath))
+            continue;
+        if (SimText::SameNoCase(InterfacePath(i), strPath))
+            return true;
+    }
+    return false;
 }
 
 WString CSimNode::PowerObjectName(size_t n) const
@@ -94,7 +122,7 @@ void CSimNode::DeviceReturned(bool bNewInstance)
     for (CSimNode* const pNode : {this, m_pTwin}) {
         if (pNode == nullptr)
             continue;
-        if (bNewInstance)
+        if (bNewInstance && !pNode->m_bPlugged)
             m_tree.GiveNewNumber(*pNode);
         pNode->Plug(true);
     }

@@ -49,6 +49,7 @@ public:
 
     /// The path of interface n; composed when the specification gives none.
     WString InterfacePath(size_t n) const;
+    bool HasPath(const WString& strPath) const; ///< any interface's, case ignored
 
     /// The node's power objects: for hubs one with value true, named "<instance ID>_0".
     std::vector<SimPowerObject>& PowerObjects() { return m_power; }
@@ -70,7 +71,8 @@ public:
     DWORD TransferError(unsigned nGeneration) const;
     unsigned Generation() const; ///< grows with every unplugging of the node or above it
 
-    // ISimPort
+    // ISimPort. A model may name both halves of a hub as its ports: the second call then finds
+    // everything done.
     void DeviceLeft() override;
     void DeviceReturned(bool bNewInstance) override;
 

@@ -23,6 +23,9 @@ constexpr DWORD kAuthnWinNt = 10;
 constexpr DWORD kAuthLevelCall = 3;
 constexpr DWORD kImpLevelImpersonate = 3;
 
+class CApartmentObject : public CSimHandleObject
+{};
+
 class CLocatorObject : public CSimHandleObject
 {};
 
@@ -66,13 +69,17 @@ LONG CSimPowerSwitch::InitializeCom(DWORD /*dwApartment*/)
 {
     if (const auto code = m_machine.Fault("IPowerSwitch::InitializeCom"))
         return Hr(*code);
-    return ++m_nComDepth == 1 ? kHrOk : kHrFalse;
+    m_apartments.push_back(
+        m_machine.Handles().Add("com apartment", "", std::make_shared<CApartmentObject>()));
+    return m_apartments.size() == 1 ? kHrOk : kHrFalse;
 }
 
 void CSimPowerSwitch::UninitializeCom()
 {
     (void)m_machine.Fault("IPowerSwitch::UninitializeCom");
-    --m_nComDepth;
+    const HANDLE hLast = m_apartments.empty() ? nullptr : m_apartments.back();
+    if (m_machine.Handles().Close<CApartmentObject>(hLast))
+        m_apartments.pop_back();
 }
 
 LONG CSimPowerSwitch::InitializeSecurity(int nServices, DWORD dwAuthLevel, DWORD dwImpLevel,
@@ -80,7 +87,7 @@ LONG CSimPowerSwitch::InitializeSecurity(int nServices, DWORD dwAuthLevel, DWORD
 {
     if (const auto code = m_machine.Fault("IPowerSwitch::InitializeSecurity"))
         return Hr(*code);
-    if (m_nComDepth <= 0)
+    if (m_apartments.empty())
         return kHrNotInitialised;
     if (nServices != -1 || dwAuthLevel != 1 || dwImpLevel != 4 || dwCapabilities != 0)
         return kHrInvalidArgument;
@@ -94,7 +101,7 @@ LONG CSimPowerSwitch::CreateLocator(HANDLE* phLocator)
 {
     if (const auto code = m_machine.Fault("IPowerSwitch::CreateLocator"))
         return Hr(*code);
-    if (m_nComDepth <= 0)
+    if (m_apartments.empty())
         return kHrNotInitialised;
     *phLocator = m_machine.Handles().Add("wmi locator", "", std::make_shared<CLocatorObject>());
     return kHrOk;

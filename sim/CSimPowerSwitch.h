@@ -15,7 +15,8 @@ class CSimPowerSwitch : public IPowerSwitch
 public:
     explicit CSimPowerSwitch(CSimMachine& machine) : m_machine(machine) {}
 
-    int ComDepth() const { return m_nComDepth; } ///< initialisations not taken back yet
+    /// Initialisations not taken back yet; each is also an open handle, "com apartment".
+    int ComDepth() const { return static_cast<int>(m_apartments.size()); }
 
     /// The queries so far, narrowed.
     const std::vector<std::string>& Queries() const { return m_queries; }
@@ -39,7 +40,7 @@ public:
 
 private:
     CSimMachine& m_machine;
-    int m_nComDepth = 0;
+    std::vector<HANDLE> m_apartments;
     bool m_bSecurity = false;
     std::vector<std::string> m_queries;
 };

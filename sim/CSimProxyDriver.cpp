@@ -202,11 +202,20 @@ SimTransferResult CSimProxyDriver::Carry(ISimUsbDevice& device, const SETUP_PACK
 {
     const unsigned n = ++m_nTransfers;
     if (const auto it = m_faults.find(n); it != m_faults.end())
-        return it->second;
+        return Spoil(it->second, dwTimeoutMs);
     if (m_interceptor)
         if (const auto result = m_interceptor(setup, n))
-            return *result;
+            return Spoil(*result, dwTimeoutMs);
     return device.Control(setup, pData, dwTimeoutMs);
+}
+
+SimTransferResult CSimProxyDriver::Spoil(const SimTransferResult& result, DWORD dwTimeoutMs) const
+{
+    constexpr ULONGLONG kTransferTime = 125;
+    if (m_timeHook)
+        m_timeHook(result.dwError == kErrSemTimeout ? ULONGLONG{dwTimeoutMs} * 1000
+                                                    : kTransferTime);
+    return result;
 }
 
 DWORD CSimProxyDriver::Port(SimControlRequest& request, bool bWrite)

@@ -46,9 +46,13 @@ public:
     DWORD Control(ISimDriverCaller& caller, SimControlRequest& request) override;
     void Unload() override;
 
+    /// Called with the time of transfers that no device sees (faults); us in microseconds.
+    void SetTimeHook(std::function<void(ULONGLONG us)> hook) { m_timeHook = std::move(hook); }
+
     void SetInterceptor(Interceptor interceptor) { m_interceptor = std::move(interceptor); }
 
     /// The n-th transfer (1 = the first ever) fails the I/O control, its device never sees it.
+    /// A time-out (121) takes its time.
     void FailTransfer(unsigned n, DWORD dwError);
 
     /// The n-th transfer is carried, does nothing and has this URB status.
@@ -75,6 +79,7 @@ private:
                    SimProxyRecord& record);
     SimTransferResult Carry(ISimUsbDevice& device, const SETUP_PACKET& setup, BYTE* pData,
                             DWORD dwTimeoutMs);
+    SimTransferResult Spoil(const SimTransferResult& result, DWORD dwTimeoutMs) const;
     DWORD Port(SimControlRequest& request, bool bWrite);
     DWORD Memory(SimControlRequest& request, bool bWrite);
     DWORD Reject(const SimControlRequest& request, const char* pszReason);
@@ -85,6 +90,7 @@ private:
     std::map<ULONGLONG, std::shared_ptr<ISimUsbDevice>> m_devices;
     ULONGLONG m_nextHandle = 0xD0000001;
     Interceptor m_interceptor;
+    std::function<void(ULONGLONG)> m_timeHook;
     std::map<unsigned, SimTransferResult> m_faults;
     unsigned m_nTransfers = 0;
     std::vector<std::string> m_rejections;
