@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "messages/CMessageRecorder.h"
+#include "sim/CSimHub.h"
+#include "sim/CSimMachine.h"
+#include "transport/CPropertyEx.h"
+
+/// A computer with one of the maker's hubs on port 1 of its root hub, the current platform while
+/// it lives. The log goes to memory.
+class CMessageBench
+{
+public:
+    CMessageBench();
+    explicit CMessageBench(const SimHubSettings& settings);
+    CMessageBench(const CMessageBench&) = delete;
+    CMessageBench& operator=(const CMessageBench&) = delete;
+    ~CMessageBench();
+
+    DWORD HubInst() const { return node.DevInst(); }
+
+    CSimMachine machine;
+    CSimHub hub;
+    CSimNode& node;
+};
+
+/// Ends a story: everything that was said must be in the catalogue, and the transcript (each
+/// message once, in order of its first appearance) must equal the recorded one of that name.
+/// With ZELHUB_RECORD_TRANSCRIPTS=1 in the environment the transcript is written instead; read
+/// the difference before you commit it.
+void ExpectTranscript(const std::string& strName, const CMessageRecorder& recorder);
+
+/// Counts what was heard in all stories of this run.
+class CMessageCatalogue& HeardMessages();

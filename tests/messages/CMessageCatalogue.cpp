@@ -1,0 +1,137 @@
+#include "messages/CMessageCatalogue.h"
+
+#include <fstream>
+#include <stdexcept>
+
+namespace
+{
+const std::pair<char, char> kEscapes[] = {
+    {'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}, {'\\', '\\'}, {'"', '"'}};
+
+/// What one conversion of a format can print.
+std::string PatternOf(const std::string& strConversion)
+{
+    const bool bAlternate = strConversion.find('#') != std::string::npos;
+    switch (strConversion.back()) {
+    case '%':
+        return "%";
+    case 'd':
+        return "-?[0-9]+";
+    case 'x':
+        return bAlternate ? "(0|0x[0-9a-f]+)" : "[0-9a-f]+";
+    case 'X':
+        return "[0-9A-F]+";
+    case 'p':
+        return "[0-9A-F]{16}";
+    case 's':
+    case 'S':
+        return "[\\s\\S]*";
+    default:
+        throw std::logic_error("conversion without a pattern: " + strConversion);
+    }
+}
+
+std::regex PatternOfFormat(const std::string& strFormat)
+{
+    std::string strPattern;
+    for (std::size_t i = 0; i < strFormat.size(); ++i) {
+        if (strFormat[i] == '%') {
+            const std::size_t nEnd = strFormat.find_first_of("%dxXpsS", i + 1);
+            strPattern += PatternOf(strFormat.substr(i, nEnd - i + 1));
+            i = nEnd;
+        } else {
+            if (std::string("\\^$.|?*+()[]{}").find(strFormat[i]) != std::string::npos)
+                strPattern += '\\';
+            strPattern += strFormat[i];
+        }
+    }
+    return std::regex(strPattern);
+}
+} // namespace
+
+std::string Escaped(const std::string& strText)
+{
+    std::string strOut;
+    for (const char ch : strText) {
+        bool bDone = false;
+        for (const auto& [raw, shown] : kEscapes) {
+            if (ch == raw && ch != '"') {
+                strOut += {'\\', shown};
+                bDone = true;
+            }
+        }
+        if (!bDone)
+            strOut += ch;
+    }
+    return strOut;
+}
+
+std::string Unescaped(const std::string& strText)
+{
+    std::string strOut;
+    for (std::size_t i = 0; i < strText.size(); ++i) {
+        if (strText[i] != '\\' || i + 1 == strText.size()) {
+            strOut += strText[i];
+            continue;
+        }
+        ++i;
+        for (const auto& [raw, shown] : kEscapes) {
+            if (strText[i] == shown)
+                strOut += raw;
+        }
+    }
+    return strOut;
+}
+
+CMessageCatalogue::CMessageCatalogue(const std::string& strFile)
+{
+    std::ifstream in(strFile);
+    if (!in)
+        throw std::runtime_error("no message catalogue: " + strFile);
+    std::string strClass;
+    for (std::string strLine; std::getline(in, strLine);) {
+        if (strLine.rfind("# ", 0) == 0)
+            strClass = strLine.substr(2);
+        const std::size_t nFunction = strLine.find('|');
+        if (nFunction == std::string::npos || strLine.front() == '#')
+            continue;
+        const std::size_t nFormat = strLine.find('|', nFunction + 1);
+        m_entries.push_back({strClass, strLine, strLine.substr(0, nFunction),
+                             strLine.substr(nFunction + 1, nFormat - nFunction - 1),
+                             PatternOfFormat(Unescaped(strLine.substr(nFormat + 1)))});
+    }
+}
+
+bool CMessageCatalogue::Hear(const SaidMessage& said)
+{
+    bool bKnown = false;
+    for (Entry& entry : m_entries) {
+        if (entry.strLevel == said.strLevel && entry.strFunction == said.strFunction &&
+            std::regex_match(said.strText, entry.pattern)) {
+            entry.bProvoked = true;
+            bKnown = true;
+        }
+    }
+    return bKnown;
+}
+
+std::map<std::string, CMessageCatalogue::Tally> CMessageCatalogue::TallyByClass() const
+{
+    std::map<std::string, Tally> tallies;
+    for (const Entry& entry : m_entries) {
+        Tally& tally = tallies[entry.strClass];
+        ++tally.nAll;
+        tally.nProvoked += entry.bProvoked ? 1 : 0;
+    }
+    return tallies;
+}
+
+std::vector<std::string> CMessageCatalogue::NotProvoked() const
+{
+    std::vector<std::string> lines;
+    for (const Entry& entry : m_entries) {
+        if (!entry.bProvoked)
+            lines.push_back(entry.strLine);
+    }
+    return lines;
+}
