@@ -1,5 +1,6 @@
 #include "sim/CSimWinUsb.h"
 
+#include "platform/ErrorCodes.h"
 #include "sim/CSimDevicePath.h"
 #include "sim/CSimMachine.h"
 
@@ -7,7 +8,6 @@
 
 namespace
 {
-constexpr DWORD kErrNotEnoughMemory = 8; // what WinUSB says of a device that is not its own
 constexpr DWORD kErrIoPending = 997;
 constexpr DWORD kWaitTimedOut = 258;
 

@@ -76,6 +76,7 @@ void CLogResponder::SetMsgLevel(ERRORLEVEL eLevel)
 
 bool CLogResponder::GetSelfModulePath(char* pBuffer)
 {
-    const auto* pCode = reinterpret_cast<const void*>(&CLogResponder::GetSelfModulePath);
+    // The address of an exported function may lie in the program that calls it.
+    const auto* pCode = reinterpret_cast<const void*>(&ModuleFolder);
     return CurrentPlatform().Process().ModulePath(pCode, pBuffer, kModulePathSize) != 0;
 }

@@ -9,9 +9,10 @@ bool Refuse(IProcess& process, DWORD dwError)
 }
 } // namespace
 
-HANDLE CAbsentDeviceTree::GetClassDevs(const GUID*, const WCHAR*, DWORD)
+HANDLE CAbsentDeviceTree::GetClassDevs(const GUID* pClass, const WCHAR*, DWORD dwFlags)
 {
-    Refuse(m_process, kErrCallNotImplemented);
+    const bool bNoClass = pClass == nullptr && (dwFlags & kSetAllClasses) == 0;
+    Refuse(m_process, bNoClass ? kErrInvalidParameter : kErrCallNotImplemented);
     return InvalidHandle();
 }
 bool CAbsentDeviceTree::EnumDeviceInfo(HANDLE, DWORD, DEVINFO_DATA*)

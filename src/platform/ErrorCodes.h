@@ -6,12 +6,15 @@
 constexpr DWORD kErrNone = 0;
 constexpr DWORD kErrFileNotFound = 2;
 constexpr DWORD kErrPathNotFound = 3;
+constexpr DWORD kErrTooManyOpenFiles = 4;
 constexpr DWORD kErrAccessDenied = 5;
 constexpr DWORD kErrInvalidHandle = 6;
+constexpr DWORD kErrNotEnoughMemory = 8;
 constexpr DWORD kErrInvalidData = 13;
 constexpr DWORD kErrNotReady = 21;
 constexpr DWORD kErrGenFailure = 31;
 constexpr DWORD kErrSharingViolation = 32;
+constexpr DWORD kErrNotSupported = 50;
 constexpr DWORD kErrFileExists = 80;
 constexpr DWORD kErrInvalidParameter = 87;
 constexpr DWORD kErrDiskFull = 112;

@@ -1,6 +1,8 @@
 #include "platform/linux/CLinuxFileSystem.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -14,6 +16,11 @@
 
 namespace
 {
+/// A holder is just leaving a flag file; opening it again shows whether it is still there. More
+/// than a few tries would mean that somebody else keeps the lock.
+constexpr DWORD kFlagVanished = kErrSharingViolation;
+constexpr int kFlagTries = 100;
+
 std::string NativePath(const WCHAR* pszPath)
 {
     std::string strPath = Utf8FromWide(pszPath, std::char_traits<WCHAR>::length(pszPath));
@@ -37,18 +44,14 @@ int OpenFlags(DWORD dwAccess, DWORD dwDisposition)
     return nFlags;
 }
 
-DWORD PutPath(std::string strPath, WCHAR* pBuffer, DWORD cch)
+DWORD PutPath(const std::string& strPath, WCHAR* pBuffer, DWORD cch)
 {
-    for (char& ch : strPath) {
-        if (ch == '/')
-            ch = '\\';
-    }
-    // Bytes are widened one by one: a folder with other than ASCII in its name does not fit here.
-    if (strPath.size() + 1 > cch)
-        return static_cast<DWORD>(strPath.size() + 1);
-    for (std::size_t i = 0; i <= strPath.size(); ++i)
-        pBuffer[i] = static_cast<unsigned char>(strPath.c_str()[i]);
-    return static_cast<DWORD>(strPath.size());
+    WString strWide = WideFromUtf8(strPath);
+    std::replace(strWide.begin(), strWide.end(), WTEXT('/'), WTEXT('\\'));
+    if (strWide.size() + 1 > cch)
+        return static_cast<DWORD>(strWide.size() + 1);
+    std::copy_n(strWide.c_str(), strWide.size() + 1, pBuffer);
+    return static_cast<DWORD>(strWide.size());
 }
 
 class CDescriptor
@@ -68,6 +71,20 @@ private:
     int m_n;
 };
 
+bool IsFolder(int nDescriptor)
+{
+    struct stat info = {};
+    return ::fstat(nDescriptor, &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool NamesSameFile(int nDescriptor, const std::string& strPath)
+{
+    struct stat open = {};
+    struct stat named = {};
+    return ::fstat(nDescriptor, &open) == 0 && ::lstat(strPath.c_str(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
 bool CopyBytes(int nFrom, int nTo)
 {
     std::array<char, 16384> block{};
@@ -82,36 +99,46 @@ bool CopyBytes(int nFrom, int nTo)
 } // namespace
 
 /// Takes the shared lock of a flag file. Where nobody else holds it and this open does not make
-/// it, the file is a leftover: it goes, and the open fails as for a missing file.
-bool CLinuxFileSystem::JoinFlag(int nDescriptor, const std::string& strPath, bool bMakes)
+/// it, the file is a leftover of a process that died: it goes, and counts as missing.
+/// @return 0, an error code, or kFlagVanished when another process removed it in between
+DWORD CLinuxFileSystem::JoinFlag(int nDescriptor, const std::string& strPath, bool bMakes)
 {
     if (!bMakes && ::flock(nDescriptor, LOCK_EX | LOCK_NB) == 0) {
         ::unlink(strPath.c_str());
-        return FailWith(kErrFileNotFound);
+        return kErrFileNotFound;
     }
     if (::flock(nDescriptor, LOCK_SH | LOCK_NB) != 0)
-        return FailWithErrno();
+        return errno == EWOULDBLOCK ? kFlagVanished : ErrorFromErrno(errno);
+    if (!NamesSameFile(nDescriptor, strPath))
+        return kFlagVanished;
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_flags[nDescriptor] = strPath;
-    return true;
+    return kErrNone;
 }
 
 HANDLE CLinuxFileSystem::Open(const WCHAR* pszPath, DWORD dwAccess, DWORD dwShare,
                               DWORD dwDisposition, DWORD dwAttributes)
 {
     const std::string strPath = NativePath(pszPath);
-    const int nDescriptor = ::open(strPath.c_str(), OpenFlags(dwAccess, dwDisposition), 0666);
-    if (nDescriptor < 0) {
-        FailWithErrno();
-        return InvalidHandle();
-    }
     const bool bMakesFlag = (dwAttributes & kFlagDeleteOnClose) != 0;
     const bool bIsFlag = bMakesFlag || (dwShare & kShareDelete) != 0;
-    if (bIsFlag && !JoinFlag(nDescriptor, strPath, bMakesFlag)) {
+    DWORD dwError = kFlagVanished;
+    for (int i = 0; i < kFlagTries && dwError == kFlagVanished; ++i) {
+        const int nDescriptor = ::open(strPath.c_str(), OpenFlags(dwAccess, dwDisposition), 0666);
+        if (nDescriptor < 0) {
+            FailWithErrno();
+            return InvalidHandle();
+        }
+        if (IsFolder(nDescriptor))
+            dwError = kErrAccessDenied;
+        else
+            dwError = bIsFlag ? JoinFlag(nDescriptor, strPath, bMakesFlag) : kErrNone;
+        if (dwError == kErrNone)
+            return HandleFromDescriptor(nDescriptor);
         ::close(nDescriptor);
-        return InvalidHandle();
     }
-    return HandleFromDescriptor(nDescriptor);
+    FailWith(dwError);
+    return InvalidHandle();
 }
 
 bool CLinuxFileSystem::Write(HANDLE hFile, const void* pData, DWORD cb, DWORD* pcbDone)

@@ -29,7 +29,7 @@ public:
     bool QueryRootVersion(const void* pBlock, const FIXED_FILE_INFO** ppInfo) override;
 
 private:
-    bool JoinFlag(int nDescriptor, const std::string& strPath, bool bMakes);
+    DWORD JoinFlag(int nDescriptor, const std::string& strPath, bool bMakes);
 
     std::mutex m_mutex;
     std::map<int, std::string> m_flags; ///< flag files that this process holds, by descriptor

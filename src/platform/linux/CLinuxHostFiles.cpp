@@ -1,8 +1,10 @@
 #include "platform/linux/CLinuxHostFiles.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/ErrorCodes.h"
 #include "platform/linux/FileHandle.h"
 #include "platform/linux/LinuxError.h"
 
@@ -19,7 +21,14 @@ HANDLE OpenFile(const char* pszPath, int nFlags)
 
 HANDLE CLinuxHostFiles::OpenForReading(const char* pszPath)
 {
-    return OpenFile(pszPath, O_RDONLY);
+    const HANDLE hFile = OpenFile(pszPath, O_RDONLY);
+    struct stat info = {};
+    if (hFile == InvalidHandle() || ::fstat(DescriptorFromHandle(hFile), &info) != 0 ||
+        !S_ISDIR(info.st_mode))
+        return hFile;
+    Close(hFile);
+    FailWith(kErrAccessDenied);
+    return InvalidHandle();
 }
 
 HANDLE CLinuxHostFiles::OpenForAppending(const char* pszPath)

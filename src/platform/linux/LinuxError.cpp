@@ -25,6 +25,11 @@ DWORD ErrorFromErrno(int nErrno)
     case EISDIR:
     case EROFS:
         return kErrAccessDenied;
+    case EMFILE:
+    case ENFILE:
+        return kErrTooManyOpenFiles;
+    case ENOMEM:
+        return kErrNotEnoughMemory;
     case EBADF:
         return kErrInvalidHandle;
     case EEXIST:
@@ -34,6 +39,7 @@ DWORD ErrorFromErrno(int nErrno)
     case EFBIG:
         return kErrDiskFull;
     case EBUSY:
+    case EAGAIN:
         return kErrBusy;
     case ETXTBSY:
         return kErrSharingViolation;
@@ -47,6 +53,10 @@ DWORD ErrorFromErrno(int nErrno)
     case ENXIO:
     case ESHUTDOWN:
         return kErrDeviceGone;
+    case ECANCELED:
+        return kErrOperationAborted;
+    case EOPNOTSUPP:
+        return kErrNotSupported;
     case ENOSYS:
         return kErrCallNotImplemented;
     default:

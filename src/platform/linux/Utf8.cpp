@@ -21,6 +21,29 @@ void AppendPoint(std::string& strOut, char32_t point)
         put(0x80 | (point & 0x3F));
     }
 }
+
+/// Reads the character at strText[i]. @return its bytes, or 0 where there is no valid one
+std::size_t ReadPoint(const std::string& strText, std::size_t i, char32_t& point)
+{
+    const auto byte = [&](std::size_t n) { return static_cast<unsigned char>(strText[n]); };
+    const unsigned char first = byte(i);
+    if (first < 0x80) {
+        point = first;
+        return 1;
+    }
+    const std::size_t nBytes = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4 || i + nBytes > strText.size())
+        return 0;
+    point = first & (0x7Fu >> nBytes);
+    for (std::size_t n = i + 1; n < i + nBytes; ++n) {
+        if ((byte(n) & 0xC0) != 0x80)
+            return 0;
+        point = (point << 6) | (byte(n) & 0x3Fu);
+    }
+    const bool bOverlong = (nBytes == 3 && point < 0x800) || (nBytes == 4 && point < 0x10000);
+    const bool bSurrogate = point >= 0xD800 && point < 0xE000;
+    return bOverlong || bSurrogate || point > 0x10FFFF ? 0 : nBytes;
+}
 } // namespace
 
 std::string Utf8FromWide(const WCHAR* pText, std::size_t nUnits)
@@ -39,6 +62,28 @@ std::string Utf8FromWide(const WCHAR* pText, std::size_t nUnits)
         } else {
             AppendPoint(strOut, unit);
         }
+    }
+    return strOut;
+}
+
+WString WideFromUtf8(const std::string& strText)
+{
+    WString strOut;
+    for (std::size_t i = 0; i < strText.size();) {
+        char32_t point = 0;
+        const std::size_t nBytes = ReadPoint(strText, i, point);
+        if (nBytes == 0) {
+            strOut.push_back('?');
+            ++i;
+            continue;
+        }
+        if (point >= 0x10000) {
+            strOut.push_back(static_cast<WCHAR>(0xD800 + ((point - 0x10000) >> 10)));
+            strOut.push_back(static_cast<WCHAR>(0xDC00 + ((point - 0x10000) & 0x3FF)));
+        } else {
+            strOut.push_back(static_cast<WCHAR>(point));
+        }
+        i += nBytes;
     }
     return strOut;
 }

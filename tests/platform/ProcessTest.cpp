@@ -1,0 +1,113 @@
+#include "PlatformContract.h"
+
+#include <fstream>
+#include <thread>
+
+#include "platform/IClock.h"
+
+namespace
+{
+class ProcessContract : public PlatformContract
+{
+protected:
+    IProcess& Process() { return m_pPlatform->Process(); }
+};
+
+TEST_P(ProcessContract, EveryThreadHasItsOwnLastError)
+{
+    SetLastError(5);
+    DWORD dwOthers = 0;
+    std::thread other([&] {
+        SetLastError(87);
+        dwOthers = LastError();
+    });
+    other.join();
+    EXPECT_EQ(dwOthers, 87u);
+    EXPECT_EQ(LastError(), 5u);
+}
+
+TEST_P(ProcessContract, ModulePathNamesAFileThatIsThere)
+{
+    char szPath[1024] = {};
+    const auto* pCode = reinterpret_cast<const void*>(&MakeRealPlatform);
+    const DWORD cb = Process().ModulePath(pCode, szPath, sizeof szPath);
+    ASSERT_EQ(cb, std::string(szPath).size());
+    EXPECT_TRUE(std::ifstream(szPath).good()) << szPath;
+    EXPECT_NE(std::string(szPath).find(m_pPlatform->HostFiles().Separator()), std::string::npos);
+}
+
+TEST_P(ProcessContract, ModulePathThatDoesNotFitFails)
+{
+    char szPath[4] = {};
+    const auto* pCode = reinterpret_cast<const void*>(&MakeRealPlatform);
+    EXPECT_EQ(Process().ModulePath(pCode, szPath, sizeof szPath), 0u);
+    EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+}
+
+TEST_P(ProcessContract, NarrowTextAsksForTheSizeFirst)
+{
+    const WCHAR* pszText = WTEXT("USB Hub");
+    EXPECT_EQ(Process().NarrowText(pszText, -1, nullptr, 0), 8);
+    EXPECT_EQ(Process().NarrowText(pszText, 3, nullptr, 0), 3);
+    char szText[8] = {'x'};
+    EXPECT_EQ(Process().NarrowText(pszText, -1, szText, sizeof szText), 8);
+    EXPECT_STREQ(szText, "USB Hub");
+}
+
+TEST_P(ProcessContract, NarrowTextThatDoesNotFitFails)
+{
+    char szText[7] = {};
+    EXPECT_EQ(Process().NarrowText(WTEXT("USB Hub"), -1, szText, sizeof szText), 0);
+    EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+}
+
+TEST_P(ProcessContract, HalfACharacterBecomesAQuestionMark)
+{
+    const WCHAR text[] = {'a', 0xD83D, 'b', 0};
+    char szText[16] = {};
+    EXPECT_EQ(Process().NarrowText(text, -1, szText, sizeof szText), 4);
+    EXPECT_STREQ(szText, "a?b");
+}
+
+TEST_P(ProcessContract, ProcessIsElevatedOnAKnownSystem)
+{
+    DWORD dwMajor = 0;
+    DWORD dwMinor = 0;
+    EXPECT_TRUE(Process().SystemVersion(&dwMajor, &dwMinor));
+    EXPECT_GE(dwMajor, 6u);
+    HANDLE hToken = nullptr;
+    ASSERT_TRUE(Process().OpenToken(kTokenQuery, &hToken));
+    DWORD dwElevated = 0;
+    DWORD cb = 0;
+    EXPECT_TRUE(Process().TokenElevation(hToken, &dwElevated, &cb));
+    EXPECT_EQ(cb, 4u);
+    EXPECT_NE(dwElevated, 0u);
+    EXPECT_TRUE(Process().CloseToken(hToken));
+}
+
+TEST_P(ProcessContract, CounterNeverRunsBackwards)
+{
+    IClock& clock = m_pPlatform->Clock();
+    ASSERT_GT(clock.Frequency(), 0);
+    LONGLONG llLast = clock.Counter();
+    for (int i = 0; i < 100; ++i) {
+        const LONGLONG ll = clock.Counter();
+        ASSERT_GE(ll, llLast);
+        llLast = ll;
+    }
+}
+
+TEST_P(ProcessContract, LocalTimeIsADate)
+{
+    CALENDAR_TIME now = {};
+    m_pPlatform->Clock().LocalTime(&now);
+    EXPECT_GE(now.nYear, 2024);
+    EXPECT_TRUE(now.nMonth >= 0 && now.nMonth <= 11) << now.nMonth;
+    EXPECT_TRUE(now.nDay >= 1 && now.nDay <= 31) << now.nDay;
+    EXPECT_TRUE(now.nHour >= 0 && now.nHour <= 23) << now.nHour;
+    EXPECT_TRUE(now.nMinute >= 0 && now.nMinute <= 59) << now.nMinute;
+    EXPECT_TRUE(now.nSecond >= 0 && now.nSecond <= 60) << now.nSecond;
+}
+
+INSTANTIATE_TEST_SUITE_P(Platforms, ProcessContract, testing::ValuesIn(kPlatforms), PlatformName);
+} // namespace

@@ -1,0 +1,100 @@
+#include "platform/linux/CLinuxFileSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/ErrorCodes.h"
+#include "platform/linux/LinuxError.h"
+
+namespace fs = std::filesystem;
+
+namespace
+{
+class LinuxFileSystem : public testing::Test
+{
+protected:
+    // The name is not ASCII, to go through wide text and back.
+    void SetUp() override
+    {
+        fs::create_directories(m_folder);
+        ::setenv("TMPDIR", m_folder.c_str(), 1);
+        WCHAR szFolder[260] = {};
+        ASSERT_GT(m_files.TemporaryFolder(szFolder, 260), 0u);
+        m_strFlag = WString(szFolder) + WTEXT("\\ZelUpx.flag");
+    }
+    void TearDown() override
+    {
+        ::unsetenv("TMPDIR");
+        fs::remove_all(m_folder);
+    }
+
+    HANDLE OpenFlag()
+    {
+        return m_files.Open(m_strFlag.c_str(), kGenericRead, kShareAll, kOpenExisting,
+                            kAttributeNormal);
+    }
+    HANDLE MakeFlag(CLinuxFileSystem& files)
+    {
+        return files.Open(m_strFlag.c_str(), kGenericRead | kGenericWrite | kAccessDelete,
+                          kShareAll, kOpenAlways, kAttributeTemporary | kFlagDeleteOnClose);
+    }
+
+    CLinuxFileSystem m_files;
+    fs::path m_folder = fs::path(testing::TempDir()) / "zelhub-t\xc3\xa4st-\xf0\x9f\x94\x8c";
+    WString m_strFlag;
+};
+
+TEST_F(LinuxFileSystem, BackslashesLeadToTheRealFolder)
+{
+    const HANDLE hFlag = MakeFlag(m_files);
+    ASSERT_NE(hFlag, InvalidHandle());
+    EXPECT_TRUE(fs::exists(m_folder / "ZelUpx.flag"));
+    m_files.Close(hFlag);
+    EXPECT_FALSE(fs::exists(m_folder / "ZelUpx.flag"));
+}
+
+TEST_F(LinuxFileSystem, FlagFileThatNobodyLocksIsAbsentAndGoes)
+{
+    std::ofstream(m_folder / "ZelUpx.flag") << "left by a process that was killed";
+    EXPECT_EQ(OpenFlag(), InvalidHandle());
+    EXPECT_EQ(ThreadLastError(), kErrFileNotFound);
+    EXPECT_FALSE(fs::exists(m_folder / "ZelUpx.flag"));
+}
+
+TEST_F(LinuxFileSystem, LastOfTwoHoldersTakesTheFlagFileAlong)
+{
+    CLinuxFileSystem other; // as another process: locks belong to the open
+    const HANDLE hMaker = MakeFlag(m_files);
+    const HANDLE hJoined = MakeFlag(other);
+    ASSERT_NE(hJoined, InvalidHandle());
+    m_files.Close(hMaker);
+    const HANDLE hProbe = OpenFlag();
+    EXPECT_NE(hProbe, InvalidHandle());
+    m_files.Close(hProbe);
+    other.Close(hJoined);
+    EXPECT_FALSE(fs::exists(m_folder / "ZelUpx.flag"));
+}
+
+TEST_F(LinuxFileSystem, LinksAreNotFollowed)
+{
+    std::ofstream(m_folder / "target") << "precious";
+    fs::create_symlink(m_folder / "target", m_folder / "ZelUpx.flag");
+    EXPECT_EQ(MakeFlag(m_files), InvalidHandle());
+    EXPECT_EQ(OpenFlag(), InvalidHandle());
+    EXPECT_EQ(
+        m_files.Open(m_strFlag.c_str(), kGenericWrite, kShareNone, kCreateAlways, kAttributeNormal),
+        InvalidHandle());
+    EXPECT_EQ(fs::file_size(m_folder / "target"), 8u);
+}
+
+TEST_F(LinuxFileSystem, RelativeTemporaryFolderIsNotTaken)
+{
+    ::setenv("TMPDIR", "somewhere", 1);
+    WCHAR szFolder[260] = {};
+    m_files.TemporaryFolder(szFolder, 260);
+    EXPECT_EQ(WString(szFolder), WTEXT("\\tmp\\"));
+}
+} // namespace
