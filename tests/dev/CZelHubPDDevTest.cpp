@@ -1,0 +1,194 @@
+#include "dev/CZelHubPDDev.h"
+
+#include "dev/CountingDev.h"
+#include "dev/DevFixture.h"
+#include "flow/CHubFwFinder.h"
+
+using testing::ElementsAre;
+
+namespace
+{
+class CommonDevTest : public DevFixture
+{
+protected:
+    CommonDevTest() { Anew(); }
+
+    using Pair = std::pair<DWORD, DWORD>;
+
+    std::vector<Pair> Ids()
+    {
+        std::vector<Pair> ids;
+        Pair id;
+        for (DWORD i = 0; m_dev.GetDevID(id.first, id.second, i); ++i)
+            ids.push_back(id);
+        return ids;
+    }
+
+    CCountingDev m_dev;
+};
+
+TEST(BareDevice, SupportsNothing)
+{
+    IDev dev;
+    DWORD dwFirst = 1;
+    DWORD dwSecond = 2;
+    USHORT wVersion = 3;
+    BYTE byData = 0;
+
+    EXPECT_EQ(dev.GetDevState(), nullptr);
+    EXPECT_EQ(dev.GetCertainDevState(WAIT_STATE), nullptr);
+    EXPECT_EQ(dev.GetFwFinder(), nullptr);
+    EXPECT_EQ(dev.GetMaster(), nullptr);
+    EXPECT_FALSE(dev.GetDevID(dwFirst, dwSecond, 0));
+    EXPECT_EQ(dev.GetLocationPath(), WString());
+    EXPECT_EQ(dev.GetLevel(), -1);
+    EXPECT_EQ(dev.GetPort(), -1);
+    EXPECT_FALSE(dev.ForceReset2Rom() || dev.Reset2Rom() || dev.Reset2Flash() || dev.WriteFlash() ||
+                 dev.CheckFlash() || dev.DevReadVersion(wVersion) || dev.DevErase());
+    EXPECT_FALSE(dev.IsPresent() || dev.IsAbsent() || dev.Arrive(1, 2) || dev.Arrive(1) ||
+                 dev.Remove() || dev.IsMeEx(0) || dev.MatchDev(0));
+    EXPECT_FALSE(dev.MP_SetByPassMode(0, 0) || dev.OpenHidDevice(0) ||
+                 dev.DevReadBINVersion(wVersion, 1));
+    EXPECT_TRUE(dev.InitDev(0));
+    EXPECT_TRUE(dev.UnInitDev(0));
+    EXPECT_EQ(dev.BlockOutTrans({0x20}, 1, 0, &byData, 1, 1), 0xFFFFFFFFu);
+    EXPECT_EQ(dev.BlockInTrans({0x20}, 1, 0, &byData, 1, 1), 0xFFFFFFFFu);
+    EXPECT_EQ(dev.I2CConfigImpl(0, 0, 0), 0u);
+    EXPECT_EQ(dev.I2CWriteImpl(0, &byData, 1), 0u);
+    EXPECT_EQ(dev.I2CReadImpl(0, &byData, 1), 0u);
+    EXPECT_EQ(wVersion, 3);
+}
+
+TEST_F(CommonDevTest, BeginsOfflineOnLevelOneWithoutPlace)
+{
+    EXPECT_EQ(m_dev.GetLevel(), 1);
+    EXPECT_EQ(m_dev.GetPort(), 0);
+    EXPECT_EQ(m_dev.GetLocationPath(), WString());
+    EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(OFFLINE_STATE));
+    EXPECT_EQ(m_dev.GetInitParam(), 0);
+    EXPECT_EQ(m_dev.GetUninitParam(), 0);
+    EXPECT_EQ(m_dev.GetHidArrived(), 0);
+}
+
+TEST_F(CommonDevTest, HoldsWhatItIsGiven)
+{
+    CCountingDev master;
+    WString strPath = WTEXT("PCIROOT(0)#USBROOT(0)#USB(2)");
+
+    m_dev.SetMaster(&master);
+    m_dev.SetSlaveAddr(0x42);
+    m_dev.SetFwLength(77);
+    m_dev.SetTopo(2, -3);
+    m_dev.SetTopo(strPath.data());
+
+    EXPECT_EQ(m_dev.GetMaster(), &master);
+    EXPECT_EQ(m_dev.GetDeviceAttr().bySlaveAddr, 0x42);
+    EXPECT_EQ(m_dev.GetFwLength(), 77u);
+    EXPECT_EQ(m_dev.GetLevel(), 2);
+    EXPECT_EQ(m_dev.GetPort(), -3);
+    EXPECT_EQ(m_dev.GetLocationPath(), strPath);
+
+    m_dev.SetTopo(nullptr);
+    EXPECT_EQ(m_dev.GetLocationPath(), WString());
+}
+
+TEST_F(CommonDevTest, GivesIdentifiersBackInTheRecordsOrder)
+{
+    m_dev.AddDevID(0x5678, 0x1234); // a host's (VID, PID)
+
+    EXPECT_THAT(Ids(), ElementsAre(Pair(0x1234, 0x5678)));
+}
+
+TEST_F(CommonDevTest, RemovesTheFirstEqualPairOnly)
+{
+    m_dev.AddDevID(1, 2);
+    m_dev.AddDevID(3, 4);
+    m_dev.AddDevID(1, 2);
+    m_dev.AddDevID(1, 5);
+
+    m_dev.DeleteDevID(2, 1); // never added that way round
+    EXPECT_EQ(Ids().size(), 4u);
+    m_dev.DeleteDevID(1, 2);
+    EXPECT_THAT(Ids(), ElementsAre(Pair(4, 3), Pair(2, 1), Pair(5, 1)));
+
+    __DevMatchID id = {7, 8};
+    m_dev.AttachDevMatchList(id);
+    m_dev.AttachDevMatchList(id);
+    m_dev.UnattachDevMatchList(id);
+    EXPECT_THAT(Ids(), ElementsAre(Pair(4, 3), Pair(2, 1), Pair(5, 1), Pair(7, 8)));
+}
+
+TEST_F(CommonDevTest, LeavesTheOutputsAlonePastTheLastIdentifier)
+{
+    m_dev.AddDevID(1, 2);
+    DWORD dwFirst = 0xAA;
+    DWORD dwSecond = 0xBB;
+
+    EXPECT_FALSE(m_dev.GetDevID(dwFirst, dwSecond, 1));
+
+    EXPECT_EQ(dwFirst, 0xAAu);
+    EXPECT_EQ(dwSecond, 0xBBu);
+}
+
+TEST_F(CommonDevTest, ForcedResetAsksNoState)
+{
+    EXPECT_TRUE(m_dev.ForceReset2Rom());
+    EXPECT_THAT(m_dev.m_calls, ElementsAre("Reset2RomEx"));
+}
+
+TEST_F(CommonDevTest, AnUnknownStateValueHasNoState)
+{
+    EXPECT_EQ(m_dev.GetCertainDevState(static_cast<DEVSTATE>(9)), nullptr);
+}
+
+TEST_F(CommonDevTest, KeepsEarlierFirmwareFindersAlive)
+{
+    m_dev.InitFwFinder("no such file");
+    IFwFinder* const pFirst = m_dev.GetFwFinder();
+    ASSERT_NE(pFirst, nullptr);
+    m_dev.InitFwFinder("another");
+
+    EXPECT_NE(m_dev.GetFwFinder(), pFirst);
+    Bytes vImage;
+    EXPECT_FALSE(pFirst->LoadFwbin2Buf(vImage));
+    EXPECT_TRUE(m_reports.Has("L0 CHubFwFinder::LoadFwbin2Buf: Current fw path is no such "
+                              "file.\n"));
+}
+
+TEST_F(CommonDevTest, ComparingOnlyEverTurnsAFailedReadIntoSuccess)
+{
+    const struct
+    {
+        const char* pszCase;
+        Bytes vImage;
+        Bytes vFlash;
+        bool bRead;
+        bool bResult;
+    } cases[] = {
+        {"equal", {1, 2, 3}, {1, 2, 3}, true, true},
+        {"different bytes pass", {1, 2, 3}, {1, 9, 3}, true, true},
+        {"another length passes", {1, 2, 3}, {1}, true, true},
+        {"failed read with equal bytes", {1, 2, 3}, {1, 2, 3}, false, true},
+        {"failed read", {1, 2, 3}, {1, 2, 4}, false, false},
+        {"nothing to compare", {}, {}, false, true},
+    };
+    m_dev.m_bOwnCompare = true;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszCase);
+        m_dev.SetFwBuf(c.vImage);
+        m_dev.m_vFlash = c.vFlash;
+        m_dev.m_bAnswer = c.bRead;
+        m_reports.m_lines.clear();
+
+        EXPECT_EQ(m_dev.CheckFlashWithCmp(), c.bResult);
+
+        EXPECT_EQ(m_dev.m_cbAsked, c.vImage.size());
+        EXPECT_THAT(m_reports.m_lines,
+                    ElementsAre("L0 CZelHubPDDev::CheckFlashWithCmp: Read Flash Success\n",
+                                c.bResult ? "L0 CZelHubPDDev::CheckFlashWithCmp: "
+                                            "check flash with compare return true\n"
+                                          : "L1 CZelHubPDDev::CheckFlashWithCmp: "
+                                            "check flash with compare return false\n"));
+    }
+}
+} // namespace

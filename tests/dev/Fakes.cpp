@@ -1,0 +1,136 @@
+#include "dev/Fakes.h"
+
+#include "msg/CMsg.h"
+#include "wire/HubRequests.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iomanip>
+
+namespace
+{
+bool IsIn(BYTE byType)
+{
+    return (byType & 0x80) != 0;
+}
+} // namespace
+
+std::ostream& operator<<(std::ostream& out, const Request& request)
+{
+    char text[128];
+    (void)std::snprintf(text, sizeof(text), "%02x/%02x value %04x index %04x length %u %u ms",
+                        request.byType, request.byRequest, request.wValue, request.wIndex,
+                        request.dwLength, request.dwTimeoutMs);
+    out << text;
+    const std::size_t cbShown = std::min<std::size_t>(request.vSent.size(), 16);
+    for (std::size_t i = 0; i < cbShown; ++i)
+        out << (i == 0 ? " sent " : " ") << std::hex << std::setw(2) << std::setfill('0')
+            << static_cast<unsigned>(request.vSent[i]) << std::dec;
+    return out << (cbShown < request.vSent.size() ? " ...\n" : "\n");
+}
+
+Request Sends(BYTE byRequest, USHORT wValue, USHORT wIndex, const Bytes& vSent, DWORD dwTimeoutMs)
+{
+    return {REQTYPE_VENDOR_OUT, byRequest, wValue, wIndex, static_cast<DWORD>(vSent.size()),
+            dwTimeoutMs,        vSent};
+}
+
+void CFakeTransport::AnswersBlock(BYTE byCommand, const Bytes& vAnswer)
+{
+    m_answers[{static_cast<BYTE>(REQ_BLOCK_IN), byCommand}] = vAnswer;
+}
+
+DWORD CFakeTransport::KyHub_SendVDCmd(BYTE byType, BYTE byRequest, USHORT wValue, USHORT wIndex,
+                                      BYTE* pBuffer, DWORD dwLength, DWORD dwTimeoutMs)
+{
+    Request request = {byType, byRequest, wValue, wIndex, dwLength, dwTimeoutMs};
+    if (!IsIn(byType) && dwLength != 0)
+        request.vSent.assign(pBuffer, pBuffer + dwLength);
+    const std::size_t nRequest = m_requests.size();
+    m_requests.push_back(request);
+    if (const auto it = m_fails.find(nRequest); it != m_fails.end())
+        return it->second;
+    if (!IsIn(byType))
+        return 0;
+    Bytes vAnswer;
+    if (byRequest == REQ_READ_FLASH) {
+        const std::size_t at = std::min<std::size_t>(wValue | wIndex << 16, m_flash.size());
+        vAnswer.assign(m_flash.begin() + static_cast<std::ptrdiff_t>(at), m_flash.end());
+    } else {
+        const BYTE byCommand = byRequest == REQ_BLOCK_IN ? static_cast<BYTE>(wValue >> 8) : 0;
+        vAnswer = m_answers[{byRequest, byCommand}];
+    }
+    std::copy_n(vAnswer.begin(), std::min<std::size_t>(vAnswer.size(), dwLength), pBuffer);
+    return 0;
+}
+
+DWORD CFakeTransport::RawSetup(const BYTE* pSetup, BYTE* pData)
+{
+    return KyHub_SendVDCmd(pSetup[0], pSetup[1], static_cast<USHORT>(pSetup[2] | pSetup[3] << 8),
+                           static_cast<USHORT>(pSetup[4] | pSetup[5] << 8), pData,
+                           static_cast<DWORD>(pSetup[6] | pSetup[7] << 8), 0);
+}
+
+DWORD CFakeTransport::KyHub_CtlPipeNoDataOut(BYTE* pSetup)
+{
+    return RawSetup(pSetup, nullptr);
+}
+
+DWORD CFakeTransport::KyHub_CtlPipeOut(BYTE* pSetup, BYTE* pData)
+{
+    return RawSetup(pSetup, pData);
+}
+
+DWORD CFakeTransport::KyHub_CtlPipeIn(BYTE* pSetup, BYTE* pData)
+{
+    return RawSetup(pSetup, pData);
+}
+
+int CFakeTransport::KyHub_TurnOnHubSS(DWORD devInst)
+{
+    m_ssTurnedOn.push_back(devInst);
+    return 0; // devices do not look at it
+}
+
+CReports::CReports()
+{
+    CMsg::GetObj()->Attach(this);
+}
+
+CReports::~CReports()
+{
+    CMsg::GetObj()->ClearResponder();
+}
+
+void CReports::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
+{
+    // "[stamp]  In <function>, <text>"
+    const std::string strLine = pszText;
+    const std::size_t atFunc = strLine.find("]  In ") + 6;
+    const std::size_t atText = strLine.find(", ", atFunc);
+    m_lines.push_back("L" + std::to_string(eLevel) + " " + strLine.substr(atFunc, atText - atFunc) +
+                      ": " + strLine.substr(atText + 2));
+}
+
+void CReports::ShowUIMsg(const char* pszText, RESTYPE eType)
+{
+    m_lines.push_back("UI" + std::to_string(eType) + " " + pszText);
+}
+
+void CReports::ShowProgress(int nPercent)
+{
+    m_lines.push_back(std::to_string(nPercent) + "%");
+}
+
+std::vector<std::string> CReports::Of(const std::string& strPrefix) const
+{
+    std::vector<std::string> found;
+    std::copy_if(m_lines.begin(), m_lines.end(), std::back_inserter(found),
+                 [&](const std::string& strLine) { return strLine.rfind(strPrefix, 0) == 0; });
+    return found;
+}
+
+bool CReports::Has(const std::string& strLine) const
+{
+    return std::find(m_lines.begin(), m_lines.end(), strLine) != m_lines.end();
+}

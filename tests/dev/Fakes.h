@@ -1,0 +1,101 @@
+#pragma once
+
+#include "msg/IResponder.h"
+#include "platform/Types.h"
+#include "transport/IPropertyEx.h"
+
+#include <map>
+#include <ostream>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+using Bytes = std::vector<BYTE>;
+
+/// One request as it reached the transport. Raw setup packets have no time-out of their own.
+struct Request
+{
+    BYTE byType;
+    BYTE byRequest;
+    USHORT wValue;
+    USHORT wIndex;
+    DWORD dwLength = 0;
+    DWORD dwTimeoutMs = 5000;
+    Bytes vSent = {}; ///< what an outgoing request carried
+
+    bool operator==(const Request&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Request& request);
+
+using Requests = std::vector<Request>;
+
+/// An outgoing request that carries data.
+Request Sends(BYTE byRequest, USHORT wValue, USHORT wIndex, const Bytes& vSent,
+              DWORD dwTimeoutMs = 5000);
+
+/// A transport that writes down every request and answers as it was told.
+class CFakeTransport : public IPropertyEx
+{
+public:
+    Requests m_requests;
+    std::vector<DWORD> m_ssTurnedOn;      ///< nodes whose selective suspend was restored
+    std::map<std::size_t, DWORD> m_fails; ///< by the request's number, from 0
+
+    /// What an incoming request reads, by request code and (for block reads) command.
+    void Answers(BYTE byRequest, const Bytes& vAnswer) { m_answers[{byRequest, 0}] = vAnswer; }
+    void AnswersBlock(BYTE byCommand, const Bytes& vAnswer);
+
+    /// Flash that flash reads answer from; index 0 is address 0.
+    Bytes m_flash;
+
+    DWORD KyHub_SendVDCmd(BYTE byType, BYTE byRequest, USHORT wValue, USHORT wIndex, BYTE* pBuffer,
+                          DWORD dwLength, DWORD dwTimeoutMs) override;
+    DWORD KyHub_CtlPipeNoDataOut(BYTE* pSetup) override;
+    DWORD KyHub_CtlPipeOut(BYTE* pSetup, BYTE* pData) override;
+    DWORD KyHub_CtlPipeIn(BYTE* pSetup, BYTE* pData) override;
+    int KyHub_TurnOnHubSS(DWORD devInst) override;
+
+    // Not used by devices.
+    DWORD KyHub_OpenDeviceByDevInst(DWORD, DWORD&) override { return 1; }
+    DWORD KyHub_OpenDeviceByDevInst(DWORD) override { return 1; }
+    DWORD KyHub_CloseDevice() override { return 0; }
+    int InitProxyDriver() override { return 0; }
+    int XH_UnInitProxyDriver() override { return 1; }
+    DWORD KyHub_WritePortUCHAR(DWORD, BYTE) override { return 1; }
+    DWORD KyHub_ReadPortUCHAR(DWORD, BYTE*) override { return 1; }
+    DWORD KyHub_WriteMemoryUCHAR(DWORD, BYTE*, DWORD) override { return 1; }
+    DWORD KyHub_ReadMemoryUCHAR(DWORD, BYTE*, DWORD) override { return 1; }
+    DWORD KyHub_Speed(_myUSB_DEVICE_SPEED*) override { return 1; }
+    int KyHub_IsVoHub(DWORD, int) override { return 0; }
+    DWORD KyHub_OpenHidDeviceByDevInst(DWORD) override { return 1; }
+    void KyHub_Free(_KYHUB_INST**) override {}
+    int KyHid_IsITEHid(DWORD) override { return 0; }
+    DWORD HidGetDevInstInterfaceHandle(DWORD, const GUID*, HANDLE*) override { return 1; }
+
+private:
+    DWORD RawSetup(const BYTE* pSetup, BYTE* pData);
+
+    std::map<std::pair<BYTE, BYTE>, Bytes> m_answers;
+};
+
+/// Collects what the library reports, one text per report: "L0 function: text" for log lines,
+/// "UI2 text", "30%" for progress.
+class CReports : public IResponder
+{
+public:
+    std::vector<std::string> m_lines;
+
+    CReports();           ///< attaches itself to the dispatcher
+    ~CReports() override; ///< clears the dispatcher's list
+
+    void ShowMsg(const char* pszText, ERRORLEVEL eLevel) override;
+    void ShowUIMsg(const char* pszText, RESTYPE eType) override;
+    void CountDown(const char*, int, ERRORLEVEL) override {}
+    void ShowProgress(int nPercent) override;
+    void SetMsgLevel(ERRORLEVEL) override {}
+
+    /// The lines that begin with a text.
+    std::vector<std::string> Of(const std::string& strPrefix) const;
+    bool Has(const std::string& strLine) const;
+};
