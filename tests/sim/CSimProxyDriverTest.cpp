@@ -1,0 +1,354 @@
+#include "sim/CSimProxyDriver.h"
+
+#include "sim/CSimAddressSpace.h"
+
+#include <cstring>
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace
+{
+class CScriptedDevice : public ISimUsbDevice
+{
+public:
+    SimTransferResult Control(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeoutMs) override
+    {
+        lastSetup = setup;
+        dwLastTimeout = dwTimeoutMs;
+        ++nCalls;
+        if (pData != nullptr && (setup.bmRequestType & 0x80) != 0)
+            std::memset(pData, 0xA5, setup.wLength);
+        return answer.value_or(SimTransferResult{kErrNone, 0, setup.wLength});
+    }
+    SETUP_PACKET lastSetup = {};
+    DWORD dwLastTimeout = 0;
+    unsigned nCalls = 0;
+    std::optional<SimTransferResult> answer;
+};
+
+/// A caller in this process with one file handle, 0x1234.
+class CCaller : public ISimDriverCaller
+{
+public:
+    explicit CCaller(std::shared_ptr<ISimUsbDevice> pDevice) : m_pDevice(std::move(pDevice)) {}
+    std::shared_ptr<ISimUsbDevice> DeviceBehind(ULONGLONG fileHandle) override
+    {
+        return fileHandle == 0x1234 ? m_pDevice : nullptr;
+    }
+    void* Memory(ULONGLONG address, size_t /*cb*/) override
+    {
+        return reinterpret_cast<void*>(address);
+    }
+
+private:
+    std::shared_ptr<ISimUsbDevice> m_pDevice;
+};
+
+/// A buffer of a request, open for mutilation.
+struct Request
+{
+    DWORD dwCode = 0;
+    std::vector<BYTE> in;
+    std::vector<BYTE> out;
+    DWORD cbDone = 0;
+};
+
+class ProxyDriver : public testing::Test
+{
+protected:
+    DWORD Send(Request& request)
+    {
+        SimControlRequest raw = {request.dwCode, request.in.data(),
+                                 static_cast<DWORD>(request.in.size()), request.out.data(),
+                                 static_cast<DWORD>(request.out.size())};
+        const DWORD dwError = m_driver.Control(m_caller, raw);
+        request.cbDone = raw.cbDone;
+        return dwError;
+    }
+    ULONGLONG OpenDevice()
+    {
+        PROXY_DEVICE_REQUEST open = {0, 0x1234, 0, 0};
+        Request request = Of(IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, open, sizeof open);
+        EXPECT_EQ(Send(request), 0u);
+        EXPECT_EQ(request.cbDone, 32u);
+        std::memcpy(&open, request.out.data(), sizeof open);
+        return open.deviceHandle;
+    }
+    template<class T>
+    static Request Of(DWORD dwCode, const T& record, size_t cbOut)
+    {
+        Request request = {dwCode, std::vector<BYTE>(sizeof record), std::vector<BYTE>(cbOut)};
+        std::memcpy(request.in.data(), &record, sizeof record);
+        return request;
+    }
+    DWORD SendUrb(URB& urb, ULONGLONG deviceHandle)
+    {
+        const PROXY_URB_REQUEST send = {0,   0, deviceHandle, reinterpret_cast<ULONGLONG>(&urb),
+                                        777, 0};
+        Request request = Of(IOCTL_KYPROXY_SEND_URB, send, 0);
+        return Send(request);
+    }
+    URB VendorIn(BYTE* pData, DWORD cb)
+    {
+        URB urb = {};
+        urb.Transfer.Hdr.Length = URB_LENGTH;
+        urb.Transfer.Hdr.Function = URB_FUNCTION_VENDOR_DEVICE;
+        urb.Transfer.TransferFlags = USBD_TRANSFER_DIRECTION_IN;
+        urb.Transfer.TransferBufferLength = cb;
+        urb.Transfer.TransferBuffer = reinterpret_cast<ULONGLONG>(pData);
+        urb.Request.Vendor = {0xC0, 0xD8, 0x1111, 0x2222, 0};
+        return urb;
+    }
+
+    CSimAddressSpace m_ports{true};
+    CSimAddressSpace m_memory{true};
+    CSimProxyDriver m_driver{&m_ports, &m_memory};
+    std::shared_ptr<CScriptedDevice> m_pDevice = std::make_shared<CScriptedDevice>();
+    CCaller m_caller{m_pDevice};
+    BYTE m_data[8] = {};
+};
+
+TEST_F(ProxyDriver, TurnsEachKindOfUrbIntoItsControlTransfer)
+{
+    const ULONGLONG device = OpenDevice();
+    URB urb = VendorIn(m_data, 8);
+    EXPECT_EQ(SendUrb(urb, device), 0u);
+    EXPECT_EQ(std::memcmp(&m_pDevice->lastSetup, "\xC0\xD8\x11\x11\x22\x22\x08\x00", 8), 0);
+    EXPECT_EQ(m_pDevice->dwLastTimeout, 777u);
+    EXPECT_EQ(m_data[7], 0xA5);
+
+    urb = VendorIn(m_data, 8);
+    urb.Transfer.Hdr.Function = URB_FUNCTION_CONTROL_TRANSFER;
+    urb.Transfer.TransferFlags = USBD_DEFAULT_PIPE_TRANSFER;
+    urb.Request.SetupPacket = {0x40, 0xC8, 3, 4, 8};
+    EXPECT_EQ(SendUrb(urb, device), 0u);
+    EXPECT_EQ(std::memcmp(&m_pDevice->lastSetup, "\x40\xC8\x03\x00\x04\x00\x08\x00", 8), 0);
+
+    urb = VendorIn(m_data, 8);
+    urb.Transfer.Hdr.Function = URB_FUNCTION_GET_DESCRIPTOR_FROM_DEVICE;
+    urb.Transfer.TransferFlags = 0;
+    urb.Request.Descriptor = {0, 0x34, 3, 0x0409, 0};
+    EXPECT_EQ(SendUrb(urb, device), 0u);
+    EXPECT_EQ(std::memcmp(&m_pDevice->lastSetup, "\x80\x06\x34\x03\x09\x04\x08\x00", 8), 0);
+    EXPECT_THAT(m_driver.Rejections(), IsEmpty());
+}
+
+TEST_F(ProxyDriver, RefusesEveryReservedByteOfAUrb)
+{
+    const ULONGLONG device = OpenDevice();
+    // Everything but Length, Function, TransferFlags, length, buffer and the request's fields.
+    unsigned nRefused = 0;
+    for (size_t i = 4; i < 136; ++i) {
+        const bool bReserved = i < 32 || (i >= 48 && i < 128) || i >= 134;
+        if (!bReserved)
+            continue;
+        SCOPED_TRACE(i);
+        URB urb = VendorIn(m_data, 8);
+        reinterpret_cast<BYTE*>(&urb)[i] = 1;
+        EXPECT_EQ(SendUrb(urb, device), kErrInvalidParameter);
+        ++nRefused;
+    }
+    EXPECT_THAT(m_driver.Rejections(), SizeIs(nRefused));
+    EXPECT_EQ(m_pDevice->nCalls, 0u);
+}
+
+struct Spoiling
+{
+    const char* pszCase;
+    void (*pfnSpoil)(URB& urb);
+};
+
+const Spoiling kSpoilings[] = {
+    {"Length", [](URB& urb) { urb.Transfer.Hdr.Length = 128; }},
+    {"Function", [](URB& urb) { urb.Transfer.Hdr.Function = 0x0009; }},
+    {"VendorDirection", [](URB& urb) { urb.Transfer.TransferFlags = 0; }},
+    {"NoBuffer", [](URB& urb) { urb.Transfer.TransferBuffer = 0; }},
+    {"TooLong", [](URB& urb) { urb.Transfer.TransferBufferLength = 0x10000; }},
+    {"ControlFlags",
+     [](URB& urb) {
+         urb.Transfer.Hdr.Function = URB_FUNCTION_CONTROL_TRANSFER;
+         urb.Request.SetupPacket = {0xC0, 9, 0, 0, 8};
+     }},
+    {"ControlLength",
+     [](URB& urb) {
+         urb.Transfer.Hdr.Function = URB_FUNCTION_CONTROL_TRANSFER;
+         urb.Transfer.TransferFlags = 9;
+         urb.Request.SetupPacket = {0xC0, 9, 0, 0, 7};
+     }},
+    {"ControlDirection",
+     [](URB& urb) {
+         urb.Transfer.Hdr.Function = URB_FUNCTION_CONTROL_TRANSFER;
+         urb.Transfer.TransferFlags = 9;
+         urb.Request.SetupPacket = {0x40, 9, 0, 0, 8};
+     }},
+    {"DescriptorFlags",
+     [](URB& urb) {
+         urb.Transfer.Hdr.Function = URB_FUNCTION_GET_DESCRIPTOR_FROM_DEVICE;
+         urb.Request.Descriptor = {0, 0, 1, 0, 0};
+     }},
+};
+
+class ProxyDriverSpoiledUrb : public ProxyDriver, public testing::WithParamInterface<Spoiling>
+{};
+
+TEST_P(ProxyDriverSpoiledUrb, IsRefusedWithAReason)
+{
+    const ULONGLONG device = OpenDevice();
+    URB urb = VendorIn(m_data, 8);
+    GetParam().pfnSpoil(urb);
+    EXPECT_EQ(SendUrb(urb, device), kErrInvalidParameter);
+    EXPECT_THAT(m_driver.Rejections(), SizeIs(1));
+    EXPECT_EQ(m_pDevice->nCalls, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ProxyDriverSpoiledUrb, testing::ValuesIn(kSpoilings),
+                         [](const auto& entry) { return std::string(entry.param.pszCase); });
+
+/// A good request of each kind, and the input bytes that may hold something.
+struct Layout
+{
+    const char* pszCase;
+    DWORD dwCode;
+    size_t cbIn;
+    size_t cbOut;
+    size_t nFreeFrom[2];
+    size_t nFreeTo[2];
+    BYTE byLengthAt16;
+};
+
+const Layout kLayouts[] = {
+    {"Open", IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, 32, 32, {8, 0}, {16, 0}, 0},
+    {"Close", IOCTL_KYPROXY_CLOSE_DEVICE, 32, 0, {16, 0}, {24, 0}, 0},
+    {"SendUrb", IOCTL_KYPROXY_SEND_URB, 40, 0, {16, 0}, {36, 0}, 0},
+    {"WritePort", IOCTL_KYPROXY_WRITE_PORT_UCHAR, 24, 0, {8, 16}, {12, 17}, 0},
+    {"ReadPort", IOCTL_KYPROXY_READ_PORT_UCHAR, 24, 1, {8, 0}, {12, 0}, 0},
+    {"WriteMemory", IOCTL_KYPROXY_WRITE_MEMORY_UCHAR, 29, 0, {8, 16}, {12, 25}, 5},
+    {"ReadMemory", IOCTL_KYPROXY_READ_MEMORY_UCHAR, 24, 5, {8, 16}, {12, 20}, 5},
+};
+
+class ProxyDriverLayout : public ProxyDriver, public testing::WithParamInterface<Layout>
+{
+protected:
+    static Request Good()
+    {
+        const Layout& layout = GetParam();
+        Request request = {layout.dwCode, std::vector<BYTE>(layout.cbIn),
+                           std::vector<BYTE>(layout.cbOut)};
+        request.in[16] = layout.byLengthAt16;
+        return request;
+    }
+    static bool IsFree(size_t i)
+    {
+        const Layout& layout = GetParam();
+        return (i >= layout.nFreeFrom[0] && i < layout.nFreeTo[0]) ||
+               (i >= layout.nFreeFrom[1] && i < layout.nFreeTo[1]);
+    }
+};
+
+TEST_P(ProxyDriverLayout, RefusesEveryOtherLengthAndEveryReservedByte)
+{
+    unsigned nRefused = 0;
+    const auto refuse = [&](Request request) {
+        EXPECT_EQ(Send(request), kErrInvalidParameter);
+        EXPECT_THAT(m_driver.Rejections(), SizeIs(++nRefused));
+    };
+    for (const int nMore : {-1, 1}) {
+        Request request = Good();
+        request.in.resize(request.in.size() + static_cast<size_t>(nMore));
+        refuse(request);
+    }
+    Request request = Good();
+    request.out.resize(request.out.size() + 1);
+    refuse(request);
+    for (size_t i = 0; i < GetParam().cbIn; ++i) {
+        SCOPED_TRACE(i);
+        if (IsFree(i))
+            continue;
+        Request spoiled = Good();
+        spoiled.in[i] = 1;
+        refuse(spoiled);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ProxyDriverLayout, testing::ValuesIn(kLayouts),
+                         [](const auto& entry) { return std::string(entry.param.pszCase); });
+
+TEST_F(ProxyDriver, KnowsOnlyTheHandlesThatItGaveOut)
+{
+    URB urb = VendorIn(m_data, 8);
+    EXPECT_EQ(SendUrb(urb, 0), kErrInvalidHandle);
+    PROXY_DEVICE_REQUEST open = {0, 0x9999, 0, 0};
+    Request request = Of(IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, open, sizeof open);
+    EXPECT_EQ(Send(request), kErrInvalidHandle);
+
+    const ULONGLONG device = OpenDevice();
+    const PROXY_DEVICE_REQUEST close = {0, 0, device, 0};
+    request = Of(IOCTL_KYPROXY_CLOSE_DEVICE, close, 0);
+    EXPECT_EQ(Send(request), 0u);
+    EXPECT_EQ(Send(request), kErrInvalidHandle);
+    EXPECT_EQ(m_driver.OpenDevices(), 0u);
+}
+
+TEST_F(ProxyDriver, ReportsFaultsInBothWays)
+{
+    const ULONGLONG device = OpenDevice();
+    m_driver.FailTransfer(1, 121);
+    m_driver.FailTransferWithStatus(2, 0xC0000004);
+    ULONGLONG us = 0;
+    m_driver.SetTimeHook([&us](ULONGLONG usSpent) { us += usSpent; });
+
+    URB urb = VendorIn(m_data, 8);
+    EXPECT_EQ(SendUrb(urb, device), 121u);
+    EXPECT_EQ(us, 777000u);
+    urb = VendorIn(m_data, 8);
+    EXPECT_EQ(SendUrb(urb, device), 0u);
+    EXPECT_EQ(urb.Transfer.Hdr.Status, 0xC0000004u);
+    EXPECT_EQ(m_pDevice->nCalls, 0u);
+    urb = VendorIn(m_data, 8);
+    EXPECT_EQ(SendUrb(urb, device), 0u);
+    EXPECT_EQ(urb.Transfer.Hdr.Status, 0u);
+    EXPECT_THAT(m_driver.Lines(),
+                ElementsAre("open -> ok", "urb C0/D8 v=1111 i=2222 len=8 t=777 -> error 121",
+                            "urb C0/D8 v=1111 i=2222 len=8 t=777 -> status C0000004",
+                            "urb C0/D8 v=1111 i=2222 len=8 t=777 -> ok"));
+}
+
+TEST_F(ProxyDriver, WritesBackHowManyBytesMoved)
+{
+    const ULONGLONG device = OpenDevice();
+    m_pDevice->answer = SimTransferResult{kErrNone, 0, 3};
+    URB urb = VendorIn(m_data, 8);
+    EXPECT_EQ(SendUrb(urb, device), 0u);
+    EXPECT_EQ(urb.Transfer.TransferBufferLength, 3u);
+    EXPECT_THAT(m_driver.Log().back().data, SizeIs(3));
+}
+
+TEST_F(ProxyDriver, ReachesPortsAndMemory)
+{
+    PROXY_PORT_REQUEST port = {};
+    port.address = 0x66;
+    port.value = 0x81;
+    Request request = Of(IOCTL_KYPROXY_WRITE_PORT_UCHAR, port, 0);
+    EXPECT_EQ(Send(request), 0u);
+    EXPECT_EQ(m_ports.ByteAt(0x66), 0x81);
+    port.value = 0;
+    request = Of(IOCTL_KYPROXY_READ_PORT_UCHAR, port, 1);
+    EXPECT_EQ(Send(request), 0u);
+    EXPECT_THAT(request.out, ElementsAre(0x81));
+
+    request = {IOCTL_KYPROXY_WRITE_MEMORY_UCHAR, std::vector<BYTE>(27), {}};
+    request.in[8] = 0x10;
+    request.in[16] = 3;
+    request.in[20] = 7;
+    request.in[22] = 9;
+    EXPECT_EQ(Send(request), 0u);
+    request = {IOCTL_KYPROXY_READ_MEMORY_UCHAR, std::vector<BYTE>(24), std::vector<BYTE>(3)};
+    request.in[8] = 0x10;
+    request.in[16] = 3;
+    EXPECT_EQ(Send(request), 0u);
+    EXPECT_THAT(request.out, ElementsAre(7, 0, 9));
+}
+} // namespace
