@@ -1,0 +1,568 @@
+#include "dev/CI2CPdDev.h"
+
+#include "dev/CHubDev.h"
+#include "dev/DevFixture.h"
+
+#include <numeric>
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+class CI2CPdDevTestAccess
+{
+public:
+    static bool WriteUnits(CI2CPdDev& dev, DWORD dwAddr, const Bytes& v)
+    {
+        return dev.WriteFlashUnit(dwAddr, v.data(), static_cast<DWORD>(v.size()));
+    }
+    static bool ReadUnits(CI2CPdDev& dev, DWORD dwAddr, Bytes& v)
+    {
+        return dev.ReadFlashUnit(dwAddr, v.data(), static_cast<DWORD>(v.size()));
+    }
+};
+
+namespace
+{
+constexpr BYTE kSlave = 0x42;
+
+class COpenPd : public CI2CPdDev
+{
+public:
+    void SetFlashAddr(DWORD dwAddr) { m_dwFlashAddr = dwAddr; }
+    DWORD FlashAddr() const { return m_dwFlashAddr; }
+};
+
+/// A command to the controller, as its master sends it.
+Request Out(BYTE byCommand, USHORT wOffset, const Bytes& vData, DWORD dwTimeoutMs = 5000)
+{
+    Bytes sent = {static_cast<BYTE>(wOffset), static_cast<BYTE>(wOffset >> 8),
+                  static_cast<BYTE>(vData.size())};
+    sent.insert(sent.end(), vData.begin(), vData.end());
+    return Sends(0xDC, static_cast<USHORT>(byCommand << 8 | kSlave), 0, sent, dwTimeoutMs);
+}
+
+Request In(BYTE byCommand, USHORT wOffset, DWORD cb)
+{
+    return {0xC0, 0xEC, static_cast<USHORT>(byCommand << 8 | kSlave), wOffset, cb};
+}
+
+const Request kEnable1 = Out(0x01, 0x0A7C, {1});
+const Request kEnable3 = Out(0x01, 0x0A7C, {1, 0, 0});
+const Request kStatus = In(0x3A, 0, 20);
+const Request kIsp = Out(0x16, 1, {}, 30000);
+
+Bytes Pattern(std::size_t cb)
+{
+    Bytes v(cb);
+    std::iota(v.begin(), v.end(), BYTE{1});
+    return v;
+}
+
+Bytes Cut(const Bytes& v, std::size_t at, std::size_t cb)
+{
+    const auto from = v.begin() + static_cast<std::ptrdiff_t>(at);
+    return {from, from + static_cast<std::ptrdiff_t>(cb)};
+}
+
+class PdDevTest : public DevFixture
+{
+protected:
+    PdDevTest()
+    {
+        m_dev.SetMaster(&m_hub);
+        m_dev.SetSlaveAddr(kSlave);
+        Anew();
+    }
+
+    void Enter(DEVSTATE eState) { m_dev.SetDevState(m_dev.GetCertainDevState(eState)); }
+    bool IsIn(DEVSTATE eState) { return m_dev.GetDevState() == m_dev.GetCertainDevState(eState); }
+
+    void StatusWith(const std::map<std::size_t, BYTE>& bytes)
+    {
+        Bytes status(20);
+        for (const auto& [at, by] : bytes)
+            status[at] = by;
+        m_transport.AnswersBlock(0x3A, status);
+    }
+
+    const Requests& Sent() const { return m_transport.m_requests; }
+
+    CHubDev m_hub;
+    COpenPd m_dev;
+};
+
+TEST_F(PdDevTest, WithoutAMasterNothingIsReached)
+{
+    m_dev.SetMaster(nullptr);
+    BYTE byData = 0;
+    EXPECT_EQ(m_dev.BlockOutTrans({kSlave}, 1, 0, &byData, 1, 1), 0xFFFFFFFFu);
+    EXPECT_EQ(m_dev.BlockInTrans({kSlave}, 1, 0, &byData, 1, 1), 0xFFFFFFFFu);
+    EXPECT_FALSE(m_dev.MP_GetICStatus(&byData, 1));
+    EXPECT_THAT(Sent(), IsEmpty());
+}
+
+struct Command
+{
+    const char* pszName;
+    bool (*pfnDo)(COpenPd& dev);
+    Request request;
+};
+
+TEST_F(PdDevTest, EveryCommandIsOneBlockTransfer)
+{
+    const Command commands[] = {
+        {"Enable", [](COpenPd& d) { return d.MP_Vdcmdenable(1); }, kEnable1},
+        {"EnableWithoutData", [](COpenPd& d) { return d.MP_Vdcmdenable(0); }, Out(1, 0x0A7C, {})},
+        {"EnableOverLong", [](COpenPd& d) { return d.MP_Vdcmdenable(10); },
+         Out(1, 0x0A7C, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0})},
+        {"Erase", [](COpenPd& d) { return d.MP_EraseFlash(2); }, Out(3, 0x0A7C, {1, 0}, 30000)},
+        {"Validate", [](COpenPd& d) { return d.MP_ISPValidation(0x7B); },
+         Out(0x16, 0x7B, {}, 30000)},
+        {"ToRom", [](COpenPd& d) { return d.Reset2RomEx(); }, Out(2, 0x0A7C, {1}, 10000)},
+        {"ToFlash", [](COpenPd& d) { return d.Reset2FlashEx(); }, Out(5, 0x0A7C, {1}, 100)},
+        {"Status",
+         [](COpenPd& d) {
+             BYTE status[5];
+             return d.MP_GetICStatus(status, 5);
+         },
+         In(0x3A, 0, 5)},
+    };
+    for (const Command& command : commands) {
+        SCOPED_TRACE(command.pszName);
+        Anew();
+        m_transport.m_fails.clear();
+        EXPECT_TRUE(command.pfnDo(m_dev));
+        EXPECT_THAT(Sent(), ElementsAre(command.request));
+        m_transport.m_fails = {{1, 31}};
+        EXPECT_FALSE(command.pfnDo(m_dev));
+    }
+}
+
+TEST_F(PdDevTest, ACountThatNoBlockHoldsIsRefused)
+{
+    EXPECT_FALSE(m_dev.MP_Vdcmdenable(0xFF));
+    EXPECT_THAT(Sent(), IsEmpty());
+}
+
+TEST_F(PdDevTest, ResetsLeadToWaiting)
+{
+    Enter(FLASH_STATE);
+    EXPECT_TRUE(m_dev.Reset2RomEx());
+    EXPECT_TRUE(IsIn(WAIT_STATE));
+    EXPECT_TRUE(m_reports.Has("L0 CI2CPdDev::Reset2RomEx: current state is WaitState\n"));
+
+    Enter(ROM_STATE);
+    EXPECT_TRUE(m_dev.Reset2FlashEx());
+    EXPECT_TRUE(IsIn(WAIT_STATE));
+    EXPECT_TRUE(m_reports.Has("L0 CI2CPdDev::Reset2FlashEx: current state is WaitState\n"));
+    EXPECT_TRUE(m_dev.IsNeedReset());
+
+    Enter(FLASH_STATE);
+    m_transport.m_fails = {{2, 31}, {3, 31}};
+    EXPECT_FALSE(m_dev.Reset2RomEx());
+    EXPECT_FALSE(m_dev.Reset2FlashEx());
+    EXPECT_TRUE(IsIn(FLASH_STATE));
+}
+
+TEST_F(PdDevTest, ChoosesTheBankThatDoesNotRun)
+{
+    const std::string strHead = "L0 CI2CPdDev::IsDualBank: In IsDualBank,";
+    StatusWith({{14, 0xEF}});
+    EXPECT_TRUE(m_dev.IsDualBank());
+    EXPECT_EQ(m_dev.FlashAddr(), 0x20000u);
+    StatusWith({{14, 0x10}});
+    EXPECT_TRUE(m_dev.IsDualBank());
+    EXPECT_EQ(m_dev.FlashAddr(), 0u);
+
+    m_dev.SetFlashAddr(0x20000);
+    m_transport.m_fails = {{2, 31}};
+    EXPECT_FALSE(m_dev.IsDualBank());
+    EXPECT_EQ(m_dev.FlashAddr(), 0x20000u);
+
+    EXPECT_THAT(Sent(), ElementsAre(kStatus, kStatus, kStatus));
+    EXPECT_THAT(
+        m_reports.Of("L0 CI2CPdDev"),
+        ElementsAre(strHead + "bres is 1,m_dwFlashAddr 0x20000,Current Code is Work On Bank 0\n",
+                    strHead + "bres is 1,m_dwFlashAddr 0x0,Current Code is Work On Bank 1\n",
+                    strHead + "bres is 0,m_dwFlashAddr 0x20000,Current Code is Work On Bank 0\n"));
+}
+
+TEST_F(PdDevTest, RunsRomCodeWhereTheFirstByteIsZero)
+{
+    StatusWith({{3, 7}, {4, 9}});
+    EXPECT_TRUE(m_dev.IsRomCode());
+    StatusWith({{0, 1}, {3, 7}, {4, 9}});
+    EXPECT_FALSE(m_dev.IsRomCode());
+    m_transport.m_fails = {{2, 31}};
+    EXPECT_FALSE(m_dev.IsRomCode()); // zeros that nobody sent are no ROM code
+
+    const std::string strHead = "L0 CI2CPdDev::IsRomCode: In IsRomCode,byICStatus[0]= ";
+    EXPECT_THAT(m_reports.Of("L0 CI2CPdDev"),
+                ElementsAre(strHead + "0,FW version is 7.9 \n", strHead + "1,FW version is 7.9 \n",
+                            strHead + "0,FW version is 0.0 \n"));
+}
+
+TEST_F(PdDevTest, ReadsTheVersionAfterAnEnable)
+{
+    StatusWith({{3, 0x12}, {4, 0x34}});
+    USHORT wVersion = 0;
+    EXPECT_TRUE(m_dev.DevReadVersionEx(wVersion));
+    EXPECT_EQ(wVersion, 0x1234);
+    EXPECT_THAT(Sent(), ElementsAre(kEnable1, kStatus));
+
+    for (const std::size_t nFail : {0u, 1u}) {
+        Anew();
+        m_transport.m_fails = {{nFail, 31}};
+        wVersion = 0x7777;
+        EXPECT_FALSE(m_dev.DevReadVersionEx(wVersion));
+        EXPECT_EQ(wVersion, 0x7777);
+        EXPECT_EQ(Sent().size(), nFail + 1);
+    }
+}
+
+TEST_F(PdDevTest, ErasesAfterAnEnable)
+{
+    EXPECT_TRUE(m_dev.DevEraseEx());
+    EXPECT_THAT(Sent(), ElementsAre(kEnable1, Out(3, 0x0A7C, {}, 30000)));
+    for (const std::size_t nFail : {0u, 1u}) {
+        Anew();
+        m_transport.m_fails = {{nFail, 31}};
+        EXPECT_FALSE(m_dev.DevEraseEx());
+        EXPECT_EQ(Sent().size(), nFail + 1);
+    }
+}
+
+TEST_F(PdDevTest, PresenceIsAProbeThatMovesTheState)
+{
+    EXPECT_TRUE(m_dev.IsPresent());
+    EXPECT_TRUE(IsIn(UNKNOWN_STATE));
+    EXPECT_FALSE(m_dev.IsAbsent());
+    EXPECT_TRUE(m_dev.IsMeEx(0));
+    EXPECT_THAT(m_reports.Of("L0 CI2CPdDev"), IsEmpty()); // arrivals do not log
+
+    m_transport.m_fails = {{2, 31}, {3, 31}};
+    Enter(WAIT_STATE);
+    EXPECT_TRUE(m_dev.IsAbsent());
+    EXPECT_TRUE(IsIn(OFFLINE_STATE));
+    EXPECT_FALSE(m_dev.IsPresent());
+    EXPECT_THAT(Sent(), ElementsAre(kEnable1, kEnable1, kEnable1, kEnable1));
+    EXPECT_TRUE(m_reports.Has("L0 CI2CPdDev::Remove: current state is OfflineState\n"));
+}
+
+TEST_F(PdDevTest, ArrivesAndGoesLikeAHub)
+{
+    EXPECT_TRUE(m_dev.Arrive(44, 7));
+    EXPECT_TRUE(m_dev.IsMeEx(44));
+    EXPECT_TRUE(IsIn(UNKNOWN_STATE));
+    EXPECT_THAT(m_reports.m_lines, IsEmpty());
+
+    EXPECT_TRUE(m_dev.Remove());
+    EXPECT_THAT(m_transport.m_ssTurnedOn, ElementsAre(44));
+    EXPECT_FALSE(m_dev.IsMeEx(44));
+    EXPECT_TRUE(m_dev.Remove());
+    EXPECT_THAT(m_transport.m_ssTurnedOn, ElementsAre(44));
+    EXPECT_THAT(m_reports.m_lines,
+                ElementsAre("L0 CI2CPdDev::Remove: dwOldSSValue is 7,Turn On Hub SS\n",
+                            "L0 CI2CPdDev::Remove: current state is UnknownState\n",
+                            "L0 CI2CPdDev::Remove: m_DevInst is 0,dwOldSSValue is 0,Not Need Set "
+                            "Hub SS\n",
+                            "L0 CI2CPdDev::Remove: current state is UnknownState\n"));
+}
+
+TEST_F(PdDevTest, ByPassModeIsTheHubsSubRequest)
+{
+    EXPECT_TRUE(m_dev.MP_SetByPassMode(0x11, 0x22));
+    EXPECT_THAT(Sent(), ElementsAre(Request{0x40, 0x0F, 0x2211, 0}));
+    m_transport.m_fails = {{1, 31}};
+    EXPECT_FALSE(m_dev.MP_SetByPassMode(0x11, 0x22));
+}
+
+TEST_F(PdDevTest, TheImagesVersionIsInOnePlace)
+{
+    Bytes image(0x7EFB);
+    USHORT wVersion = 0;
+    image[0x7EF9] = 0x56;
+    image[0x7EFA] = 0x78;
+    m_dev.SetFwBuf(image);
+    for (const int nWhich : {0, 1, 2}) {
+        wVersion = 0;
+        EXPECT_TRUE(m_dev.DevReadBINVersion(wVersion, nWhich));
+        EXPECT_EQ(wVersion, 0x5678);
+    }
+    for (const std::size_t cb : {0u, 0x7EFAu}) {
+        image.resize(cb);
+        m_dev.SetFwBuf(image);
+        EXPECT_FALSE(m_dev.DevReadBINVersion(wVersion, 1));
+    }
+    EXPECT_EQ(wVersion, 0x5678);
+}
+
+TEST_F(PdDevTest, TheSegmentChoosesTheFlashCommand)
+{
+    const struct
+    {
+        DWORD dwAddr;
+        BYTE byWrite;
+        BYTE byRead;
+    } segments[] = {{0, 0x04, 0x24},       {0xFFFF, 0x04, 0x24},  {0x10000, 0x06, 0x26},
+                    {0x1FFFF, 0x06, 0x26}, {0x20000, 0x13, 0x33}, {0x2FFFF, 0x13, 0x33},
+                    {0x30000, 0x14, 0x34}, {0x51234, 0x14, 0x34}};
+    for (const auto& segment : segments) {
+        Bytes data(1);
+        Anew();
+        EXPECT_TRUE(CI2CPdDevTestAccess::WriteUnits(m_dev, segment.dwAddr, data));
+        EXPECT_TRUE(CI2CPdDevTestAccess::ReadUnits(m_dev, segment.dwAddr, data));
+        const auto wOffset = static_cast<USHORT>(segment.dwAddr);
+        EXPECT_THAT(Sent(), ElementsAre(Out(segment.byWrite, wOffset, {0}, 20000),
+                                        In(segment.byRead, wOffset, 1)));
+    }
+}
+
+TEST_F(PdDevTest, OneCallKeepsItsFlashCommandOverTheSegmentsEnd)
+{
+    Bytes data = Pattern(40);
+    EXPECT_TRUE(CI2CPdDevTestAccess::WriteUnits(m_dev, 0x1FFF0, data));
+    EXPECT_TRUE(CI2CPdDevTestAccess::ReadUnits(m_dev, 0x1FFF0, data));
+    EXPECT_THAT(Sent(), ElementsAre(Out(0x06, 0xFFF0, Pattern(29), 20000),
+                                    Out(0x06, 0x000D, Cut(Pattern(40), 29, 11), 20000),
+                                    In(0x26, 0xFFF0, 31), In(0x26, 0x000F, 9)));
+}
+
+/// The requests that write an image to an address: blocks of 256 bytes in units of 29.
+Requests WriteOf(const Bytes& image, BYTE byCommand, DWORD dwAddr)
+{
+    Requests requests = {kEnable3};
+    for (std::size_t block = 0; block < image.size(); block += 256) {
+        const std::size_t cbBlock = std::min<std::size_t>(256, image.size() - block);
+        for (std::size_t at = 0; at < cbBlock; at += 29)
+            requests.push_back(Out(byCommand, static_cast<USHORT>(dwAddr + block + at),
+                                   Cut(image, block + at, std::min<std::size_t>(29, cbBlock - at)),
+                                   20000));
+    }
+    return requests;
+}
+
+TEST_F(PdDevTest, WritesInBlocksAndShowsHowFarItIs)
+{
+    const struct
+    {
+        std::size_t cb;
+        std::vector<std::string> shown;
+    } cases[] = {
+        {0, {"UI2 write flash complete 100%\n", "UI2 dwFlashAddr is 0x20000\n"}},
+        {200, {"UI2 write flash complete 100%\n", "UI2 dwFlashAddr is 0x20000\n"}},
+        {300,
+         {"UI2 write flash complete 0%\r", "30%", "UI2 write flash complete 100%\n",
+          "UI2 dwFlashAddr is 0x20100\n"}},
+        {512,
+         {"UI2 write flash complete 0%\r", "30%", "UI2 write flash complete 50%\r", "50%",
+          "UI2 write flash complete 100%\n", "UI2 dwFlashAddr is 0x20200\n"}},
+    };
+    m_dev.SetFlashAddr(0x20000);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.cb << " bytes");
+        const Bytes image = Pattern(c.cb);
+        Anew();
+        EXPECT_TRUE(m_dev.WriteFlashEx(image));
+        EXPECT_EQ(Sent(), WriteOf(image, 0x13, 0x20000));
+        EXPECT_EQ(m_reports.m_lines, c.shown);
+    }
+}
+
+TEST_F(PdDevTest, AWriteEndsAtTheFirstFailingUnit)
+{
+    const Bytes image = Pattern(300); // enable, 9 units of the block, 2 of the rest
+    for (std::size_t nFail = 0; nFail < 12; ++nFail) {
+        SCOPED_TRACE(testing::Message() << "request " << nFail);
+        Anew();
+        m_transport.m_fails = {{nFail, 31}};
+        EXPECT_EQ(m_dev.WriteFlashEx(image), nFail == 0);
+        EXPECT_EQ(Sent().size(), nFail == 0 ? 12u : nFail + 1);
+        EXPECT_EQ(m_reports.Has("UI2 write flash complete 100%\n"), nFail == 0 || nFail > 9);
+    }
+    Anew();
+    m_transport.m_fails = {{0, 31}};
+    EXPECT_FALSE(m_dev.WriteFlashEx({}));
+}
+
+TEST_F(PdDevTest, ReadsAsMuchAsTheFirmwareBufferHolds)
+{
+    m_transport.AnswersBlock(0x33, Pattern(31));
+    m_dev.SetFlashAddr(0x20000);
+    m_dev.SetFwBuf(Bytes(300));
+    Bytes vOut(1); // too short: it is grown
+
+    EXPECT_TRUE(m_dev.ReadFlashEx(vOut));
+
+    ASSERT_EQ(Sent().size(), 11u); // 9 units and 2
+    EXPECT_EQ(Sent()[8], In(0x33, 248, 8));
+    EXPECT_EQ(Sent()[9], In(0x33, 256, 31));
+    EXPECT_EQ(Sent()[10], In(0x33, 287, 13));
+    EXPECT_EQ(Cut(vOut, 287, 13), Pattern(13));
+    const std::string strHead = "L0 CI2CPdDev::ReadFlashEx: ";
+    EXPECT_THAT(m_reports.m_lines, ElementsAre(strHead + "dwlen is 300,input vecbuf size is 1\n",
+                                               strHead + "read flash complete 0% \n",
+                                               strHead + "read flash for exit\n",
+                                               strHead + "dwlen%LEN_RW_UNIT == 44 \n",
+                                               strHead + "read flash complete 100% \n"));
+
+    m_dev.SetFwBuf(Bytes(256));
+    Anew();
+    EXPECT_TRUE(m_dev.ReadFlashEx(vOut));
+    EXPECT_THAT(m_reports.m_lines, ElementsAre(strHead + "dwlen is 256,input vecbuf size is 300\n",
+                                               strHead + "read flash complete 0% \n",
+                                               strHead + "read flash for exit\n",
+                                               strHead + "read flash complete 100% \n"));
+
+    m_dev.SetFwBuf({});
+    EXPECT_TRUE(m_dev.ReadFlashEx(vOut));
+}
+
+TEST_F(PdDevTest, AReadFailsAtEachOfItsUnits)
+{
+    m_dev.SetFwBuf(Bytes(300));
+    for (std::size_t nFail = 0; nFail < 11; ++nFail) {
+        Anew();
+        m_transport.m_fails = {{nFail, 31}};
+        Bytes vOut;
+        EXPECT_FALSE(m_dev.ReadFlashEx(vOut));
+        EXPECT_EQ(Sent().size(), nFail + 1);
+    }
+}
+
+struct CheckCase
+{
+    const char* pszCase;
+    std::map<std::size_t, BYTE> status;
+    BYTE byCrc;
+    std::map<std::size_t, DWORD> fails;
+    Requests requests;
+    bool bResult;
+    std::string strOffers; ///< what the first line says
+};
+
+TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
+{
+    const Request kCrc = In(0x35, 0x100, 1);
+    const Request kMark = Out(0x04, 0x7EF0, {0, 0}, 20000);
+    const Request kRead = In(0x33, 0, 4);
+    const CheckCase cases[] = {
+        {"validated", {{0, 1}, {13, 0x08}}, 0, {}, {kStatus, kEnable1, kIsp}, true, "1|08|00"},
+        {"enable of the validation is not looked at",
+         {{0, 1}, {13, 0x08}},
+         0,
+         {{1, 31}},
+         {kStatus, kEnable1, kIsp},
+         true,
+         "1|08|00"},
+        {"validation fails",
+         {{0, 1}, {13, 0x0C}},
+         2,
+         {{2, 31}},
+         {kStatus, kEnable1, kIsp},
+         false,
+         "1|08|04"},
+        {"ROM code does not validate",
+         {{13, 0x0C}},
+         2,
+         {},
+         {kStatus, kCrc, kMark},
+         true,
+         "0|08|04"},
+        {"CRC bad", {{0, 1}, {13, 0x04}}, 1, {}, {kStatus, kCrc}, false, "1|00|04"},
+        {"reads back", {{0, 1}, {13, 0xF3}}, 0, {}, {kStatus, kRead}, true, "1|00|00"},
+        {"reading back fails", {}, 0, {{1, 31}}, {kStatus, kRead}, false, "0|00|00"},
+        {"unknown what it offers", {{13, 0x0C}}, 2, {{0, 31}}, {kStatus, kRead}, true, "0|00|00"},
+    };
+    const std::string strHead = "CI2CPdDev::CheckFlashInFlash: ";
+    m_dev.SetFlashAddr(0x20000);
+    m_dev.SetFwBuf(Bytes(4, 0xA5));
+    for (const CheckCase& c : cases) {
+        SCOPED_TRACE(c.pszCase);
+        Anew();
+        StatusWith(c.status);
+        m_transport.AnswersBlock(0x35, {c.byCrc});
+        m_transport.m_fails = c.fails;
+
+        EXPECT_EQ(m_dev.CheckFlashInFlash(), c.bResult);
+
+        EXPECT_EQ(Sent(), c.requests);
+        std::vector<std::string> says = {
+            "L0 " + strHead + "Flash Code is " + c.strOffers.substr(0, 1) +
+            ",byICStatus[0x0D] & 0x08 = " + c.strOffers.substr(2, 2) +
+            ",byICStatus[0x0D] & 0x04 = " + c.strOffers.substr(5, 2) + "\n"};
+        const std::string strEnd = c.bResult ? "return true\n" : "return false\n";
+        const std::string strLevel = c.bResult ? "L0 " : "L1 ";
+        if (c.requests.back() == kIsp)
+            says.push_back(strLevel + strHead + "check flash with isp " + strEnd);
+        says.push_back(strLevel + strHead + "check flash in flash " + strEnd);
+        std::vector<std::string> said = m_reports.Of("L0 " + strHead);
+        const std::vector<std::string> complaints = m_reports.Of("L1 " + strHead);
+        said.insert(said.end(), complaints.begin(), complaints.end());
+        EXPECT_EQ(said, says);
+    }
+}
+
+TEST_F(PdDevTest, AGoodCrcMarksTheOtherBank)
+{
+    const std::string strHead = "CI2CPdDev::MP_CheckCRC: ";
+    const struct
+    {
+        const char* pszCase;
+        DWORD dwAddr;
+        BYTE byCrc;
+        std::map<std::size_t, DWORD> fails;
+        Requests requests;
+        bool bResult;
+        std::string strSays;
+    } cases[] = {
+        {"bank 0",
+         0,
+         2,
+         {},
+         {In(0x35, 0, 1), Out(0x13, 0x7EF0, {0, 0}, 20000)},
+         true,
+         "L0 " + strHead + "Check CRC return is 2\n"},
+        {"bank 1",
+         0x20000,
+         2,
+         {},
+         {In(0x35, 0x100, 1), Out(0x04, 0x7EF0, {0, 0}, 20000)},
+         true,
+         "L0 " + strHead + "Check CRC return is 2\n"},
+        {"mark refused",
+         0,
+         2,
+         {{1, 31}},
+         {In(0x35, 0, 1), Out(0x13, 0x7EF0, {0, 0}, 20000)},
+         false,
+         "L0 " + strHead + "Check CRC return is 2\n"},
+        {"bad", 0, 3, {}, {In(0x35, 0, 1)}, false, "L0 " + strHead + "Check CRC return is 3\n"},
+        {"unreadable",
+         0,
+         2,
+         {{0, 31}},
+         {In(0x35, 0, 1)},
+         false,
+         "L1 " + strHead + "Check CRC fail.\n"},
+        {"no bank",
+         0x10000,
+         2,
+         {},
+         {},
+         false,
+         "L1 " + strHead + "Check CRC invalid address 0x10000\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pszCase);
+        Anew();
+        m_dev.SetFlashAddr(c.dwAddr);
+        m_transport.AnswersBlock(0x35, {c.byCrc});
+        m_transport.m_fails = c.fails;
+        EXPECT_EQ(m_dev.MP_CheckCRC(), c.bResult);
+        EXPECT_EQ(Sent(), c.requests);
+        EXPECT_THAT(m_reports.m_lines, ElementsAre(c.strSays));
+    }
+}
+} // namespace
