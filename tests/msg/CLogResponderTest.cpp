@@ -1,0 +1,144 @@
+#include "msg/CLogResponder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "MsgFixture.h"
+
+namespace
+{
+class LogFile : public MsgTest
+{
+protected:
+    LogFile() { m_machine.Traits().modulePath = "/opt/zel/libZelhublib64.so"; }
+
+    std::string Log(const char* pszPath = "/opt/zel/info.txt")
+    {
+        return m_machine.HostFiles().Text(pszPath);
+    }
+};
+
+TEST_F(LogFile, LiesBesideTheLibraryAndOpensNothingBeforeTheFirstLine)
+{
+    CLogResponder log;
+    EXPECT_EQ(m_machine.HostFiles().Data("/opt/zel/info.txt"), nullptr);
+    log.ShowMsg("one\n", MSG_INFO);
+    EXPECT_EQ(Log(), "one\n");
+}
+
+TEST_F(LogFile, KeepsTextsAsTheyStandAndGoesOnOnTheSameLine)
+{
+    CLogResponder log;
+    log.ShowMsg("40%\r", MSG_INFO);
+    log.ShowMsg("no end", MSG_INFO);
+    log.ShowMsg(", goes on\n", MSG_INFO);
+    EXPECT_EQ(Log(), "40%\rno end, goes on\n");
+}
+
+TEST_F(LogFile, ThresholdKeepsLowerLevelsOut)
+{
+    CLogResponder log;
+    log.ShowMsg("a", MSG_INFO);
+    log.SetMsgLevel(MSG_FAIL);
+    log.ShowMsg("b", MSG_INFO);
+    log.ShowMsg("c", MSG_FAIL);
+    log.ShowMsg("d", static_cast<ERRORLEVEL>(2));
+    log.ShowMsg("e", MSG_ERROR);
+    EXPECT_EQ(Log(), "acde");
+}
+
+TEST_F(LogFile, RecordsNothingButMessages)
+{
+    CLogResponder log;
+    log.ShowUIMsg("result", RES_SUCCESS);
+    log.CountDown("wait", 3, MSG_ERROR);
+    log.ShowProgress(50);
+    EXPECT_EQ(m_machine.HostFiles().Data("/opt/zel/info.txt"), nullptr);
+}
+
+TEST_F(LogFile, NothingStaysOpenBetweenLines)
+{
+    CLogResponder log;
+    ASSERT_TRUE(m_machine.Handles().Open().empty());
+    log.ShowMsg("one\n", MSG_INFO);
+    EXPECT_TRUE(m_machine.Handles().Open().empty());
+}
+
+struct PathCase
+{
+    const char* pszModule;
+    char chSeparator;
+    const char* pszLog;
+};
+
+TEST_F(LogFile, PathIsCutBehindTheSystemsSeparator)
+{
+    const PathCase cases[] = {
+        {"/opt/a\\b/lib.so", '/', "/opt/a\\b/info.txt"},
+        {"C:\\zel\\Zelhublib64.dll", '\\', "C:\\zel\\info.txt"},
+        {"lib.so", '/', "lib.soinfo.txt"}, // without a separator it stays whole
+    };
+    for (const PathCase& c : cases) {
+        m_machine.Traits().modulePath = c.pszModule;
+        m_machine.HostFiles().SetSeparator(c.chSeparator);
+        CLogResponder().ShowMsg("x", MSG_INFO);
+        EXPECT_EQ(Log(c.pszLog), "x") << c.pszModule;
+    }
+}
+
+TEST_F(LogFile, PathOf259BytesFitsAndOneMoreIsFatal)
+{
+    const std::string strFolder = "/" + std::string(249, 'd') + "/"; // 251, and 8 for the name
+    m_machine.Traits().modulePath = strFolder + "lib.so";
+    CLogResponder().ShowMsg("x", MSG_INFO);
+    EXPECT_EQ(Log((strFolder + "info.txt").c_str()), "x");
+
+    m_machine.Traits().modulePath = "/d" + strFolder.substr(1) + "lib.so";
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(CLogResponder(), "log path too long");
+}
+
+TEST_F(LogFile, CopyHasThresholdAndPathAndAStreamOfItsOwn)
+{
+    CLogResponder log;
+    log.SetMsgLevel(MSG_FAIL);
+    CLogResponder copy(log);
+    m_machine.Traits().modulePath = "/elsewhere/lib.so";
+    CLogResponder assigned;
+    assigned = log;
+    copy.ShowMsg("low", MSG_INFO);
+    copy.ShowMsg("copy ", MSG_FAIL);
+    assigned.ShowMsg("assigned ", MSG_FAIL);
+    log.ShowMsg("first", MSG_FAIL);
+    EXPECT_EQ(Log(), "copy assigned first");
+}
+
+TEST_F(LogFile, SelfModulePathIsWholeAndItsFailureIsSeen)
+{
+    char szPath[1024] = {};
+    EXPECT_TRUE(CLogResponder::GetSelfModulePath(szPath));
+    EXPECT_STREQ(szPath, "/opt/zel/libZelhublib64.so");
+    m_machine.Traits().modulePath = std::string(1024, 'x');
+    EXPECT_FALSE(CLogResponder::GetSelfModulePath(szPath));
+}
+
+TEST(RealLogFile, ReadOnlyFolderLosesLinesSilentlyAndTheNextLineTriesAgain)
+{
+    // A folder in the file's place cannot be opened, whoever asks.
+    const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "zelhub-log";
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder / "info.txt");
+    CSimMachine machine;
+    machine.Traits().modulePath = (folder / "lib.so").string();
+    SetCurrentPlatform(&machine);
+    CLogResponder log;
+    log.ShowMsg("lost\n", MSG_ERROR);
+    std::filesystem::remove(folder / "info.txt");
+    log.ShowMsg("kept\n", MSG_ERROR);
+    SetCurrentPlatform(nullptr);
+    std::ifstream file(folder / "info.txt", std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "kept\n");
+    std::filesystem::remove_all(folder);
+}
+} // namespace

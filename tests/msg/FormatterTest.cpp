@@ -1,0 +1,145 @@
+#include "msg/Formatter.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "msg/NarrowText.h"
+
+namespace
+{
+std::string Narrow(const char* pszFormat, ...)
+{
+    char szOut[256];
+    va_list args;
+    va_start(args, pszFormat);
+    const std::size_t n = FormatText(szOut, sizeof szOut, pszFormat, args);
+    va_end(args);
+    EXPECT_EQ(n, std::strlen(szOut)) << pszFormat;
+    return szOut;
+}
+
+std::string Wide(const WCHAR* pszFormat, ...)
+{
+    WCHAR szOut[256];
+    va_list args;
+    va_start(args, pszFormat);
+    FormatText(szOut, 256, pszFormat, args);
+    va_end(args);
+    return ToNarrow(szOut);
+}
+
+struct NumberCase
+{
+    const char* pszFormat;
+    int nValue;
+    const char* pszOut;
+};
+
+class NumberFormat : public testing::TestWithParam<NumberCase>
+{};
+
+TEST_P(NumberFormat, PrintsThirtyTwoBits)
+{
+    const NumberCase& c = GetParam();
+    EXPECT_EQ(Narrow(c.pszFormat, c.nValue), c.pszOut) << c.pszFormat;
+}
+
+const NumberCase kNumbers[] = {
+    {"%d", 0, "0"},
+    {"%d", -2147483647 - 1, "-2147483648"},
+    {"%ld", -5, "-5"},
+    {"%i|", 7, "7|"},
+    {"%u", -1, "4294967295"},
+    {"%lu", -1, "4294967295"},
+    {"%x", 0xBEEF, "beef"},
+    {"%X", 0xBEEF, "BEEF"},
+    {"0x%08x \n", 0x80041003 - 0x100000000, "0x80041003 \n"},
+    {"0x%08X", 5, "0x00000005"},
+    {"%02x", 0xA, "0a"},
+    {"%02x", 0x123, "123"},
+    {"%04x", 0x5678, "5678"},
+    {"%#x", 0x10, "0x10"},
+    {"%#x", 0, "0"},
+    {"%5d|", 42, "   42|"},
+    {"%-5d|", 42, "42   |"},
+    {"%05d", -42, "-0042"},
+    {"%.3d", 7, "007"},
+    {"%+d", 7, "+7"},
+    {"%c", 'Z', "Z"},
+    {"%3c|", 'Z', "  Z|"},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, NumberFormat, testing::ValuesIn(kNumbers));
+
+TEST(Formatter, SixtyFourBitsNeedTwoLs)
+{
+    EXPECT_EQ(Narrow("%#llx", 0xFEDCBA9876543210ULL), "0xfedcba9876543210");
+    EXPECT_EQ(Narrow("%lld", -9223372036854775807LL), "-9223372036854775807");
+    EXPECT_EQ(Narrow("%llx %d", 1ULL, 2), "1 2");
+}
+
+TEST(Formatter, PointersAreSixteenUpperCaseDigits)
+{
+    EXPECT_EQ(Narrow("%p", static_cast<void*>(nullptr)), "0000000000000000");
+    const uintptr_t nValue = 0x00000000C000000DU;
+    EXPECT_EQ(Narrow("%p!", reinterpret_cast<void*>(nValue)), "00000000C000000D!");
+}
+
+TEST(Formatter, TextsOfBothWidthsGoIntoBothFormats)
+{
+    EXPECT_EQ(Narrow("%s-%S-%ws", "narrow", WTEXT("wide"), WTEXT("wide")), "narrow-wide-wide");
+    EXPECT_EQ(Wide(WTEXT("%s-%ws-%S"), WTEXT("wide"), WTEXT("wide"), "narrow"), "wide-wide-narrow");
+    EXPECT_EQ(Narrow("%S", WTEXT("gr\u00f6\u00dfe \U0001F50C")), "gr\xc3\xb6\xc3\x9f"
+                                                                 "e \xf0\x9f\x94\x8c");
+}
+
+TEST(Formatter, NullTextSaysSo)
+{
+    EXPECT_EQ(Narrow("%s %S", static_cast<char*>(nullptr), static_cast<WCHAR*>(nullptr)),
+              "(null) (null)");
+    EXPECT_EQ(Wide(WTEXT("%s %S"), static_cast<WCHAR*>(nullptr), static_cast<char*>(nullptr)),
+              "(null) (null)");
+}
+
+TEST(Formatter, PrecisionAndWidthHoldForTexts)
+{
+    EXPECT_EQ(Narrow("%.2s|%5s|%-5s|", "abc", "de", "fg"), "ab|   de|fg   |");
+    EXPECT_EQ(Narrow("%.2S|%5S|%-5S|", WTEXT("abc"), WTEXT("de"), WTEXT("fg")), "ab|   de|fg   |");
+}
+
+TEST(Formatter, RawBytesPassThrough)
+{
+    EXPECT_EQ(Narrow("\xa3\xba%d", 2), "\xa3\xba"
+                                       "2");
+}
+
+// Deliberate: elsewhere "%LE" reads a long double and every argument behind it goes wrong.
+TEST(Formatter, UnknownConversionsAreCopiedAndTakeNoArgument)
+{
+    EXPECT_EQ(Narrow("dwlen%LEN_RW_UNIT %d", 61), "dwlen%LEN_RW_UNIT 61");
+    EXPECT_EQ(Narrow("%f %5.2lf %n %d", 3), "%f %5.2lf %n 3");
+    EXPECT_EQ(Narrow("100%% %"), "100% %");
+    EXPECT_EQ(Wide(WTEXT("%LE %d"), 4), "%LE 4");
+}
+
+TEST(Formatter, NeverWritesPastItsRoom)
+{
+    for (std::size_t nRoom = 0; nRoom < 12; ++nRoom) {
+        char szOut[16];
+        std::memset(szOut, '#', sizeof szOut);
+        const auto format = [&](const char* pszFormat, ...) {
+            va_list args;
+            va_start(args, pszFormat);
+            FormatText(szOut, nRoom, pszFormat, args);
+            va_end(args);
+        };
+        format("%d:%S:%s", 12, WTEXT("ab"), "cdefgh");
+        if (nRoom > 0) {
+            EXPECT_EQ(std::string(szOut), std::string("12:ab:cdefgh").substr(0, nRoom - 1));
+        }
+        EXPECT_EQ(std::string(szOut + nRoom, sizeof szOut - nRoom),
+                  std::string(sizeof szOut - nRoom, '#'));
+    }
+}
+} // namespace
