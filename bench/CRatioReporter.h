@@ -9,9 +9,10 @@
 class CRatioReporter : public benchmark::ConsoleReporter
 {
 public:
+    CRatioReporter();
     void ReportRuns(const std::vector<Run>& runs) override;
 
-    /// Seconds that one iteration took at best; negative when the benchmark did not run.
+    /// Processor seconds that one iteration took at best; negative when the benchmark did not run.
     double Seconds(const std::string& sName) const;
 
     /// A counter of the benchmark; negative when there is none.

@@ -85,7 +85,7 @@ bool PrintTargets(const CRatioReporter& reporter)
         PerRequest(reporter, "4096", 0),
         PerRequest(reporter, "20", 1),
         PerRequest(reporter, "4096", 1),
-        Ratio(reporter, "a log line, against a bare one", "LogLine", "BareLine", 1.2),
+        Ratio(reporter, "a log line, against a bare one", "LogLine/", "BareLine/", 1.2),
         Ratio(reporter, "a watch cycle with 1,000 hubs, against 100", "WatchCycle/1000",
               "WatchCycle/100", 12),
         PeakHeap(reporter, 64),

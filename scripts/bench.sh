@@ -7,5 +7,5 @@ scripts/setup.sh build bench
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 { cmake --preset bench && cmake --build --preset bench; } >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
-build/bench/bench/zelhub_bench --benchmark_repetitions=3 \
-    --benchmark_enable_random_interleaving=true --benchmark_display_aggregates_only=true "$@"
+build/bench/bench/zelhub_bench --benchmark_repetitions=3 --benchmark_min_time=0.1 \
+    --benchmark_enable_random_interleaving=true "$@"
