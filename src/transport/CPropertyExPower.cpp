@@ -148,7 +148,7 @@ int CPropertyEx::TurnOffSS(WCHAR** ppszIds, int nCount, DWORD* pdwOldSSValue)
     const char* const pszMe = "CPropertyEx::Wmi_TurnoffSS";
     CMsg* const pMsg = CMsg::GetObj();
     CWmiSwitch wmi(pszMe);
-    // Deliberate: goes on whatever COM says; the thread may be in it already.
+    // Deliberate: goes on whatever COM says; the thread may be in another apartment already.
     wmi.EnterCom();
     if (!wmi.Connect())
         return 0;

@@ -54,16 +54,16 @@ CWmiSwitch::~CWmiSwitch()
         Switch().UninitializeCom();
 }
 
-void CWmiSwitch::EnterCom()
+LONG CWmiSwitch::EnterCom()
 {
-    Switch().InitializeCom(kApartmentThreaded);
-    m_bInCom = true;
+    const LONG lResult = Switch().InitializeCom(kApartmentThreaded);
+    m_bInCom = lResult == kHrOk || lResult == kHrFalse;
+    return lResult;
 }
 
 bool CWmiSwitch::EnterComOrSay()
 {
-    const LONG lResult = Switch().InitializeCom(kApartmentThreaded);
-    m_bInCom = lResult == kHrOk || lResult == kHrFalse;
+    const LONG lResult = EnterCom();
     if (!m_bInCom)
         CMsg::GetObj()->ShowMsg(MSG_ERROR, m_pszFunction,
                                 "Failed to initialize COM library. Error code = 0x%08x \n",

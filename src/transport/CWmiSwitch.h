@@ -15,8 +15,9 @@ public:
     CWmiSwitch& operator=(const CWmiSwitch&) = delete;
     ~CWmiSwitch();
 
-    /// Enters COM, whatever that says; left again at destruction.
-    void EnterCom();
+    /// Enters COM; what was entered is left at destruction.
+    /// @return the HRESULT: 0 or 1 when the thread is in its apartment
+    LONG EnterCom();
 
     /// Enters COM. @return false, with a message, when it refuses
     bool EnterComOrSay();
