@@ -1,0 +1,554 @@
+#include "TransportBench.h"
+
+#include "platform/ErrorCodes.h"
+#include "transport/DriverImages.h"
+
+namespace
+{
+constexpr const WCHAR* kInstalled = WTEXT("C:\\Windows\\system32\\drivers\\ZelUpx.sys");
+constexpr const WCHAR* kTemporary = WTEXT("C:\\Temp\\ZelUpx.sys");
+constexpr const WCHAR* kFlag = WTEXT("C:\\Temp\\ZelUpx.flag");
+constexpr const WCHAR* kDebug = WTEXT("C:\\ZelUpx.sys");
+constexpr const WCHAR* kName = WTEXT("ZelUpx");
+
+using Version = std::array<USHORT, 4>;
+
+std::vector<BYTE> Image(const Version& v)
+{
+    return CSimVolume::VersionedImage(38472, v[0], v[1], v[2], v[3]);
+}
+
+/// Lets the library carry another x64 driver while it lives.
+class CCarriedVersion
+{
+public:
+    explicit CCarriedVersion(const Version& version) : m_image(Image(version))
+    {
+        CarriedDriverImages().x64 = m_image;
+    }
+    CCarriedVersion(const CCarriedVersion&) = delete;
+    CCarriedVersion& operator=(const CCarriedVersion&) = delete;
+    ~CCarriedVersion() { CarriedDriverImages() = m_before; }
+
+    const std::vector<BYTE>& Bytes() const { return m_image; }
+
+private:
+    DRIVER_IMAGES m_before = CarriedDriverImages();
+    std::vector<BYTE> m_image;
+};
+
+void Init(CBench& b)
+{
+    b.transport.InitProxyDriver();
+}
+
+SimService Service(DWORD dwState)
+{
+    SimService service;
+    service.strName = kName;
+    service.strImagePath = kInstalled;
+    service.dwState = dwState;
+    return service;
+}
+
+/// Starts, sets the service up for trouble, and releases.
+void ReleaseWith(CBench& b, void (*pfnTrouble)(CBench&, SimService&))
+{
+    b.Start();
+    pfnTrouble(b, *b.machine.Services().Find(kName));
+    b.transport.XH_UnInitProxyDriver();
+}
+
+constexpr const char* kWow = "CPropertyEx::IsWow64_2";
+constexpr const char* kInit = "CPropertyEx::InitProxyDriver";
+constexpr const char* kFlagTest = "CPropertyEx::FlagFileExists";
+constexpr const char* kUnInit = "CPropertyEx::XH_UnInitProxyDriver";
+constexpr const char* kUninstall = "CPropertyEx::UninstallKyProxy";
+
+const MessageCase kInstallMessages[] = {
+    {"Machines", Init, MSG_INFO, kWow, "ProcessMaching=0, NativeMachine=34404\n"},
+    {"Architecture",
+     [](CBench& b) {
+         b.machine.Traits().functions.erase("IsWow64Process2");
+         Init(b);
+     },
+     MSG_INFO, kWow, "si.wProcessorArchitecture = 9\n"},
+    {"NoRights",
+     [](CBench& b) {
+         b.machine.Traits().bElevated = false;
+         Init(b);
+     },
+     MSG_INFO, kInit,
+     "OpenSCManager failed with 5, possible don't have engough access right to install kyproxy\n"},
+    {"DebugDriver",
+     [](CBench& b) {
+         b.machine.Volume().Put(kDebug, Image({1, 0, 0, 0}));
+         Init(b);
+     },
+     MSG_INFO, kInit, "Found C:\\ZelUpx.sys, always using this for debug purpose\n"},
+    {"OwnDriver", Init, MSG_INFO, kInit, "Using internal ZelUpx.sys\n"},
+    {"X64", Init, MSG_INFO, kInit, "Using ZelUpx x64\n"},
+    {"Arm64",
+     [](CBench& b) {
+         // Only a machine type from elsewhere can be ARM64.
+         b.machine.Traits().functions.clear();
+         b.Access().Machine() = MACHINE_ARM64;
+         Init(b);
+     },
+     MSG_INFO, kInit, "Using ZelUpx ARM64\n"},
+    {"X86",
+     [](CBench& b) {
+         b.machine.Traits().wNativeMachine = 0x014C;
+         Init(b);
+     },
+     MSG_INFO, kInit, "Using ZelUpx x86\n"},
+    {"TemporaryRefused",
+     [](CBench& b) {
+         b.machine.Volume().SetPathError(kTemporary, 5);
+         Init(b);
+     },
+     MSG_INFO, kInit, "CreateFile C:\\Temp\\\\ZelUpx.sys failed 5\n"},
+    {"DiskFull",
+     [](CBench& b) {
+         b.machine.Volume().SetFreeBytes(1000);
+         Init(b);
+     },
+     MSG_INFO, kInit, "WriteFile C:\\Temp\\\\ZelUpx.sys failed 112\n"},
+    {"Newer",
+     [](CBench& b) {
+         const CCarriedVersion carried({1, 0, 0, 0});
+         b.machine.Volume().Put(kInstalled, Image({1, 0, 0, 1}));
+         Init(b);
+     },
+     MSG_INFO, kInit, "Already have newer ZelUpx.sys, don't need to update\n"},
+    {"Extracting", Init, MSG_INFO, kInit, "Extracting ZelUpx.sys\n"},
+    {"FlagUnclear",
+     [](CBench& b) {
+         b.machine.Volume().SetPathError(kFlag, 5);
+         Init(b);
+     },
+     MSG_INFO, kFlagTest, "Cannot tell if ZelUpx.flag exists 5\n"},
+    {"FlagPath", Init, MSG_INFO, kInit, "Create/Open ZelUpx.flag path=C:\\Temp\\\\ZelUpx.flag\n"},
+    {"FlagNotMade",
+     [](CBench& b) {
+         b.machine.Traits().bElevated = false; // no driver file: the flag is asked for, then made
+         b.machine.Faults().FailCall("IFileSystem::Open", 2, 5);
+         Init(b);
+     },
+     MSG_INFO, kInit, "Failed to create ZelUpx.flag file 0x00000005\n"},
+    {"FlagNotJoined",
+     [](CBench& b) {
+         b.machine.Volume().SetPathError(kFlag, 5);
+         Init(b);
+     },
+     MSG_INFO, kInit, "Failed to open existing ZelUpx.flag file 0x00000005\n"},
+    {"NoDevice",
+     [](CBench& b) {
+         b.machine.Faults().FailNext("IDeviceFile::Open", 2);
+         Init(b);
+     },
+     MSG_INFO, kInit, "Failed to create hProxyDriver\n"},
+    {"ReleaseFlagPath", [](CBench& b) { ReleaseWith(b, [](CBench&, SimService&) {}); }, MSG_INFO,
+     kUnInit, "Close ZelUpx.flag path=C:\\Temp\\\\ZelUpx.flag\n"},
+    {"ReleaseUninstalls", [](CBench& b) { ReleaseWith(b, [](CBench&, SimService&) {}); }, MSG_INFO,
+     kUnInit, "Uninstall ZelUpx Driver\n"},
+    {"ReleaseFlagUnclear",
+     [](CBench& b) {
+         ReleaseWith(b, [](CBench& c, SimService&) { c.machine.Volume().SetPathError(kFlag, 5); });
+     },
+     MSG_INFO, kUnInit, "Cannot tell if ZelUpx.flag exists 5\n"},
+    {"UninstallBegins", [](CBench& b) { ReleaseWith(b, [](CBench&, SimService&) {}); }, MSG_INFO,
+     kUninstall, "-> UninstallKyProxy\n"},
+    {"UninstallEnds", [](CBench& b) { ReleaseWith(b, [](CBench&, SimService&) {}); }, MSG_INFO,
+     kUninstall, "<- UninstallKyProxy\n"},
+    {"UninstallNoManager",
+     [](CBench& b) {
+         ReleaseWith(b, [](CBench& c, SimService&) { c.machine.Services().SetManagerError(5); });
+     },
+     MSG_INFO, kUninstall, "OpenSCManager fail 5\n"},
+    {"UninstallNoService",
+     [](CBench& b) { ReleaseWith(b, [](CBench&, SimService& s) { s.dwOpenError = 5; }); }, MSG_INFO,
+     kUninstall, "OpenService fail 5\n"},
+    {"UninstallStopRefused",
+     [](CBench& b) { ReleaseWith(b, [](CBench&, SimService& s) { s.dwStopError = 1062; }); },
+     MSG_INFO, kUninstall, "Fail to stop service 1062\n"},
+    {"UninstallQueryRefused",
+     [](CBench& b) {
+         ReleaseWith(b, [](CBench& c, SimService&) {
+             c.machine.Faults().FailNext("IServiceManager::Query", 5);
+         });
+     },
+     MSG_INFO, kUninstall, "QueryServiceStatus failed 5\n"},
+    {"UninstallStuck",
+     [](CBench& b) { ReleaseWith(b, [](CBench&, SimService& s) { s.bStuckStop = true; }); },
+     MSG_INFO, kUninstall, "Warning: Service did not stop successfully, not delete it\n"},
+    {"UninstallDeleteRefused",
+     [](CBench& b) { ReleaseWith(b, [](CBench&, SimService& s) { s.dwDeleteError = 1072; }); },
+     MSG_INFO, kUninstall, "Fail to delete service 1072\n"},
+};
+INSTANTIATE_TEST_SUITE_P(Install, TransportMessage, testing::ValuesIn(kInstallMessages), CaseName);
+} // namespace
+
+TEST(ProxyDriver, IsInstalledStartedAndMarkedOnFirstUse)
+{
+    CBench bench;
+    ASSERT_EQ(bench.transport.InitProxyDriver(), 1) << bench.log.Dump();
+
+    const auto image = EmbeddedDriverX64();
+    const std::vector<BYTE>* const pInstalled = bench.machine.Volume().Data(kInstalled);
+    ASSERT_NE(pInstalled, nullptr);
+    EXPECT_TRUE(std::equal(pInstalled->begin(), pInstalled->end(), image.begin(), image.end()));
+    EXPECT_FALSE(bench.machine.Volume().Exists(kTemporary));
+    const SimService* const pService = bench.machine.Services().Find(kName);
+    ASSERT_NE(pService, nullptr);
+    EXPECT_EQ(pService->strDisplayName, WTEXT("ZelUpx Driver"));
+    EXPECT_EQ(pService->strImagePath, kInstalled);
+    EXPECT_EQ(pService->dwStart, kServiceDemandStart);
+    EXPECT_EQ(pService->dwErrorControl, kServiceErrorIgnore);
+    EXPECT_EQ(pService->dwState, kStateRunning);
+    EXPECT_EQ(bench.machine.Handles().OpenOf("service"), std::vector<std::string>{});
+    EXPECT_TRUE(bench.machine.Volume().Exists(kFlag));
+    EXPECT_EQ(bench.machine.Handles().Open().size(), 2u) << bench.machine.Handles().Describe();
+}
+
+TEST(ProxyDriver, IsNotTouchedByASecondStartOfTheSameObject)
+{
+    CBench bench;
+    bench.Start();
+    EXPECT_EQ(bench.transport.InitProxyDriver(), 1);
+    EXPECT_TRUE(bench.log.Lines().empty());
+}
+
+TEST(ProxyDriver, IsRemovedByItsLastUserAlone)
+{
+    CBench first;
+    first.Start();
+    CSimMachine secondMachine(first.machine.System());
+    SetCurrentPlatform(&secondMachine);
+    CPropertyEx second;
+    ASSERT_EQ(second.InitProxyDriver(), 1);
+
+    EXPECT_EQ(second.XH_UnInitProxyDriver(), 1);
+    EXPECT_TRUE(first.machine.Services().IsRunning(kName));
+    EXPECT_EQ(secondMachine.Handles().Describe(), "");
+
+    SetCurrentPlatform(&first.machine);
+    EXPECT_EQ(first.transport.XH_UnInitProxyDriver(), 1);
+    EXPECT_EQ(first.machine.Services().Find(kName), nullptr);
+    EXPECT_TRUE(first.machine.Volume().Exists(kInstalled)) << "the driver file is never deleted";
+    EXPECT_FALSE(first.machine.Volume().Exists(kFlag));
+    EXPECT_EQ(first.machine.Handles().Describe(), "");
+    EXPECT_EQ(first.transport.XH_UnInitProxyDriver(), 1) << "releasing twice is harmless";
+}
+
+TEST(ProxyDriver, ThatRunsIsUsedWithoutRights)
+{
+    CBench bench;
+    bench.machine.InstallRunningDriver();
+    bench.machine.Traits().bElevated = false;
+    EXPECT_EQ(bench.transport.InitProxyDriver(), 1);
+    EXPECT_FALSE(bench.log.Says("Using internal ZelUpx.sys\n"));
+}
+
+TEST(ProxyDriver, FailsToStartWithoutDeviceButKeepsItsMark)
+{
+    CBench bench;
+    bench.machine.Faults().FailNext("IDeviceFile::Open", 2);
+    EXPECT_EQ(bench.transport.InitProxyDriver(), 0);
+    EXPECT_NE(bench.Access().FlagFile(), InvalidHandle());
+    EXPECT_EQ(bench.machine.Handles().Open().size(), 1u) << bench.machine.Handles().Describe();
+}
+
+TEST(ProxyDriver, IsClosedWithItsObject)
+{
+    CBench bench;
+    {
+        CPropertyEx transport;
+        ASSERT_EQ(transport.InitProxyDriver(), 1);
+        ASSERT_EQ(transport.KyHub_OpenDeviceByDevInst(CBench::kHub), 0u);
+        {
+            const CPropertyEx borrower(transport); // NOLINT(performance-*): copying is the point
+        }
+        EXPECT_EQ(bench.machine.Handles().Open().size(), 3u) << "a copy closes nothing";
+    }
+    EXPECT_EQ(bench.machine.Handles().Describe(), "");
+    EXPECT_TRUE(bench.machine.Handles().Misuses().empty());
+}
+
+/// Which of two versions stays installed.
+struct VersionCase
+{
+    const char* pszCase;
+    Version carried;
+    Version installed;
+    bool bReplaced;
+};
+
+class CarriedDriver : public testing::TestWithParam<VersionCase>
+{};
+
+TEST_P(CarriedDriver, ReplacesWhateverItExceedsInAnyComponent)
+{
+    CBench bench;
+    const CCarriedVersion carried(GetParam().carried);
+    bench.machine.Volume().Put(kInstalled, Image(GetParam().installed));
+    ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
+    EXPECT_EQ(bench.log.Says("Extracting ZelUpx.sys\n"), GetParam().bReplaced);
+    EXPECT_EQ(*bench.machine.Volume().Data(kInstalled) == carried.Bytes(), GetParam().bReplaced);
+    EXPECT_FALSE(bench.machine.Volume().Exists(kTemporary));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Versions, CarriedDriver,
+    testing::Values(VersionCase{"Newer", {1, 3, 0, 0}, {1, 2, 0, 9}, true},
+                    VersionCase{"OlderButGreaterRevision", {1, 2, 0, 9}, {1, 3, 0, 0}, true},
+                    VersionCase{"OlderButGreaterMinor", {1, 5, 0, 0}, {2, 0, 0, 0}, true},
+                    VersionCase{"OlderThroughout", {1, 2, 0, 4}, {1, 2, 0, 5}, false}),
+    [](const auto& tested) { return tested.param.pszCase; });
+
+TEST(ProxyDriver, ThatIsTheSameIsNotCopied)
+{
+    CBench bench;
+    const CCarriedVersion carried({1, 2, 0, 5});
+    bench.machine.Volume().Put(kInstalled, carried.Bytes());
+    ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
+    EXPECT_TRUE(bench.log.Says("Already have newer ZelUpx.sys, don't need to update\n"));
+    EXPECT_EQ(bench.machine.Faults().Calls("IFileSystem::Copy"), 0u);
+}
+
+TEST(ProxyDriver, WithoutReadableVersionIsReplaced)
+{
+    CBench bench;
+    bench.machine.Volume().Put(kInstalled, {'n', 'o', 'n', 'e'});
+    ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
+    EXPECT_TRUE(bench.log.Says("Extracting ZelUpx.sys\n"));
+}
+
+TEST(ProxyDriver, FromTheDebugFileReplacesTheServiceToo)
+{
+    CBench bench;
+    bench.machine.InstallRunningDriver();
+    const std::vector<BYTE> debug = Image({0, 0, 0, 1});
+    bench.machine.Volume().Put(kInstalled, Image({9, 9, 9, 9}));
+    bench.machine.Services().Find(kName)->dwState = kStateStopped;
+    bench.machine.Volume().Put(kDebug, debug);
+    ASSERT_EQ(bench.transport.InitProxyDriver(), 1) << bench.log.Dump();
+    EXPECT_EQ(*bench.machine.Volume().Data(kInstalled), debug);
+    EXPECT_TRUE(bench.machine.Volume().Exists(kDebug));
+}
+
+TEST(ProxyDriver, ThatCannotBeCopiedEndsTheStartSilently)
+{
+    CBench bench;
+    bench.machine.Faults().FailNext("IFileSystem::Copy", 5);
+    EXPECT_EQ(bench.transport.InitProxyDriver(), 0);
+    EXPECT_EQ(bench.log.Lines().back(), "0|CPropertyEx::InitProxyDriver|Extracting ZelUpx.sys\n");
+    EXPECT_FALSE(bench.machine.Volume().Exists(kTemporary));
+    EXPECT_EQ(bench.machine.Handles().Describe(), "");
+}
+
+TEST(ProxyDriver, HasAVersionOnlyWhereTheFileHasOne)
+{
+    CBench bench;
+    bench.machine.Volume().Put(kInstalled, Image({4, 3, 2, 1}));
+    bench.machine.Volume().Put(kDebug, {'x'});
+    _tag_VERSION version = {};
+    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, &version), 1);
+    EXPECT_EQ((Version{version.wMajor, version.wMinor, version.wBuild, version.wRevision}),
+              (Version{4, 3, 2, 1}));
+    EXPECT_EQ(bench.Access().GetFileVersion(kDebug, &version), 0);
+    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, nullptr), 0);
+    bench.machine.Faults().FailNext("IFileSystem::ReadVersion", 1);
+    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, &version), 0);
+    bench.machine.Faults().FailNext("IFileSystem::QueryRootVersion", 1);
+    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, &version), 0);
+}
+
+/// What becomes of the service.
+struct ServiceCase
+{
+    const char* pszCase;
+    DWORD dwState; ///< 0: there is no service
+    int nUpdated;
+    int nFlagExists;
+    void (*pfnTrouble)(CBench&);
+    int nResult;
+    std::vector<std::string> log;
+};
+
+class ProxyService : public testing::TestWithParam<ServiceCase>
+{};
+
+TEST_P(ProxyService, IsPutInOrder)
+{
+    const ServiceCase& c = GetParam();
+    CBench bench;
+    bench.machine.Volume().Put(kInstalled, Image({1, 0, 0, 0}));
+    if (c.dwState != 0)
+        bench.machine.Services().Put(Service(c.dwState));
+    if (c.pfnTrouble != nullptr)
+        c.pfnTrouble(bench);
+    const size_t nBefore = bench.machine.Services().Log().size();
+    EXPECT_EQ(bench.Access().Install(kInstalled, c.nUpdated, c.nFlagExists), c.nResult);
+    const auto& log = bench.machine.Services().Log();
+    EXPECT_EQ(std::vector<std::string>(std::next(log.begin(), std::ptrdiff_t(nBefore)), log.end()),
+              c.log);
+    EXPECT_EQ(bench.machine.Handles().Describe(), "");
+}
+
+const ServiceCase kServiceCases[] = {
+    {"Missing", 0, 0, 0, nullptr, 1, {"create ZelUpx", "start ZelUpx"}},
+    {"OldAndRunning", kStateRunning, 0, 0, nullptr, 1, {}},
+    {"OldAndStopped", kStateStopped, 0, 0, nullptr, 1, {"start ZelUpx"}},
+    {"NewAndStopped",
+     kStateStopped,
+     1,
+     1,
+     nullptr,
+     1,
+     {"delete ZelUpx", "create ZelUpx", "start ZelUpx"}},
+    {"NewAndRunning",
+     kStateRunning,
+     1,
+     0,
+     nullptr,
+     1,
+     {"stop ZelUpx", "delete ZelUpx", "create ZelUpx", "start ZelUpx"}},
+    {"NewButUsedByOthers", kStateRunning, 1, 1, nullptr, 1, {}},
+    {"NoManager", 0, 0, 0, [](CBench& b) { b.machine.Services().SetManagerError(5); }, 0, {}},
+    {"UnopenableCountsAsRunning",
+     kStateStopped,
+     0,
+     0,
+     [](CBench& b) { b.machine.Services().Find(kName)->dwOpenError = 5; },
+     1,
+     {}},
+    {"UnopenableCannotBeReplaced",
+     kStateStopped,
+     1,
+     0,
+     [](CBench& b) { b.machine.Services().Find(kName)->dwOpenError = 5; },
+     0,
+     {}},
+    {"UnreadableCountsAsRunning",
+     kStateStopped,
+     0,
+     0,
+     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Query", 5); },
+     1,
+     {}},
+    {"StopRefused",
+     kStateRunning,
+     1,
+     0,
+     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Control", 5); },
+     0,
+     {}},
+    {"DeleteRefused",
+     kStateStopped,
+     1,
+     0,
+     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Remove", 5); },
+     0,
+     {}},
+    {"CreateRefused",
+     0,
+     0,
+     0,
+     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Create", 5); },
+     0,
+     {}},
+    {"StartRefused",
+     kStateStopped,
+     0,
+     0,
+     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Start", 5); },
+     0,
+     {}},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, ProxyService, testing::ValuesIn(kServiceCases),
+                         [](const auto& tested) { return tested.param.pszCase; });
+
+/// Which machine a process finds itself on.
+struct MachineCase
+{
+    const char* pszCase;
+    void (*pfnSet)(SimProcessTraits&);
+    MachineType eMachine;
+    int nWow64;
+};
+
+class Processor : public testing::TestWithParam<MachineCase>
+{};
+
+TEST_P(Processor, IsToldByTheSystem)
+{
+    CBench bench;
+    GetParam().pfnSet(bench.machine.Traits());
+    ASSERT_EQ(bench.transport.InitProxyDriver(), 1) << bench.log.Dump();
+    EXPECT_EQ(bench.Access().Machine(), GetParam().eMachine);
+    EXPECT_EQ(bench.Access().Wow64(), GetParam().nWow64);
+    EXPECT_TRUE(bench.machine.Volume().Exists(kInstalled)) << "not into a redirected folder";
+    EXPECT_EQ(bench.machine.Process().IsRedirected(), GetParam().nWow64 != 0)
+        << "redirection is as before";
+}
+
+const MachineCase kMachineCases[] = {
+    {"X64", [](SimProcessTraits&) {}, MACHINE_X64, 0},
+    {"X86", [](SimProcessTraits& t) { t.wNativeMachine = 0x014C; }, MACHINE_X86, 0},
+    {"Arm64IsOther", [](SimProcessTraits& t) { t.wNativeMachine = 0xAA64; }, MACHINE_OTHER, 0},
+    {"Wow64", [](SimProcessTraits& t) { t.wProcessMachine = 0x014C; }, MACHINE_X64, 1},
+    {"OldX64", [](SimProcessTraits& t) { t.functions.erase("IsWow64Process2"); }, MACHINE_X64, 0},
+    {"OldX86",
+     [](SimProcessTraits& t) {
+         t.functions.erase("IsWow64Process2");
+         t.wArchitecture = 0;
+     },
+     MACHINE_X86, 0},
+    {"OldArm64IsOther",
+     [](SimProcessTraits& t) {
+         t.functions.erase("IsWow64Process2");
+         t.wArchitecture = 12;
+     },
+     MACHINE_OTHER, 0},
+    {"OldWow64",
+     [](SimProcessTraits& t) {
+         t.functions.erase("IsWow64Process2");
+         t.wProcessMachine = 0x014C;
+     },
+     MACHINE_X64, 1},
+    {"Ancient", [](SimProcessTraits& t) { t.functions.clear(); }, MACHINE_OTHER, 0},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, Processor, testing::ValuesIn(kMachineCases),
+                         [](const auto& tested) { return tested.param.pszCase; });
+
+TEST(Redirection, ThatCannotBeDisabledEndsTheStart)
+{
+    void (*const kTroubles[])(CBench&) = {
+        [](CBench& b) { b.machine.Traits().functions.erase("Wow64DisableWow64FsRedirection"); },
+        [](CBench& b) { b.machine.Traits().functions.erase("Wow64RevertWow64FsRedirection"); },
+        [](CBench& b) { b.machine.Faults().FailNext("IProcess::DisableRedirection", 1); },
+        [](CBench& b) { b.machine.Faults().FailNext("IProcess::LoadModule", 126); },
+    };
+    for (auto* pfnTrouble : kTroubles) {
+        CBench bench;
+        bench.machine.Traits().wProcessMachine = 0x014C;
+        pfnTrouble(bench);
+        EXPECT_EQ(bench.transport.InitProxyDriver(), 0);
+        EXPECT_EQ(bench.machine.Faults().Calls("IServiceManager::OpenManager"), 0u);
+        EXPECT_EQ(bench.machine.Handles().Describe(), "") << "the module is given back";
+    }
+}
+
+TEST(Redirection, AnswerThatFailsCountsAsNo)
+{
+    CBench bench;
+    bench.machine.Traits().wProcessMachine = 0x014C;
+    bench.machine.Faults().FailNext("IProcess::QueryWow64Process2", 1);
+    bench.transport.InitProxyDriver();
+    EXPECT_EQ(bench.Access().Wow64(), 0);
+    EXPECT_EQ(bench.machine.Faults().Calls("IProcess::DisableRedirection"), 0u);
+    bench.machine.Faults().FailNext("IProcess::QueryWow64Process", 1);
+    EXPECT_EQ(bench.Access().IsWow64(), 0);
+    EXPECT_EQ(bench.Access().IsWow64(), 1);
+}
