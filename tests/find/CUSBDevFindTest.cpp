@@ -294,12 +294,11 @@ TEST_F(Cycles, CostInProportionToTheNodes)
             nCalls += nOf;
         return nCalls;
     };
-    unsigned nPort = 0;
-    while (nPort < 100)
-        Hub(++nPort, 10 + nPort);
+    for (unsigned nPort = 1; nPort <= 100; ++nPort)
+        Hub(nPort, 10 + nPort);
     const unsigned nFew = callsOfACycle();
-    while (nPort < 1000)
-        Hub(++nPort, 10 + nPort);
+    for (unsigned nPort = 101; nPort <= 1000; ++nPort)
+        Hub(nPort, 10 + nPort);
     EXPECT_LE(callsOfACycle(), 10 * nFew);
 }
 
