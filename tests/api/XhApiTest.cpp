@@ -1,0 +1,284 @@
+#include "api/zelhub.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "api/zelhub_bench.h"
+#include "dev/CHubDev.h"
+#include "find/CHubFind.h"
+#include "flow/CUniversalFlow.h"
+#include "sim/CSimHub.h"
+#include "sim/CSimImage.h"
+#include "sim/CSimMachine.h"
+#include "support/CMessageLog.h"
+
+namespace
+{
+const std::string kLog = "/opt/host/info.txt";
+
+/// Two of the maker's hubs on the ports of a root hub, and a library that was not started yet.
+class Api : public testing::Test
+{
+protected:
+    Api()
+        : m_first(m_machine.Time()),
+          m_second(m_machine.Time()),
+          m_node(m_machine.Tree().AddHub(m_machine.RootHub(), 1, {}, &m_first)),
+          m_otherNode(m_machine.Tree().AddHub(m_machine.RootHub(), 2, {}, &m_second))
+    {
+        m_first.AddPort(&m_node);
+        m_second.AddPort(&m_otherNode);
+        m_machine.Traits().modulePath = "/opt/host/libZelhublib64.so";
+        m_machine.HostFiles().UseMemory();
+        ZelSetPlatform(&m_machine);
+    }
+    ~Api() override
+    {
+        m_machine.Faults().Clear();
+        XH_UnInitDevice();
+        ZelSetPlatform(nullptr);
+    }
+
+    std::string LogText() { return m_machine.HostFiles().Text(kLog); }
+
+    /// Whether some hub is open and answers.
+    bool ReadsStatus()
+    {
+        BYTE status[20];
+        return XH_DetectHubStatusForTest(status);
+    }
+
+    CSimMachine m_machine;
+    CSimHub m_first;
+    CSimHub m_second;
+    CSimNode& m_node;
+    CSimNode& m_otherNode;
+};
+
+TEST_F(Api, TearDownNeedsNoStartAndMayBeRepeated)
+{
+    XH_UnInitDevice();
+    XH_ReleaseDevice();
+    EXPECT_TRUE(m_machine.Handles().Open().empty()) << m_machine.Handles().Describe();
+}
+
+TEST_F(Api, EveryStartEndsWithNothingLeftOpenOrInstalled)
+{
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(XH_InitDevice(false));
+        EXPECT_TRUE(XH_InitDevice(false)) << "a second start discards the first";
+        EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
+        XH_ReleaseDevice();
+        EXPECT_TRUE(m_machine.Handles().Open().empty()) << m_machine.Handles().Describe();
+        EXPECT_EQ(m_machine.Services().Find(WTEXT("ZelUpx")), nullptr);
+    }
+}
+
+// Deliberate: a start says true whatever the driver did; opening a hub then fails.
+TEST_F(Api, StartWithoutDriverSucceedsAndOpeningFails)
+{
+    m_machine.Services().SetManagerError(5);
+    EXPECT_TRUE(XH_InitDevice(false));
+    EXPECT_FALSE(XH_OpenDeviceEx2(m_node.DevInst()));
+}
+
+TEST_F(Api, LogStartsEmptyBesideTheLibrary)
+{
+    m_machine.HostFiles().Put(kLog, {'o', 'l', 'd'});
+    EXPECT_TRUE(XH_InitDevice(true));
+    EXPECT_EQ(LogText().find("old"), std::string::npos);
+    EXPECT_NE(LogText().find("In XH_InitDevice, In XH_InitDevice,Init Dev Object\n"),
+              std::string::npos);
+    XH_UnInitDevice();
+    EXPECT_NE(LogText().find("In XH_UnInitDevice, Free Memory\n"), std::string::npos);
+}
+
+TEST_F(Api, StartWithoutLogLeavesAnOldLogAloneAndForgetsItsOwn)
+{
+    EXPECT_TRUE(XH_InitDevice(true));
+    EXPECT_TRUE(XH_InitDevice(false));
+    const std::string strBefore = LogText();
+    _Hub_Info* pList = nullptr;
+    DWORD dwCount = 0;
+    EXPECT_TRUE(XH_ListAllDevice(&pList, &dwCount));
+    XH_FreeAllDevice(pList);
+    EXPECT_EQ(LogText(), strBefore);
+    EXPECT_NE(strBefore, "");
+}
+
+// Deliberate: deleting and writing cut the module's path differently where it has no separator.
+TEST_F(Api, LogOfAModuleWithoutFolderIsDeletedInTheWorkingFolder)
+{
+    m_machine.Traits().modulePath = "lib.so";
+    m_machine.HostFiles().Put("info.txt", {'o', 'l', 'd'});
+    EXPECT_TRUE(XH_InitDevice(true));
+    EXPECT_EQ(m_machine.HostFiles().Data("info.txt"), nullptr);
+    EXPECT_NE(m_machine.HostFiles().Text("lib.soinfo.txt"), "");
+}
+
+TEST_F(Api, StartAndEndForgetTheHostsResponders)
+{
+    EXPECT_TRUE(XH_InitDevice(false));
+    CMessageLog host;
+    XH_UnInitDevice();
+    const std::size_t nHeard = host.Lines().size();
+    EXPECT_GT(nHeard, 0u);
+    XH_FreeAllDevice(nullptr);
+    EXPECT_EQ(host.Lines().size(), nHeard);
+}
+
+TEST_F(Api, ListingGivesRecordsThatTheHostFrees)
+{
+    EXPECT_TRUE(XH_InitDevice(false));
+    _Hub_Info* pList = nullptr;
+    DWORD dwCount = 0;
+    ASSERT_TRUE(XH_ListAllDevice(&pList, &dwCount));
+    ASSERT_EQ(dwCount, 2u);
+    EXPECT_EQ(pList[0].DevInst, m_node.DevInst());
+    EXPECT_EQ(pList[1].DevInst, m_otherNode.DevInst());
+    EXPECT_EQ(pList[1].Port, 2u);
+    XH_FreeAllDevice(pList);
+}
+
+TEST_F(Api, ListingWithoutHubsFailsAndTouchesOnlyTheCount)
+{
+    m_first.Unplug();
+    m_second.Unplug();
+    EXPECT_TRUE(XH_InitDevice(false));
+    _Hub_Info untouched = {};
+    _Hub_Info* pList = &untouched;
+    DWORD dwCount = 77;
+    EXPECT_FALSE(XH_ListAllDevice(&pList, &dwCount));
+    EXPECT_EQ(pList, &untouched);
+    EXPECT_EQ(dwCount, 0u);
+}
+
+TEST_F(Api, OpeningBindsToThatHubAndToNoOther)
+{
+    EXPECT_TRUE(XH_InitDevice(false));
+    EXPECT_TRUE(XH_OpenDeviceEx2(m_otherNode.DevInst()));
+    EXPECT_EQ(XH_I2CConfigImpl(1, 2, 3), 1u);
+    EXPECT_TRUE(m_second.I2cConfig().has_value());
+    EXPECT_FALSE(m_first.I2cConfig().has_value());
+
+    EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst())) << "closes the other one first";
+    EXPECT_EQ(XH_I2CConfigImpl(1, 2, 3), 1u);
+    EXPECT_TRUE(m_first.I2cConfig().has_value());
+}
+
+TEST_F(Api, ClosedHubCanBeOpenedAgain)
+{
+    EXPECT_TRUE(XH_InitDevice(false));
+    EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
+    EXPECT_TRUE(ReadsStatus());
+    EXPECT_TRUE(XH_CloseDevice());
+    EXPECT_FALSE(ReadsStatus());
+    EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
+    EXPECT_TRUE(ReadsStatus());
+}
+
+struct BadLocation
+{
+    const char* pszCase;
+    void (*pfnBreak)(CSimMachine& machine, CSimNode& node);
+};
+
+const BadLocation kBadLocations[] = {
+    {"Unreadable",
+     [](CSimMachine& machine, CSimNode&) {
+         machine.Faults().FailNext("IDeviceTree::GetNodeProperty", kCrFailure);
+     }},
+    // An empty one would match by level: some other hub.
+    {"Empty", [](CSimMachine&, CSimNode& node) { node.Spec().locationPaths = {WString()}; }},
+    // Too long for the 1,024 bytes that the read offers.
+    {"TooLong",
+     [](CSimMachine&, CSimNode& node) { node.Spec().locationPaths = {WString(600, WTEXT('x'))}; }},
+};
+
+TEST_F(Api, LocationThatCannotBeReadDropsTheBindingAndWaitsForNothing)
+{
+    EXPECT_TRUE(XH_InitDevice(false));
+    for (const BadLocation& bad : kBadLocations) {
+        const std::vector<WString> paths = m_otherNode.Spec().locationPaths;
+        ASSERT_TRUE(XH_OpenDeviceEx2(m_node.DevInst())) << bad.pszCase;
+        bad.pfnBreak(m_machine, m_otherNode);
+        const unsigned nSleeps = m_machine.Faults().Calls("IClock::Sleep");
+        EXPECT_FALSE(XH_OpenDeviceEx2(m_otherNode.DevInst())) << bad.pszCase;
+        EXPECT_EQ(m_machine.Faults().Calls("IClock::Sleep"), nSleeps) << bad.pszCase;
+        EXPECT_FALSE(ReadsStatus()) << bad.pszCase;
+        m_otherNode.Spec().locationPaths = paths;
+    }
+}
+
+TEST_F(Api, StatusIsTheTwentyBytesOfTheOpenHub)
+{
+    EXPECT_TRUE(XH_InitDevice(false));
+    EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
+    m_first.LoadImage(CSimImage().Version(0x1234).Build());
+    BYTE status[21];
+    std::fill(std::begin(status), std::end(status), BYTE{0xCC});
+    EXPECT_TRUE(XH_DetectHubStatusForTest(status));
+    EXPECT_EQ(status[10], 0x12);
+    EXPECT_EQ(status[11], 0x34);
+    EXPECT_EQ(status[20], 0xCC);
+}
+
+TEST_F(Api, I2cGoesThroughTheOpenHub)
+{
+    const auto pMemory = std::make_shared<CSimI2cMemory>(0x20000);
+    m_first.AttachI2cMemory(pMemory);
+    EXPECT_TRUE(XH_InitDevice(false));
+    EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
+    BYTE out[4] = {1, 2, 3, 4};
+    EXPECT_EQ(XH_I2CWriteImpl(0x10002, out, 4), 0u) << "not before its configuration";
+    EXPECT_EQ(XH_I2CConfigImpl(1, 2, 3), 1u);
+    EXPECT_EQ(XH_I2CWriteImpl(0x10002, out, 4), 1u);
+    EXPECT_EQ(pMemory->Bytes()[0x10003], 2);
+    BYTE in[4] = {};
+    EXPECT_EQ(XH_I2CReadImpl(0x10001, in, 3), 1u);
+    EXPECT_EQ(in[0], 0xFF);
+    EXPECT_EQ(in[1], 1);
+    EXPECT_EQ(in[3], 0);
+    m_first.Unplug();
+    EXPECT_EQ(XH_I2CReadImpl(0x10001, in, 3), 0u);
+}
+
+TEST_F(Api, FactoriesGiveANewHubAndAFlowThatUpdatesIt)
+{
+    const std::vector<BYTE> image = CSimImage().Version(0x0203).Build();
+    m_machine.HostFiles().Put("hub.bin", image);
+    EXPECT_TRUE(XH_InitDevice(false));
+    const std::unique_ptr<CHubDev> pHub(GetHubDev());
+    EXPECT_EQ(pHub->GetLevel(), 1);
+    EXPECT_NE(std::unique_ptr<CHubDev>(GetHubDev()).get(), pHub.get());
+
+    CHubFind finder;
+    finder.Attach(pHub.get());
+    WString strPlace = m_otherNode.Spec().locationPaths.at(0);
+    pHub->SetTopo(strPlace.data());
+    const std::unique_ptr<CUniversalFlow> pFlow(GetUniversalFlow(&finder, pHub.get()));
+    EXPECT_TRUE(pFlow->InitFwFinder("hub.bin"));
+    EXPECT_TRUE(pFlow->DevUpdate());
+    EXPECT_TRUE(m_second.Runs(image));
+    EXPECT_FALSE(m_first.Runs(image));
+}
+
+TEST(ApiPlatform, NullBringsTheRealSystemBack)
+{
+    CSimMachine machine;
+    ZelSetPlatform(&machine);
+    EXPECT_EQ(&CurrentPlatform(), &machine);
+    ZelSetPlatform(nullptr);
+    EXPECT_EQ(&CurrentPlatform(), &RealPlatform());
+}
+
+static_assert(
+    noexcept(
+        XH_InitDevice(true)) && noexcept(XH_UnInitDevice()) && noexcept(XH_ReleaseDevice()) && noexcept(XH_ListAllDevice(nullptr,
+                                                                                                                         nullptr)) && noexcept(XH_FreeAllDevice(nullptr)) && noexcept(XH_OpenDeviceEx2(0)) && noexcept(XH_CloseDevice()) && noexcept(XH_DetectHubStatusForTest(nullptr)) && noexcept(XH_I2CConfigImpl(0,
+                                                                                                                                                                                                                                                                                                                      0,
+                                                                                                                                                                                                                                                                                                                      0)) && noexcept(XH_I2CWriteImpl(0,
+                                                                                                                                                                                                                                                                                                                                                      nullptr, 0)) && noexcept(XH_I2CReadImpl(0, nullptr, 0)) && noexcept(GetHubDev()) && noexcept(GetUniversalFlow(nullptr,
+                                                                                                                                                                                                                                                                                                                                                                                                                                                                    nullptr)));
+} // namespace
