@@ -1,0 +1,213 @@
+#include "sweeps/SweepRig.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+struct HubKind
+{
+    const char* pszName;
+    bool bDualBank;
+    bool bIspValidation;
+};
+
+const HubKind kHubKinds[] = {
+    {"OneBank", false, true},
+    {"TwoBanksValidating", true, true},
+    {"TwoBanksReadBack", true, false},
+};
+
+struct NamedFault
+{
+    const char* pszName;
+    SimFault fault;
+};
+
+std::vector<NamedFault> AllFaults()
+{
+    SimFault lost = {SimFaultKind::Fail};
+    lost.bActs = true;
+    SimFault timedOut = {SimFaultKind::TimeOut};
+    timedOut.bActs = true;
+    SimFault corruptEnd = {SimFaultKind::Corrupt};
+    corruptEnd.dwOffset = 0xFFFFFFFF;
+    corruptEnd.byMask = 0x80;
+    SimFault corruptTwice = {SimFaultKind::Corrupt};
+    corruptTwice.nTimes = 2; // a flash write's both sendings
+    SimFault lieTwice = {SimFaultKind::Lie};
+    lieTwice.nTimes = 2;
+    SimFault shortLeave = {SimFaultKind::Vanish};
+    shortLeave.dwBackMs = 700;
+    return {{"fails", {SimFaultKind::Fail}},
+            {"answer lost", lost},
+            {"stalls", {SimFaultKind::Stall}},
+            {"times out", {SimFaultKind::TimeOut}},
+            {"times out after acting", timedOut},
+            {"URB status", {SimFaultKind::UrbStatus, 0xC0000004}},
+            {"first byte corrupt", {SimFaultKind::Corrupt}},
+            {"last byte corrupt", corruptEnd},
+            {"corrupt twice", corruptTwice},
+            {"lies", {SimFaultKind::Lie}},
+            {"lies twice", lieTwice},
+            {"vanishes for a moment", shortLeave},
+            {"vanishes for good", {SimFaultKind::Vanish}}};
+}
+
+class HubSweep : public testing::TestWithParam<HubKind>
+{
+protected:
+    static SimHubSettings Settings()
+    {
+        SimHubSettings settings;
+        settings.cbBank = 0x10000;
+        settings.bDualBank = GetParam().bDualBank;
+        settings.bIspValidation = GetParam().bIspValidation;
+        return settings;
+    }
+
+    /// One update that something happens to, then one without: what the host believes must be
+    /// what the model shows.
+    static void BreakThenRepeat(HubBench& bench, SweepTally& tally)
+    {
+        bool bSuccess = false;
+        {
+            CHostRun run(bench);
+            bSuccess = run.Update(NewImage());
+            tally.Count(bSuccess, run.FlowSaidYes() && !bench.hub.Runs(NewImage()));
+        }
+        EXPECT_EQ(bSuccess, bench.hub.IsOnBus() && bench.hub.Runs(NewImage()));
+        EXPECT_EQ(bench.machine.Handles().Describe(), "");
+
+        bench.Heal();
+        bench.hub.Misuse().Clear();
+        CHostRun again(bench);
+        EXPECT_TRUE(again.Update(NewImage())) << "the second run failed";
+        EXPECT_TRUE(bench.hub.Runs(NewImage()));
+        EXPECT_EQ(bench.hub.Misuse().Text(), "");
+    }
+};
+
+TEST_P(HubSweep, EveryFaultAtEveryTransfer)
+{
+    std::uint64_t nTransfers = 0;
+    {
+        HubBench whole(Settings());
+        CHostRun run(whole);
+        ASSERT_TRUE(run.Update(NewImage()));
+        ASSERT_EQ(whole.hub.Misuse().Text(), "");
+        nTransfers = whole.hub.Transfers();
+    }
+    SweepTally tally(std::string("transfers of ") + GetParam().pszName);
+    for (const NamedFault& named : AllFaults()) {
+        for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
+            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
+            HubBench bench(Settings());
+            bench.hub.Faults().At(n, named.fault);
+            BreakThenRepeat(bench, tally);
+        }
+    }
+    // The sweep has teeth: without the host's own checks some of these would have passed.
+    EXPECT_GT(tally.nBelieved, 0u);
+}
+
+TEST_P(HubSweep, PowerLostAtEveryFlashOperation)
+{
+    std::uint64_t nOperations = 0;
+    {
+        HubBench whole(Settings());
+        CHostRun run(whole);
+        ASSERT_TRUE(run.Update(NewImage()));
+        nOperations = whole.hub.FlashOperations();
+    }
+    SweepTally tally(std::string("flash operations of ") + GetParam().pszName);
+    for (const SimPowerCut eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
+        for (std::uint64_t n = 0; n < nOperations && !HasFailure(); ++n) {
+            SCOPED_TRACE(testing::Message() << "power lost at flash operation " << n << ", "
+                                            << static_cast<int>(eWhen));
+            HubBench bench(Settings());
+            bench.hub.LosePowerAt(n, eWhen);
+            BreakThenRepeat(bench, tally);
+        }
+    }
+}
+
+TEST_P(HubSweep, EveryFaultAtEveryTransferOfAnErase)
+{
+    std::uint64_t nTransfers = 0;
+    {
+        HubBench whole(Settings());
+        CHostRun run(whole);
+        ASSERT_TRUE(run.Erase());
+        nTransfers = whole.hub.Transfers();
+    }
+    SweepTally tally(std::string("transfers of an erase of ") + GetParam().pszName);
+    for (const NamedFault& named : AllFaults()) {
+        for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
+            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
+            HubBench bench(Settings());
+            bench.hub.Faults().At(n, named.fault);
+            bool bErased = false;
+            {
+                CHostRun run(bench);
+                bErased = run.Erase();
+                const bool bBlank = bench.hub.Banks().Bank(0) == Image(0x10000, 0xFF);
+                tally.Count(bErased, run.FlowSaidYes() && !bBlank);
+                EXPECT_TRUE(!bErased || bBlank);
+            }
+
+            bench.Heal();
+            CHostRun again(bench);
+            EXPECT_TRUE(again.Update(NewImage()));
+            EXPECT_TRUE(bench.hub.Runs(NewImage()));
+        }
+    }
+}
+
+struct ReturnCase
+{
+    const char* pszCase;
+    SimReturn ret;
+};
+
+TEST_P(HubSweep, EveryWayOfComingBackFromEachReset)
+{
+    const SimReturn never = {50'000, 1'500'000, false, true};
+    const SimReturn other = {50'000, 1'500'000, true, false};
+    const ReturnCase cases[] = {
+        {"at once", {1'000, 1'000, false, false}},
+        {"after 8 s", {50'000, 8'000'000, false, false}},
+        {"after 30 s", {50'000, 30'000'000, false, false}},
+        {"leaves after 5 s", {5'000'000, 1'000'000, false, false}},
+        {"as another node", other},
+        {"never", never},
+    };
+    SweepTally tally(std::string("ways of coming back of ") + GetParam().pszName);
+    for (const ReturnCase& c : cases) {
+        for (const bool bEveryReset : {true, false}) {
+            SCOPED_TRACE(testing::Message() << c.pszCase << (bEveryReset ? ", always" : ", once"));
+            HubBench bench(Settings());
+            if (bEveryReset)
+                bench.hub.SetReturn(c.ret);
+            else
+                bench.hub.SetNextReturn(c.ret);
+            bool bSuccess = false;
+            {
+                CHostRun run(bench);
+                bSuccess = run.Update(NewImage());
+                tally.Count(bSuccess, run.FlowSaidYes() && !bench.hub.Runs(NewImage()));
+            }
+            EXPECT_EQ(bSuccess, bench.hub.IsOnBus() && bench.hub.Runs(NewImage()));
+
+            bench.hub.SetReturn({});
+            bench.machine.Time().Advance(30'000'000);
+            bench.Heal();
+            CHostRun again(bench);
+            EXPECT_TRUE(again.Update(NewImage()));
+            EXPECT_TRUE(bench.hub.Runs(NewImage()));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Hub, HubSweep, testing::ValuesIn(kHubKinds),
+                         [](const auto& test) { return test.param.pszName; });
+} // namespace

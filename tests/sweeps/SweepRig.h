@@ -1,0 +1,95 @@
+#pragma once
+
+#include "dev/CHubDev.h"
+#include "find/CHubFind.h"
+#include "flow/CUniversalFlow.h"
+#include "sim/CSimHub.h"
+#include "sim/CSimImage.h"
+#include "sim/CSimMachine.h"
+#include "transport/CPropertyEx.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+using Image = std::vector<BYTE>;
+
+/// Versions that no single flipped bit turns into each other.
+constexpr USHORT kOldVersion = 0x0111;
+constexpr USHORT kNewVersion = 0x0222;
+
+/// The smallest image with all version fields; not a multiple of any transfer size.
+const Image& OldImage();
+const Image& NewImage();
+
+/// A hub device as a careful host makes it: no check passes before the flash was read back and
+/// every byte was the image's.
+class CStrictHubDev : public CHubDev
+{
+public:
+    bool CheckFlashWithCmp() override { return ReadsBack() && CHubDev::CheckFlashWithCmp(); }
+    bool CheckFlashInFlash() override { return ReadsBack() && CHubDev::CheckFlashInFlash(); }
+    bool ReadsBack();
+};
+
+/// A computer with one hub on it that runs the old image, and the hub's model as the judge.
+struct HubBench
+{
+    explicit HubBench(const SimHubSettings& settings);
+    HubBench(const HubBench&) = delete;
+    HubBench& operator=(const HubBench&) = delete;
+    ~HubBench();
+
+    /// Makes the world well again: no more faults, and what stays away is plugged in anew.
+    void Heal();
+    WString LocationPath() const { return node.Spec().locationPaths.front(); }
+
+    CSimMachine machine;
+    CSimHub hub;
+    CSimNode& node;
+};
+
+/// One run of a host program on a bench: the library's classes from start to release.
+class CHostRun
+{
+public:
+    explicit CHostRun(HubBench& bench);
+    CHostRun(const CHostRun&) = delete;
+    CHostRun& operator=(const CHostRun&) = delete;
+    ~CHostRun();
+
+    /// Updates the hub, and believes it only when the device came back with the new version.
+    /// After a failure it looks once more at what runs.
+    bool Update(const Image& image);
+    bool FlowSaidYes() const { return m_bFlowSaidYes; } ///< what the library alone answered
+    /// Erases the hub, and believes it only when ROM code reads the flash as blank.
+    bool Erase();
+
+    CStrictHubDev& Dev() { return m_dev; }
+    CHubFind& Finder() { return m_finder; }
+
+private:
+    bool RunsImageVersion();
+
+    CPropertyEx m_transport;
+    CHubFind m_finder;
+    CStrictHubDev m_dev;
+    CUniversalFlow m_flow{&m_finder, &m_dev};
+    bool m_bFlowSaidYes = false;
+};
+
+/// Counts what a sweep did, and prints it at its end.
+struct SweepTally
+{
+    explicit SweepTally(std::string name) : strName(std::move(name)) {}
+    SweepTally(const SweepTally&) = delete;
+    SweepTally& operator=(const SweepTally&) = delete;
+    ~SweepTally();
+
+    void Count(bool bSuccess, bool bBelieved);
+
+    std::string strName;
+    unsigned nRuns = 0;
+    unsigned nSuccess = 0;
+    unsigned nBelieved = 0; ///< the library alone said yes, a careful host did not
+};
