@@ -51,8 +51,9 @@ LONGLONG CSimClockService::Counter()
     m_machine.Polls().Poll();
     const CSimClock::Micros now = m_machine.Time().Now();
     const auto frequency = static_cast<CSimClock::Micros>(m_llFrequency);
-    return static_cast<LONGLONG>(now / kMicrosASecond * frequency +
-                                 now % kMicrosASecond * frequency / kMicrosASecond);
+    const CSimClock::Micros ticks =
+        now / kMicrosASecond * frequency + now % kMicrosASecond * frequency / kMicrosASecond;
+    return static_cast<LONGLONG>(ticks);
 }
 
 LONGLONG CSimClockService::Frequency()

@@ -20,6 +20,7 @@ WString VidPid(USHORT wVid, USHORT wPid)
 std::vector<WString> Below(const std::vector<WString>& paths, const WString& strSegment)
 {
     std::vector<WString> below;
+    below.reserve(paths.size());
     for (const WString& strPath : paths)
         below.push_back(strPath + strSegment);
     return below;

@@ -181,7 +181,7 @@ bool CSimFileSystem::QueryRootVersion(const void* pBlock, const FIXED_FILE_INFO*
 
 WString CSimFileSystem::Resolve(const WCHAR* pszPath) const
 {
-    const WString strPath = SimText::Of(pszPath);
+    WString strPath = SimText::Of(pszPath);
     const WString strRedirected = m_strSystem + WTEXT("\\");
     if (!m_machine.Process().IsRedirected() || !SimText::StartsNoCase(strPath, strRedirected))
         return strPath;

@@ -3,6 +3,7 @@
 #include "sim/CSimMachine.h"
 #include "sim/SimText.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -77,7 +78,7 @@ int CSimProcess::NarrowText(const WCHAR* pszText, int cch, char* pBuffer, int cb
         m_machine.Fail(kErrInsufficientBuffer);
         return 0;
     }
-    std::memcpy(pBuffer, strNarrow.data(), strNarrow.size());
+    std::copy(strNarrow.begin(), strNarrow.end(), pBuffer);
     return cbNeeded;
 }
 

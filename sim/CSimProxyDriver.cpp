@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 namespace
 {
@@ -118,8 +119,9 @@ DWORD CSimProxyDriver::Dispatch(ISimDriverCaller& caller, SimControlRequest& req
     case IOCTL_KYPROXY_READ_PORT_UCHAR:
         return Port(request, request.dwCode == IOCTL_KYPROXY_WRITE_PORT_UCHAR);
     case IOCTL_KYPROXY_WRITE_MEMORY_UCHAR:
+        return WriteMemory(request);
     case IOCTL_KYPROXY_READ_MEMORY_UCHAR:
-        return Memory(request, request.dwCode == IOCTL_KYPROXY_WRITE_MEMORY_UCHAR);
+        return ReadMemory(request);
     default:
         Reject(request, "the code is not one of the seven");
         return kErrInvalidFunction;
@@ -236,25 +238,31 @@ DWORD CSimProxyDriver::Port(SimControlRequest& request, bool bWrite)
     return kErrNone;
 }
 
-DWORD CSimProxyDriver::Memory(SimControlRequest& request, bool bWrite)
+DWORD CSimProxyDriver::WriteMemory(const SimControlRequest& request)
 {
     PROXY_MEMORY_REQUEST memory;
-    const char* const pszReason = bWrite ? CSimProxyDecoder::WriteMemory(request, &memory)
-                                         : CSimProxyDecoder::ReadMemory(request, &memory);
-    if (pszReason != nullptr)
+    if (const char* const pszReason = CSimProxyDecoder::WriteMemory(request, &memory))
         return Reject(request, pszReason);
     if (m_pMemory == nullptr)
         return kErrInvalidFunction;
-    const BYTE* const pFrom = static_cast<const BYTE*>(request.pIn) + PROXY_MEMORY_DATA_OFFSET;
-    BYTE* const pTo = static_cast<BYTE*>(request.pOut);
-    for (DWORD i = 0; i < memory.length; ++i) {
-        const ULONGLONG address = ULONGLONG{memory.address} + i;
-        if (bWrite)
-            m_pMemory->Write(address, pFrom[i], 1);
-        else
-            pTo[i] = static_cast<BYTE>(m_pMemory->Read(address, 1));
-    }
-    request.cbDone = bWrite ? 0 : memory.length;
+    const std::span<const BYTE> in(static_cast<const BYTE*>(request.pIn), request.cbIn);
+    ULONGLONG address = memory.address;
+    for (const BYTE byValue : in.subspan(PROXY_MEMORY_DATA_OFFSET, memory.length))
+        m_pMemory->Write(address++, byValue, 1);
+    return kErrNone;
+}
+
+DWORD CSimProxyDriver::ReadMemory(SimControlRequest& request)
+{
+    PROXY_MEMORY_REQUEST memory;
+    if (const char* const pszReason = CSimProxyDecoder::ReadMemory(request, &memory))
+        return Reject(request, pszReason);
+    if (m_pMemory == nullptr)
+        return kErrInvalidFunction;
+    ULONGLONG address = memory.address;
+    for (BYTE& byValue : std::span(static_cast<BYTE*>(request.pOut), memory.length))
+        byValue = static_cast<BYTE>(m_pMemory->Read(address++, 1));
+    request.cbDone = memory.length;
     return kErrNone;
 }
 

@@ -81,7 +81,8 @@ private:
                             DWORD dwTimeoutMs);
     SimTransferResult Spoil(const SimTransferResult& result, DWORD dwTimeoutMs) const;
     DWORD Port(SimControlRequest& request, bool bWrite);
-    DWORD Memory(SimControlRequest& request, bool bWrite);
+    DWORD WriteMemory(const SimControlRequest& request);
+    DWORD ReadMemory(SimControlRequest& request);
     DWORD Reject(const SimControlRequest& request, const char* pszReason);
     DWORD NoSuchDevice(ULONGLONG deviceHandle);
 
