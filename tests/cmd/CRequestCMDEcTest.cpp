@@ -1,0 +1,164 @@
+#include <gmock/gmock.h>
+
+#include <deque>
+
+#include "cmd/ECAccess.h"
+#include "sim/CSimEc.h"
+#include "sim/CSimMachine.h"
+#include "support/CBoundRequestObj.h"
+#include "support/CFakeTransport.h"
+#include "support/CMessageLog.h"
+#include "transport/CPropertyEx.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+constexpr DWORD kCmd = 0x66;
+constexpr DWORD kData = 0x62;
+
+/// Status bytes are played from a list (the last one stays); the data port answers 0x5C.
+class EcConversation : public testing::Test
+{
+protected:
+    EcConversation()
+    {
+        SetCurrentPlatform(&m_machine);
+        m_machine.Polls().SetLimit(10'000);
+        m_transport.readPort = [this](DWORD dwPort, BYTE& byValue) {
+            if (dwPort == kData) {
+                byValue = 0x5C;
+            } else if (!m_status.empty()) {
+                byValue = m_status.front();
+                if (m_status.size() > 1)
+                    m_status.pop_front();
+            }
+        };
+        m_transport.calls.clear();
+    }
+    ~EcConversation() override { SetCurrentPlatform(nullptr); }
+
+    void Write() { CRequestCMD::GetRequestObj()->WriteGeneralECReg(kCmd, kData, 0x10, 0x77); }
+    BYTE Read()
+    {
+        BYTE byValue = 0xEE;
+        CRequestCMD::GetRequestObj()->ReadGeneralECReg(kCmd, kData, 0x10, byValue);
+        return byValue;
+    }
+
+    CSimMachine m_machine;
+    CFakeTransport m_transport;
+    CBoundRequestObj m_bound{m_transport};
+    std::deque<BYTE> m_status;
+};
+
+TEST_F(EcConversation, AWriteIsCommandRegisterAndValueWithAWaitAroundEach)
+{
+    const CMessageLog log;
+    m_status = {0x00};
+    Write();
+    EXPECT_THAT(m_transport.calls, ElementsAre("in 66", "out 66=81", "in 66", "out 62=10", "in 66",
+                                               "out 62=77", "in 66"));
+    EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
+TEST_F(EcConversation, AReadIsCommandAndRegisterThenTheAnswer)
+{
+    m_status = {0x01};
+    EXPECT_EQ(Read(), 0x5C);
+    EXPECT_THAT(m_transport.calls,
+                ElementsAre("in 66", "out 66=80", "in 66", "out 62=10", "in 66", "in 66", "in 62"));
+}
+
+TEST_F(EcConversation, AFullInputBufferIsPolledAMicrosecondApart)
+{
+    m_status = {0x02, 0x02, 0x00};
+    const auto start = m_machine.Time().Now();
+    Write();
+    EXPECT_THAT(m_transport.calls, ElementsAre("in 66", "in 66", "in 66", "out 66=81", "in 66",
+                                               "out 62=10", "in 66", "out 62=77", "in 66"));
+    EXPECT_GE(m_machine.Time().Now() - start, 2u);
+}
+
+TEST_F(EcConversation, ACounterBelowOneMegahertzGivesNoWait)
+{
+    m_machine.Clock().SetFrequency(999'999);
+    m_machine.Faults().ResetCounts();
+    m_status = {0x02, 0x02, 0x00};
+    Write();
+    EXPECT_EQ(m_machine.Faults().Calls("IClock::Counter"), 0u);
+}
+
+TEST_F(EcConversation, BurstModeEndsTheWaitAtOnce)
+{
+    m_status = {0x12};
+    Write();
+    EXPECT_THAT(m_transport.calls, ElementsAre("in 66", "out 66=81", "in 66", "out 62=10", "in 66",
+                                               "out 62=77", "in 66"));
+}
+
+TEST_F(EcConversation, AReadWaitsForItsAnswerWhateverTheBurstBit)
+{
+    m_status = {0x00, 0x00, 0x00, 0x10, 0x10, 0x11};
+    EXPECT_EQ(Read(), 0x5C);
+    EXPECT_EQ(m_transport.calls.size(), 3u + 2u + 3u + 1u);
+}
+
+TEST_F(EcConversation, AMissingControllerHoldsTheCallerForEver)
+{
+    m_status = {0x02};
+    EXPECT_THROW(Write(), CWouldBlockForever);
+    m_status = {0x00};
+    EXPECT_THROW(Read(), CWouldBlockForever);
+}
+
+TEST_F(EcConversation, AFailedStatusReadLeavesTheOneBefore)
+{
+    // The first reads fail (0 stays), one brings 0x01, and again they fail.
+    m_transport.answer = [](const std::string&) { return 31u; };
+    m_transport.readPort = [this](DWORD dwPort, BYTE& byValue) {
+        if (dwPort == kCmd && m_transport.calls.size() == 5)
+            byValue = 0x01;
+    };
+    EXPECT_EQ(Read(), 0xEE) << "the data port could not be read either";
+    EXPECT_EQ(m_transport.calls.back(), "in 62");
+}
+
+TEST(Ec, ModelIsWrittenAndReadThroughTheTransport)
+{
+    CSimMachine machine;
+    SetCurrentPlatform(&machine);
+    CSimEc ec(machine.Time(), kCmd, kData);
+    machine.Ports().Claim(kCmd, 1, &ec);
+    machine.Ports().Claim(kData, 1, &ec);
+    {
+        CPropertyEx transport;
+        const CBoundRequestObj bound(transport);
+        CRequestCMD* const pCmd = CRequestCMD::GetRequestObj();
+        pCmd->WriteGeneralECReg(kCmd, kData, 0x44, 0x99);
+        ec.Registers()[0x45] = 0x12;
+        BYTE byValue = 0;
+        pCmd->ReadGeneralECReg(kCmd, kData, 0x45, byValue);
+        EXPECT_EQ(byValue, 0x12);
+        machine.Time().Advance(1000);
+    }
+    EXPECT_EQ(ec.Registers()[0x44], 0x99);
+    EXPECT_EQ(ec.Misuse().Text(), "");
+    SetCurrentPlatform(nullptr);
+}
+
+TEST(ECAccess, RecordsAreBuiltAndCopiedWhole)
+{
+    ECAccessTable table;
+    EXPECT_EQ(table.byFirst + table.bySecond, 0);
+    EXPECT_EQ(table.dwValue, 0u);
+    table.regs[5] = ECAccessReg(true, 0xA7);
+    table.dwValue = 9;
+    ECAccessTable copy;
+    copy = table;
+    EXPECT_TRUE(copy.regs[5].bFlag);
+    EXPECT_EQ(copy.regs[5].byValue, 0xA7);
+    EXPECT_EQ(copy.dwValue, 9u);
+}
+} // namespace
