@@ -104,6 +104,7 @@ int CPropertyEx::KyUsb_GetDeviceDescriptor(LONGLONG llDevice, USB_DEVICE_DESCRIP
 int CPropertyEx::KyUsb_GetStringDescriptor(LONGLONG llDevice, USB_STRING_DESCRIPTOR* pOut,
                                            int nLength, BYTE byIndex, USHORT wLanguage)
 {
+    std::memset(pOut, 0, static_cast<size_t>(nLength));
     URB urb = BuildDescriptorUrb(
         m_nWow64, {USB_DESCRIPTOR_STRING, byIndex, wLanguage, pOut, static_cast<DWORD>(nLength)});
     if (KyProxy_SendUrb(llDevice, &urb, kDescriptorTimeoutMs) != 0)
