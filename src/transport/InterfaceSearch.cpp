@@ -111,7 +111,7 @@ DWORD OpenNodeInterface(const INTERFACE_OPEN& how, DWORD devInst, const GUID* pG
     }
     WString strPath;
     const DWORD dwError = ReadInterfacePath(how, set.Get(), data, &strPath);
-    // Deliberate: a sizing call that reports no error leaves the handle untouched as well.
+    // A sizing call that reports no error leaves the handle untouched as well.
     if (dwError != 0 || strPath.empty())
         return dwError;
     return OpenPath(how, strPath, phInterface);
