@@ -1,6 +1,7 @@
 #include "api/zelhub.h"
 
 #include <array>
+#include <memory>
 #include <string>
 
 #include "api/HubObjects.h"
@@ -167,10 +168,10 @@ DWORD ZEL_CALL XH_I2CReadImpl(DWORD dwAddr, BYTE* pBuf, USHORT wLen) noexcept
 
 CHubDev* ZEL_CALL GetHubDev(void) noexcept
 {
-    return new CHubDev;
+    return std::make_unique<CHubDev>().release();
 }
 
 CUniversalFlow* ZEL_CALL GetUniversalFlow(IDevFinder* pFinder, IDev* pDev) noexcept
 {
-    return new CUniversalFlow(pFinder, pDev);
+    return std::make_unique<CUniversalFlow>(pFinder, pDev).release();
 }
