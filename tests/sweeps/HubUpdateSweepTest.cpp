@@ -17,12 +17,6 @@ const HubKind kHubKinds[] = {
     {"TwoBanksReadBack", true, false},
 };
 
-struct NamedFault
-{
-    const char* pszName;
-    SimFault fault;
-};
-
 std::vector<NamedFault> AllFaults()
 {
     SimFault lost = {SimFaultKind::Fail};

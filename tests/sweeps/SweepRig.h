@@ -78,6 +78,13 @@ private:
     bool m_bFlowSaidYes = false;
 };
 
+/// A fault with a name for reports.
+struct NamedFault
+{
+    const char* pszName;
+    SimFault fault;
+};
+
 /// Counts what a sweep did, and prints it at its end.
 struct SweepTally
 {

@@ -1,0 +1,289 @@
+#include "dev/CI2CPdDev.h"
+#include "sim/CSimPd.h"
+#include "sweeps/SweepRig.h"
+#include "wire/HubRequests.h"
+
+#include "platform/IClock.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace
+{
+constexpr BYTE kPdAddr = 0x42;
+constexpr BYTE kResetToRom = 0x02;
+
+/// A PD device as a careful host makes it; the read-back comes first, since the library's own
+/// check already marks the bank that runs.
+class CStrictPdDev : public CI2CPdDev
+{
+public:
+    bool CheckFlashWithCmp() override { return ReadsBack() && CI2CPdDev::CheckFlashWithCmp(); }
+    bool CheckFlashInFlash() override { return ReadsBack() && CI2CPdDev::CheckFlashInFlash(); }
+
+    bool ReadsBack()
+    {
+        const Image& image = GetFwBuf();
+        Image back(image.size());
+        for (std::size_t i = 0; i < back.size(); ++i)
+            back[i] = static_cast<BYTE>(~image[i]);
+        return ReadFlashEx(back) && back == image;
+    }
+
+    /// Reads back the bank that runs: the one that an update would not write now.
+    bool RunningBankReadsBack()
+    {
+        if (!IsDualBank())
+            return false;
+        m_dwFlashAddr = m_dwFlashAddr == 0 ? 0x20000 : 0;
+        return ReadsBack();
+    }
+};
+
+struct PdKind
+{
+    const char* pszName;
+    bool bIspValidation;
+    bool bCrcCheck;
+    unsigned nBank; ///< that runs at first
+};
+
+const PdKind kPdKinds[] = {
+    {"CrcFromBank0", false, true, 0},
+    {"IspFromBank1", true, true, 1},
+    {"ReadBack", false, false, 0},
+};
+
+/// A hub that stays as it is, and the controller behind it.
+struct PdBench : HubBench
+{
+    explicit PdBench(const PdKind& kind) : HubBench(SmallHub()), pd(machine.Time(), Settings(kind))
+    {
+        pd.LoadImage(OldImage(), kind.nBank);
+        hub.AttachI2cTarget(kPdAddr, &pd);
+    }
+
+    void HealPd()
+    {
+        pd.Faults().Clear();
+        hub.Unplug(); // a bus that is held down stays so until the hub is plugged in anew
+        Heal();
+        if (!pd.IsOnBus())
+            pd.PowerUp();
+    }
+
+    bool RunsNew() const { return pd.IsOnBus() && pd.Runs(NewImage()); }
+
+    /// Whether a host can see what runs: not while the bus is held down.
+    bool IsSeen()
+    {
+        BYTE status[20] = {};
+        const SETUP_PACKET setup = {REQTYPE_VENDOR_IN, REQ_BLOCK_IN, 0x3A << 8 | kPdAddr, 0, 20};
+        return hub.Control(setup, status, 10).dwError == 0;
+    }
+
+    static SimHubSettings SmallHub()
+    {
+        SimHubSettings settings;
+        settings.cbBank = 0x10000;
+        return settings;
+    }
+    static SimPdSettings Settings(const PdKind& kind)
+    {
+        SimPdSettings settings;
+        settings.bIspValidation = kind.bIspValidation;
+        settings.bCrcCheck = kind.bCrcCheck;
+        return settings;
+    }
+
+    CSimPd pd;
+};
+
+/// One run of a host that updates the controller.
+class CPdRun
+{
+public:
+    explicit CPdRun(PdBench& bench) : m_hubRun(bench)
+    {
+        m_dev.SetMaster(&m_hubRun.Dev());
+        m_dev.SetSlaveAddr(kPdAddr);
+        m_hubRun.Finder().Attach(&m_dev);
+        (void)m_hubRun.Finder().WaitDevConnect(&m_hubRun.Dev(), 10);
+    }
+    CPdRun(const CPdRun&) = delete;
+    CPdRun& operator=(const CPdRun&) = delete;
+    ~CPdRun() { m_hubRun.Finder().Detach(&m_dev); }
+
+    bool Update()
+    {
+        m_dev.SetFwBuf(NewImage());
+        m_bFlowSaidYes = m_flow.DevUpdate();
+        if (m_bFlowSaidYes && RunsImageVersion())
+            return true;
+        CurrentPlatform().Clock().Sleep(3000);
+        m_dev.ForceRemove(); // a device that was judged wrongly is judged anew
+        return RunsImageVersion() && m_dev.RunningBankReadsBack();
+    }
+
+    bool FlowSaidYes() const { return m_bFlowSaidYes; }
+
+private:
+    bool RunsImageVersion()
+    {
+        USHORT wVersion = static_cast<USHORT>(~kNewVersion);
+        return m_flow.DevReadVersion(wVersion) && wVersion == kNewVersion;
+    }
+
+    CHostRun m_hubRun;
+    CStrictPdDev m_dev;
+    CUniversalFlow m_flow{&m_hubRun.Finder(), &m_dev};
+    bool m_bFlowSaidYes = false;
+};
+
+const std::vector<NamedFault>& PdFaults()
+{
+    SimFault lost = {SimFaultKind::Fail};
+    lost.bActs = true;
+    SimFault timedOut = {SimFaultKind::TimeOut};
+    timedOut.bActs = true;
+    SimFault corruptEnd = {SimFaultKind::Corrupt};
+    corruptEnd.dwOffset = 0xFFFFFFFF;
+    corruptEnd.byMask = 0x80;
+    SimFault shortLeave = {SimFaultKind::Vanish};
+    shortLeave.dwBackMs = 700;
+    static const std::vector<NamedFault> s_faults = {
+        {"not acknowledged", {SimFaultKind::Fail}},
+        {"answer lost", lost},
+        {"bus held down", {SimFaultKind::TimeOut}},
+        {"bus held down after acting", timedOut},
+        {"first byte corrupt", {SimFaultKind::Corrupt}},
+        {"last byte corrupt", corruptEnd},
+        {"lies", {SimFaultKind::Lie}},
+        {"silent for a moment", shortLeave},
+        {"silent for good", {SimFaultKind::Vanish}},
+    };
+    return s_faults;
+}
+
+/// Whether everything is swept, or of the thousands of like flash units only some.
+bool SweepsAll()
+{
+    return std::getenv("ZELHUB_SWEEP_ALL") != nullptr;
+}
+
+/// The controller's command in each transfer of a whole update.
+std::vector<BYTE> CommandsOf(const PdKind& kind)
+{
+    PdBench whole(kind);
+    whole.machine.Driver().KeepLog(true);
+    {
+        CPdRun run(whole);
+        EXPECT_TRUE(run.Update());
+    }
+    EXPECT_EQ(whole.pd.Misuse().Text(), "");
+    std::vector<BYTE> commands;
+    for (const SimProxyRecord& record : whole.machine.Driver().Log()) {
+        const BYTE byRequest = record.setup.bRequest;
+        // Probes of a controller that is silent after its reset reach nobody.
+        if (record.bUrb && record.dwError == 0 &&
+            (byRequest == REQ_BLOCK_OUT || byRequest == REQ_BLOCK_IN))
+            commands.push_back(static_cast<BYTE>(record.setup.wValue >> 8));
+    }
+    EXPECT_EQ(commands.size(), whole.pd.Transfers());
+    return commands;
+}
+
+/// The transfers to break: all but the inner ones of long rows of the same flash command, of
+/// which every 97th.
+std::vector<std::uint64_t> Chosen(const std::vector<BYTE>& commands)
+{
+    std::vector<std::uint64_t> chosen;
+    for (std::size_t n = 0; n < commands.size(); ++n) {
+        const auto IsLike = [&](std::size_t other) {
+            return other < commands.size() && commands[other] == commands[n];
+        };
+        const bool bInner = n > 0 && IsLike(n - 1) && IsLike(n + 1);
+        if (SweepsAll() || !bInner || n % 97 == 0)
+            chosen.push_back(n);
+    }
+    return chosen;
+}
+
+class PdSweep : public testing::TestWithParam<PdKind>
+{
+protected:
+    static void BreakThenRepeat(PdBench& bench, SweepTally& tally)
+    {
+        const unsigned nRunning = GetParam().nBank;
+        Image before = bench.pd.Banks().Bank(nRunning);
+        bool bSuccess = false;
+        {
+            CPdRun run(bench);
+            bSuccess = run.Update();
+            tally.Count(bSuccess, run.FlowSaidYes() && !bench.RunsNew());
+        }
+        bench.pd.Faults().Clear();
+        EXPECT_EQ(bSuccess, bench.RunsNew() && bench.IsSeen());
+        Image after = bench.pd.Banks().Bank(nRunning);
+        for (Image* pBank : {&before, &after}) // its mark is all that may change
+            std::fill_n(pBank->begin() + CSimImage::kMarkAt, 2, BYTE{0});
+        // Only where the bank could not be asked for does the library restart into ROM, which may
+        // erase everything.
+        EXPECT_TRUE(before == after || bench.pd.Faults().Transfers(kResetToRom) > 0)
+            << "the bank that ran is damaged";
+        EXPECT_TRUE(bench.hub.Runs(OldImage()));
+        EXPECT_EQ(bench.machine.Handles().Describe(), "");
+
+        bench.HealPd();
+        bench.pd.Misuse().Clear();
+        CPdRun again(bench);
+        EXPECT_TRUE(again.Update()) << "the second run failed";
+        EXPECT_TRUE(bench.RunsNew());
+        EXPECT_EQ(bench.pd.Misuse().Text(), "");
+    }
+};
+
+TEST_P(PdSweep, EveryFaultAtTheTransfers)
+{
+    const std::vector<std::uint64_t> chosen = Chosen(CommandsOf(GetParam()));
+    SweepTally tally(std::string("PD transfers of ") + GetParam().pszName);
+    for (const NamedFault& named : PdFaults()) {
+        for (const std::uint64_t n : chosen) {
+            if (HasFailure())
+                return;
+            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
+            PdBench bench(GetParam());
+            bench.pd.Faults().At(n, named.fault);
+            BreakThenRepeat(bench, tally);
+        }
+    }
+}
+
+TEST_P(PdSweep, PowerLostAtTheFlashOperations)
+{
+    std::uint64_t nOperations = 0;
+    {
+        PdBench whole(GetParam());
+        CPdRun run(whole);
+        ASSERT_TRUE(run.Update());
+        nOperations = whole.pd.FlashOperations();
+    }
+    SweepTally tally(std::string("PD flash operations of ") + GetParam().pszName);
+    const std::uint64_t nStep = SweepsAll() ? 1 : 31;
+    for (const SimPowerCut eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
+        for (std::uint64_t n = 0; n < nOperations && !HasFailure(); ++n) {
+            if (n % nStep != 0 && n > 3 && n + 4 < nOperations)
+                continue;
+            SCOPED_TRACE(testing::Message() << "power lost at flash operation " << n << ", "
+                                            << static_cast<int>(eWhen));
+            PdBench bench(GetParam());
+            bench.pd.LosePowerAt(n, eWhen);
+            BreakThenRepeat(bench, tally);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Controller, PdSweep, testing::ValuesIn(kPdKinds),
+                         [](const auto& test) { return test.param.pszName; });
+} // namespace
