@@ -1,0 +1,36 @@
+#include "platform/windows/CWinHostFiles.h"
+
+#include <windows.h>
+
+HANDLE CWinHostFiles::OpenForReading(const char* pszPath)
+{
+    return ::CreateFileA(pszPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+HANDLE CWinHostFiles::OpenForAppending(const char* pszPath)
+{
+    return ::CreateFileA(pszPath, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+bool CWinHostFiles::Read(HANDLE hFile, void* pBuffer, DWORD cb, DWORD* pcbDone)
+{
+    return ::ReadFile(hFile, pBuffer, cb, pcbDone, nullptr) != FALSE;
+}
+
+bool CWinHostFiles::Write(HANDLE hFile, const void* pData, DWORD cb)
+{
+    DWORD cbDone = 0;
+    return ::WriteFile(hFile, pData, cb, &cbDone, nullptr) != FALSE && cbDone == cb;
+}
+
+bool CWinHostFiles::Close(HANDLE hFile)
+{
+    return ::CloseHandle(hFile) != FALSE;
+}
+
+bool CWinHostFiles::Remove(const char* pszPath)
+{
+    return ::DeleteFileA(pszPath) != FALSE;
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/IProcess.h"
+
+/// The process, its modules, token and resources.
+class CWinProcess : public IProcess
+{
+public:
+    DWORD LastError() const override;
+    void SetLastError(DWORD dwError) override;
+    DWORD ModulePath(const void* pCode, char* pBuffer, DWORD cb) override;
+    int NarrowText(const WCHAR* pszText, int cch, char* pBuffer, int cb) override;
+    HANDLE LoadedModule(const WCHAR* pszName) override;
+    HANDLE LoadModule(const WCHAR* pszName) override;
+    bool FreeModule(HANDLE hModule) override;
+    bool HasFunction(HANDLE hModule, const char* pszName) override;
+    bool QueryWow64Process2(USHORT* pProcessMachine, USHORT* pNativeMachine) override;
+    bool QueryWow64Process(int* pnWow64) override;
+    bool DisableRedirection(void** ppOld) override;
+    bool RevertRedirection(void* pOld) override;
+    USHORT NativeArchitecture() override;
+    bool SystemVersion(DWORD* pMajor, DWORD* pMinor) override;
+    bool OpenToken(DWORD dwAccess, HANDLE* phToken) override;
+    bool TokenElevation(HANDLE hToken, DWORD* pdwElevated, DWORD* pcb) override;
+    bool CloseToken(HANDLE hToken) override;
+    HANDLE LocateResource(const void* pCode, USHORT wId, const WCHAR* pszType) override;
+    HANDLE FetchResource(HANDLE hResource) override;
+    const BYTE* PinResource(HANDLE hFetched) override;
+    DWORD ResourceSize(HANDLE hResource) override;
+
+private:
+    HANDLE m_hResourceModule = nullptr; ///< of the last LocateResource
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/IServiceManager.h"
+
+class CWinServiceManager : public IServiceManager
+{
+public:
+    HANDLE OpenManager(DWORD dwAccess) override;
+    HANDLE OpenNamed(HANDLE hManager, const WCHAR* pszName, DWORD dwAccess) override;
+    HANDLE Create(HANDLE hManager, const SERVICE_RECIPE& recipe) override;
+    bool Query(HANDLE hService, SERVICE_STATE* pState) override;
+    bool Control(HANDLE hService, DWORD dwControl, SERVICE_STATE* pState) override;
+    bool Start(HANDLE hService) override;
+    bool Remove(HANDLE hService) override;
+    bool Close(HANDLE h) override;
+};
