@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "msg/CMsg.h"
+#include "platform/HexText.h"
 #include "platform/IDeviceTree.h"
 #include "platform/Platform.h"
 #include "transport/CScopedHandle.h"
@@ -68,19 +69,6 @@ WString LowerCase(WString strText)
     for (WCHAR& ch : strText) {
         if (ch >= WTEXT('A') && ch <= WTEXT('Z'))
             ch = static_cast<WCHAR>(ch - WTEXT('A') + WTEXT('a'));
-    }
-    return strText;
-}
-
-/// An identifier as "%04x" writes it.
-WString HexText(DWORD dwId)
-{
-    static const WCHAR kDigits[] = WTEXT("0123456789abcdef");
-    WString strText;
-    for (int nShift = 28; nShift >= 0; nShift -= 4) {
-        const DWORD dwDigit = (dwId >> nShift) & 0xFu;
-        if (!strText.empty() || dwDigit != 0 || nShift < 16)
-            strText.push_back(kDigits[dwDigit]);
     }
     return strText;
 }

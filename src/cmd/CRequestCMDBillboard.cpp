@@ -3,6 +3,7 @@
 #include "cmd/CRequestCMD.h"
 #include "cmd/CWinUsb.h"
 #include "cmd/RequestTable.h"
+#include "cmd/Words.h"
 #include "msg/CMsg.h"
 #include "transport/CScopedHandle.h"
 #include "wire/HubRequests.h"
@@ -13,16 +14,6 @@ constexpr DWORD kTimeoutMs = 5000;
 constexpr DWORD kLongestWaitMs = 10000;
 constexpr DWORD kSecondBank = 0x20000;
 constexpr DWORD kBankLength = 0x20000;
-
-USHORT LowWord(DWORD dw)
-{
-    return static_cast<USHORT>(dw & 0xFFFFu);
-}
-
-USHORT HighWord(DWORD dw)
-{
-    return static_cast<USHORT>(dw >> 16);
-}
 
 struct SETUP_BYTES
 {
@@ -175,7 +166,7 @@ int CRequestCMD::KyBBPD_ResetToFlash(USHORT wA, USHORT wB)
 {
     const REQUEST_PAIR& pair = RequestOf(CMD_BB_RESET_TO_FLASH);
     CMsg::GetObj()->ShowMsg(MSG_INFO, "CRequestCMD::KyBBPD_ResetToFlash", "-> \n");
-    const auto wValue = static_cast<USHORT>(((wB & 0xFF) << 8) | (wA & 0xFF));
+    const USHORT wValue = MakeWord(static_cast<BYTE>(wA & 0xFF), static_cast<BYTE>(wB & 0xFF));
     const int nResult =
         KyBBPD_SendVDCmd(pair.bmRequestType, pair.bRequest, wValue, 0, nullptr, 0, kTimeoutMs);
     CMsg::GetObj()->ShowMsg(MSG_INFO, "CRequestCMD::KyBBPD_ResetToFlash", "<- return %d\n",

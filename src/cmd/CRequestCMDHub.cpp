@@ -3,6 +3,7 @@
 
 #include "cmd/CRequestCMD.h"
 #include "cmd/RequestTable.h"
+#include "cmd/Words.h"
 #include "msg/CMsg.h"
 #include "wire/HubRequests.h"
 
@@ -10,21 +11,6 @@ namespace
 {
 constexpr DWORD kTimeoutMs = 5000;
 constexpr DWORD kValidationTimeoutMs = 50000;
-
-USHORT LowWord(DWORD dw)
-{
-    return static_cast<USHORT>(dw & 0xFFFFu);
-}
-
-USHORT HighWord(DWORD dw)
-{
-    return static_cast<USHORT>(dw >> 16);
-}
-
-USHORT MakeWord(BYTE byLow, BYTE byHigh)
-{
-    return static_cast<USHORT>((byHigh << 8) | byLow);
-}
 
 /// What a command adds to its request codes.
 struct REQUEST_ARGS

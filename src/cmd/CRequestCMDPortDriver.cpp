@@ -1,8 +1,7 @@
 // Loading and unloading of the port-I/O driver. Its texts name the routines CSmBus::..., as hosts
 // know them; error numbers behind "==> %s" are passed as decimal text.
-#include <string>
-
 #include "cmd/CRequestCMD.h"
+#include "cmd/ReportError.h"
 #include "msg/CMsg.h"
 #include "platform/ErrorCodes.h"
 #include "platform/IDeviceFile.h"
@@ -19,12 +18,6 @@ constexpr USHORT kInstallAndStart = 1;
 constexpr USHORT kStopAndRemove = 2;
 constexpr const WCHAR* kService = VOPORT_SERVICE_NAME;
 constexpr const WCHAR* kDevice = VOPORT_DEVICE_PATH;
-
-void Fail(const char* pszFunction, const char* pszFormat)
-{
-    const std::string strError = std::to_string(SystemError());
-    CMsg::GetObj()->ShowMsg(MSG_FAIL, pszFunction, pszFormat, strError.c_str());
-}
 
 HANDLE OpenDriver()
 {
@@ -124,8 +117,8 @@ int WriteImage(const WCHAR* pszTarget, const DRIVER_IMAGE& image)
         files.Open(pszTarget, kGenericWrite, kShareNone, kCreateAlways, kAttributeNormal),
         CloseWideFile);
     if (!file.IsOpen()) {
-        Fail("CRequestCMD::ExtractVoport",
-             "CSmBus::ExtractVoport(): CreateFile(GENERIC_WRITE) FAILED! ==> %s\n");
+        ReportError("CRequestCMD::ExtractVoport",
+                    "CSmBus::ExtractVoport(): CreateFile(GENERIC_WRITE) FAILED! ==> %s\n");
         return 0;
     }
     CMsg::GetObj()->ShowMsg(MSG_INFO, "CRequestCMD::ExtractVoport",
@@ -201,8 +194,8 @@ int CRequestCMD::InstallAndOpen()
 {
     WCHAR szPath[kPathChars] = {};
     if (SetupDriverName(szPath) == 0) {
-        Fail("CRequestCMD::XH_InitVoPortDriver",
-             "CSmBus::LoadVoportDriver(): SetupDriverName() FAILED! ==> %s\n");
+        ReportError("CRequestCMD::XH_InitVoPortDriver",
+                    "CSmBus::LoadVoportDriver(): SetupDriverName() FAILED! ==> %s\n");
         return 0;
     }
     if (InstallWithRetry(*this, szPath) == 0)
@@ -210,8 +203,8 @@ int CRequestCMD::InstallAndOpen()
     m_hDriver = OpenDriver();
     if (m_hDriver != InvalidHandle())
         return 1;
-    Fail("CRequestCMD::XH_InitVoPortDriver",
-         "CSmBus::LoadVoportDriver(): CreateFile() FAILED! ==> %s\n");
+    ReportError("CRequestCMD::XH_InitVoPortDriver",
+                "CSmBus::LoadVoportDriver(): CreateFile() FAILED! ==> %s\n");
     return 0;
 }
 
@@ -251,8 +244,8 @@ int CRequestCMD::SetupDriverName(WCHAR* pszPath)
     const DWORD dwChars = static_cast<DWORD>(kPathChars);
     const WCHAR* const pszLocal = m_bIsWow64 != 0 ? WTEXT("\\voport64.sys") : WTEXT("\\voport.sys");
     if (!Join(pszPath, files.WorkingFolder(pszPath, dwChars), pszLocal)) {
-        Fail("CRequestCMD::SetupDriverName",
-             "CSmBus::SetupDriverName(): GetCurrentDirectory() FAILED! ==> %s\n");
+        ReportError("CRequestCMD::SetupDriverName",
+                    "CSmBus::SetupDriverName(): GetCurrentDirectory() FAILED! ==> %s\n");
         return 0;
     }
     CMsg::GetObj()->ShowMsg_U(MSG_INFO, "CRequestCMD::SetupDriverName",
@@ -260,15 +253,15 @@ int CRequestCMD::SetupDriverName(WCHAR* pszPath)
     if (OpensForReading(pszPath))
         return 1;
     if (!Join(pszPath, files.WindowsFolder(pszPath, dwChars), InstalledName(m_bIsWow64))) {
-        Fail("CRequestCMD::SetupDriverName",
-             "CSmBus::SetupDriverName(): GetWindowsDirectory() FAILED! ==> %s\n");
+        ReportError("CRequestCMD::SetupDriverName",
+                    "CSmBus::SetupDriverName(): GetWindowsDirectory() FAILED! ==> %s\n");
         return 0;
     }
     CMsg::GetObj()->ShowMsg_U(MSG_INFO, "CRequestCMD::SetupDriverName",
                               WTEXT("CSmBus::SetupDriverName(): szDrvLocation = %s\n"), pszPath);
     if (OpensForReading(pszPath))
         return 1;
-    Fail("CRequestCMD::SetupDriverName",
-         "CSmBus::SetupDriverName(): CreateFile() FAILED! ==> %s\n");
+    ReportError("CRequestCMD::SetupDriverName",
+                "CSmBus::SetupDriverName(): CreateFile() FAILED! ==> %s\n");
     return 0;
 }

@@ -1,8 +1,8 @@
 // Port and mapped accesses through the port-I/O driver, in both layouts.
 #include <cstring>
-#include <string>
 
 #include "cmd/CRequestCMD.h"
+#include "cmd/ReportError.h"
 #include "msg/CMsg.h"
 #include "platform/IDeviceFile.h"
 #include "platform/Platform.h"
@@ -50,12 +50,6 @@ constexpr PORT_TEXTS kWriteDword64 = {
     "CRequestCMD::VoWriteDword64", "CSmBus::VoWriteDword64(): DeviceIoControl() FAILED! ==> %s\n",
     nullptr};
 
-void ReportFailure(const PORT_TEXTS& texts)
-{
-    const std::string strError = std::to_string(SystemError());
-    CMsg::GetObj()->ShowMsg(MSG_FAIL, texts.pszFunction, texts.pszFailed, strError.c_str());
-}
-
 /// Reads a value from a port of the driver's 4- or 8-byte layout.
 /// @return the value, or 0xFFFFFFFF after a report
 template<class Value, class Port>
@@ -65,7 +59,7 @@ DWORD ReadPort(HANDLE hDriver, const PORT_TEXTS& texts, DWORD dwCode, Port port)
     DWORD dwReturned = 0;
     if (!CurrentPlatform().DeviceFile().Control(hDriver, dwCode, &port, sizeof port, &value,
                                                 sizeof value, &dwReturned)) {
-        ReportFailure(texts);
+        ReportError(texts.pszFunction, texts.pszFailed);
         return kReadFailed;
     }
     if (dwReturned != sizeof value) {
@@ -87,7 +81,7 @@ bool WritePort(HANDLE hDriver, const PORT_TEXTS& texts, DWORD dwCode, Port port,
     if (CurrentPlatform().DeviceFile().Control(hDriver, dwCode, buffer, sizeof buffer, nullptr, 0,
                                                &dwReturned))
         return true;
-    ReportFailure(texts);
+    ReportError(texts.pszFunction, texts.pszFailed);
     return false;
 }
 } // namespace

@@ -1,7 +1,6 @@
 // The service of the port-I/O driver.
-#include <string>
-
 #include "cmd/CRequestCMD.h"
+#include "cmd/ReportError.h"
 #include "msg/CMsg.h"
 #include "platform/ErrorCodes.h"
 #include "platform/IServiceManager.h"
@@ -12,12 +11,6 @@ namespace
 {
 constexpr USHORT kInstallAndStart = 1;
 constexpr USHORT kStopAndRemove = 2;
-
-void Fail(const char* pszFunction, const char* pszFormat)
-{
-    const std::string strError = std::to_string(SystemError());
-    CMsg::GetObj()->ShowMsg(MSG_FAIL, pszFunction, pszFormat, strError.c_str());
-}
 
 CScopedHandle OpenService(HANDLE hManager, const WCHAR* pszName)
 {
@@ -37,8 +30,8 @@ int CRequestCMD::ManageDriver(const WCHAR* pszService, const WCHAR* pszDriverPat
     const CScopedHandle manager(CurrentPlatform().ServiceManager().OpenManager(kManagerAllAccess),
                                 CloseService);
     if (!manager.IsOpen()) {
-        Fail("CRequestCMD::ManageDriver",
-             "CSmBus::ManageDriver(): OpenSCManager() FAILED! ==> %s\n");
+        ReportError("CRequestCMD::ManageDriver",
+                    "CSmBus::ManageDriver(): OpenSCManager() FAILED! ==> %s\n");
         return 0;
     }
     if (wFunction == kInstallAndStart)
@@ -81,7 +74,8 @@ int CRequestCMD::StartDriver(HANDLE hManager, const WCHAR* pszName)
 {
     const CScopedHandle service = OpenService(hManager, pszName);
     if (!service.IsOpen()) {
-        Fail("CRequestCMD::StartDriver", "CSmBus::StartDriver(): OpenService() FAILED! ==> %s\n");
+        ReportError("CRequestCMD::StartDriver",
+                    "CSmBus::StartDriver(): OpenService() FAILED! ==> %s\n");
         return 0;
     }
     if (CurrentPlatform().ServiceManager().Start(service.Get()))
@@ -98,13 +92,15 @@ int CRequestCMD::StopDriver(HANDLE hManager, const WCHAR* pszName)
 {
     const CScopedHandle service = OpenService(hManager, pszName);
     if (!service.IsOpen()) {
-        Fail("CRequestCMD::StopDriver", "CSmBus::StopDriver(): OpenService() FAILED! ==> %s\n");
+        ReportError("CRequestCMD::StopDriver",
+                    "CSmBus::StopDriver(): OpenService() FAILED! ==> %s\n");
         return 0;
     }
     SERVICE_STATE state = {};
     if (CurrentPlatform().ServiceManager().Control(service.Get(), kControlStop, &state))
         return 1;
-    Fail("CRequestCMD::StopDriver", "CSmBus::StopDriver(): ControlService()  FAILED! ==> %s\n");
+    ReportError("CRequestCMD::StopDriver",
+                "CSmBus::StopDriver(): ControlService()  FAILED! ==> %s\n");
     return 0;
 }
 
@@ -112,11 +108,12 @@ int CRequestCMD::RemoveDriver(HANDLE hManager, const WCHAR* pszName)
 {
     const CScopedHandle service = OpenService(hManager, pszName);
     if (!service.IsOpen()) {
-        Fail("CRequestCMD::RemoveDriver", "CSmBus::RemoveDriver(): OpenService() FAILED! ==> %s\n");
+        ReportError("CRequestCMD::RemoveDriver",
+                    "CSmBus::RemoveDriver(): OpenService() FAILED! ==> %s\n");
         return 0;
     }
     if (CurrentPlatform().ServiceManager().Remove(service.Get()))
         return 1;
-    Fail("CRequestCMD::RemoveDriver", "RemoveDriver(): DeleteService() FAILED! ==> %s\n");
+    ReportError("CRequestCMD::RemoveDriver", "RemoveDriver(): DeleteService() FAILED! ==> %s\n");
     return 0;
 }

@@ -340,6 +340,7 @@ TEST_F(PortListing, TheSecondWalkWritesNoMoreThanTheFirstCounted)
     {
     public:
         explicit CPlugs(CSimNode& node) : m_node(node) { CMsg::GetObj()->Attach(this); }
+        ~CPlugs() override { CMsg::GetObj()->ClearResponder(); }
         void ShowMsg(const char* pszText, ERRORLEVEL /*eLevel*/) override
         {
             if (std::string(pszText).find("HUB Port Num") != std::string::npos)
