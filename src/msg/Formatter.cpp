@@ -124,23 +124,37 @@ Conversion ReadConversion(const C*& p)
     return conv;
 }
 
-/// Writes the digits of a value backwards and returns their count.
-int Digits(ULONGLONG qwValue, unsigned nBase, bool bUpper, char* pOut)
+/// Writes the digits of a value backwards and returns their count. The base is known when this
+/// is compiled, which saves the divisions that would cost most of a line's time.
+template<unsigned nBase>
+int Digits(ULONGLONG qwValue, const char* pszDigits, char* pOut)
 {
-    const char* pszDigits = bUpper ? "0123456789ABCDEF" : "0123456789abcdef";
     int n = 0;
     for (; qwValue != 0; qwValue /= nBase)
         pOut[n++] = pszDigits[qwValue % nBase];
     return n;
 }
 
+int Digits(ULONGLONG qwValue, char chKind, char* pOut)
+{
+    switch (chKind) {
+    case 'x':
+        return Digits<16>(qwValue, "0123456789abcdef", pOut);
+    case 'X':
+        return Digits<16>(qwValue, "0123456789ABCDEF", pOut);
+    case 'o':
+        return Digits<8>(qwValue, "01234567", pOut);
+    default:
+        return Digits<10>(qwValue, "0123456789", pOut);
+    }
+}
+
 template<typename C>
 void PutNumber(CTextSink<C>& sink, const Conversion& conv, ULONGLONG qwValue, bool bNegative)
 {
     const bool bHex = conv.chKind == 'x' || conv.chKind == 'X';
-    const unsigned nBase = bHex ? 16 : (conv.chKind == 'o' ? 8 : 10);
     char digits[24];
-    const int nDigits = Digits(qwValue, nBase, conv.chKind == 'X', digits);
+    const int nDigits = Digits(qwValue, conv.chKind, digits);
 
     char prefix[3];
     int nPrefix = 0;
