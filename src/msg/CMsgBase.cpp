@@ -1,7 +1,6 @@
 #include "msg/CMsgBase.h"
 
 #include <cstring>
-#include <stdexcept>
 #include <system_error>
 
 #include "msg/Formatter.h"
@@ -10,6 +9,7 @@
 #include "platform/Fatal.h"
 #include "platform/IClock.h"
 #include "platform/IProcess.h"
+#include "platform/ListGrowth.h"
 #include "platform/Platform.h"
 
 namespace
@@ -78,9 +78,7 @@ CMsgBase::~CMsgBase() = default;
 
 void CMsgBase::Attach(IResponder* pResponder)
 {
-    if (m_lstResponder.size() == m_lstResponder.max_size())
-        throw std::length_error("list too long");
-    m_lstResponder.push_back(pResponder);
+    AppendOrThrow(m_lstResponder, pResponder);
 }
 
 void CMsgBase::ClearResponder()
