@@ -215,10 +215,10 @@ SimCodeKind CSimFaults::KindOf(std::string_view strOperation)
     return kOperations[PlaceOf(strOperation)].eKind;
 }
 
-std::optional<DWORD> CSimFaults::Count(std::string_view strOperation)
+std::optional<DWORD> CSimFaults::Count(const char* pszOperation)
 {
     const std::lock_guard lock(m_lock);
-    Entry& entry = m_entries[PlaceOf(strOperation)];
+    Entry& entry = m_entries[CachedPlaceOf(pszOperation)];
     ++entry.nCalls;
     std::optional<DWORD> code = entry.always;
     if (const auto it = entry.single.find(entry.nCalls); it != entry.single.end()) {
@@ -228,4 +228,15 @@ std::optional<DWORD> CSimFaults::Count(std::string_view strOperation)
     if (code)
         ++m_nFired;
     return code;
+}
+
+size_t CSimFaults::CachedPlaceOf(const char* pszOperation)
+{
+    auto& [pszCached, nPlace] =
+        m_cache[(reinterpret_cast<uintptr_t>(pszOperation) >> 3) % m_cache.size()];
+    if (pszCached != pszOperation) {
+        nPlace = PlaceOf(pszOperation);
+        pszCached = pszOperation;
+    }
+    return nPlace;
 }

@@ -2,11 +2,13 @@
 
 #include "platform/Types.h"
 
+#include <array>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// What the code of a failing operation means.
@@ -54,8 +56,9 @@ public:
     static std::vector<std::string> Operations(); ///< the names of all operations
     static SimCodeKind KindOf(std::string_view strOperation);
 
-    /// For the services: counts a call. @return the code that it has to fail with, if any
-    std::optional<DWORD> Count(std::string_view strOperation);
+    /// For the services: counts a call; the name is a literal. @return the code that it has to fail
+    /// with, if any
+    std::optional<DWORD> Count(const char* pszOperation);
 
 private:
     struct Entry
@@ -65,7 +68,10 @@ private:
         std::optional<DWORD> always;
     };
 
+    size_t CachedPlaceOf(const char* pszOperation);
+
     mutable std::mutex m_lock;
+    std::array<std::pair<const char*, size_t>, 64> m_cache = {}; // by the literal's address
     std::vector<Entry> m_entries; // by the operation's place in the table
     unsigned m_nFired = 0;
 };

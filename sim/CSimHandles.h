@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 /// What stands behind a handle. Whatever must happen when the handle is closed happens in the
@@ -35,11 +36,15 @@ public:
     /// Adds a handle; the table shares the object until Close.
     HANDLE Add(const char* pszKind, std::string strName, std::shared_ptr<CSimHandleObject> pObject);
 
-    /// The object behind a handle if it is a T, else null.
+    /// The object behind a handle if it is exactly a T, else null.
     template<class T>
     std::shared_ptr<T> Find(HANDLE h) const
     {
-        return std::dynamic_pointer_cast<T>(FindObject(h));
+        std::shared_ptr<CSimHandleObject> pObject = FindObject(h);
+        const CSimHandleObject* const pRaw = pObject.get();
+        if (pRaw == nullptr || typeid(*pRaw) != typeid(T))
+            return nullptr;
+        return std::static_pointer_cast<T>(std::move(pObject));
     }
 
     /// Closes a handle if its object is a T; anything else is noted as misuse.

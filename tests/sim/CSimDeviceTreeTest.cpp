@@ -22,7 +22,7 @@ protected:
     {
         const HANDLE hSet =
             m_sets.GetClassDevs(&kGuidUsbHub, nullptr, kSetPresent | kSetDeviceInterface);
-        const std::vector<DWORD> elements = Elements(hSet);
+        std::vector<DWORD> elements = Elements(hSet);
         m_sets.DestroySet(hSet);
         return elements;
     }

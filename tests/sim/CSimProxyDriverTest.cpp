@@ -40,7 +40,7 @@ public:
     }
     void* Memory(ULONGLONG address, size_t /*cb*/) override
     {
-        return reinterpret_cast<void*>(address);
+        return reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
     }
 
 private:
@@ -212,21 +212,21 @@ struct Layout
 {
     const char* pszCase;
     DWORD dwCode;
+    BYTE byLengthAt16;
     size_t cbIn;
     size_t cbOut;
     size_t nFreeFrom[2];
     size_t nFreeTo[2];
-    BYTE byLengthAt16;
 };
 
 const Layout kLayouts[] = {
-    {"Open", IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, 32, 32, {8, 0}, {16, 0}, 0},
-    {"Close", IOCTL_KYPROXY_CLOSE_DEVICE, 32, 0, {16, 0}, {24, 0}, 0},
-    {"SendUrb", IOCTL_KYPROXY_SEND_URB, 40, 0, {16, 0}, {36, 0}, 0},
-    {"WritePort", IOCTL_KYPROXY_WRITE_PORT_UCHAR, 24, 0, {8, 16}, {12, 17}, 0},
-    {"ReadPort", IOCTL_KYPROXY_READ_PORT_UCHAR, 24, 1, {8, 0}, {12, 0}, 0},
-    {"WriteMemory", IOCTL_KYPROXY_WRITE_MEMORY_UCHAR, 29, 0, {8, 16}, {12, 25}, 5},
-    {"ReadMemory", IOCTL_KYPROXY_READ_MEMORY_UCHAR, 24, 5, {8, 16}, {12, 20}, 5},
+    {"Open", IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, 0, 32, 32, {8, 0}, {16, 0}},
+    {"Close", IOCTL_KYPROXY_CLOSE_DEVICE, 0, 32, 0, {16, 0}, {24, 0}},
+    {"SendUrb", IOCTL_KYPROXY_SEND_URB, 0, 40, 0, {16, 0}, {36, 0}},
+    {"WritePort", IOCTL_KYPROXY_WRITE_PORT_UCHAR, 0, 24, 0, {8, 16}, {12, 17}},
+    {"ReadPort", IOCTL_KYPROXY_READ_PORT_UCHAR, 0, 24, 1, {8, 0}, {12, 0}},
+    {"WriteMemory", IOCTL_KYPROXY_WRITE_MEMORY_UCHAR, 5, 29, 0, {8, 16}, {12, 25}},
+    {"ReadMemory", IOCTL_KYPROXY_READ_MEMORY_UCHAR, 5, 24, 5, {8, 16}, {12, 20}},
 };
 
 class ProxyDriverLayout : public ProxyDriver, public testing::WithParamInterface<Layout>
