@@ -1,0 +1,127 @@
+#pragma once
+
+#include "sim/CSimHub.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// A simulated machine as a bench file describes it. Plain records; CBenchFile fills them,
+/// CBenchMachine builds from them. Identifiers ("id") name things within the file only.
+struct BenchImage
+{
+    std::string strFile; ///< from a file; empty: built from the values below
+    USHORT wVersion = 0x0100;
+    USHORT wChipId = 0x6560;
+    DWORD cbSize = 0x10000;
+    DWORD dwSeed = 1;
+};
+
+struct BenchNode
+{
+    std::string strWhere; ///< its place in the file, as a JSON pointer
+    std::string strId;
+    std::string strParent; ///< id of a controller (its root hub) or of a hub
+    unsigned nPort = 0;
+    USHORT wVid = 0;
+    USHORT wPid = 0;
+    DWORD dwInstance = 0; ///< 0: derived from place and IDs
+    std::string strSerial;
+    std::vector<std::string> locationPaths; ///< empty: composed from the place
+    std::vector<std::string> hardwareIds;   ///< empty: composed from the IDs
+    bool bPlugged = true;
+};
+
+struct BenchController
+{
+    std::string strWhere;
+    std::string strId;
+    DWORD dwInstance = 0;
+    DWORD dwRootInstance = 0;
+};
+
+struct BenchHub : BenchNode
+{
+    std::string strIdentity = "VO HUB";
+    bool bSuperSpeed = false; ///< it has a SuperSpeed half
+    std::string strSuperParent;
+    unsigned nSuperPort = 0;
+    DWORD dwSuperInstance = 0;
+    DWORD cbFlash = 0x10000; ///< of each bank
+    bool bDualBank = false;
+    bool bIspValidation = true;
+    std::optional<BenchImage> image;       ///< bank 0; none: blank
+    std::optional<BenchImage> secondImage; ///< bank 1
+    SimReturn timing;
+    DWORD cbI2cMemory = 0;
+};
+
+struct BenchForeignHub : BenchNode
+{
+    std::string strIdentity; ///< its string 0x34; empty: it has none
+    DWORD dwOpenError = 0;   ///< opening it fails: it cannot be known
+};
+
+struct BenchDevice : BenchNode
+{
+    std::string strDescription = "USB Device";
+    BYTE byClass = 0xFF;
+};
+
+struct BenchFault
+{
+    std::string strWhere;
+    std::string strHub;
+    std::optional<BYTE> byRequest; ///< none: any transfer
+    std::uint64_t nNth = 0;
+    SimFault fault;
+    bool bPowerCut = false; ///< nNth is a flash operation
+    SimPowerCut eWhen = SimPowerCut::Middle;
+    std::string strCall; ///< a call through the seam instead of a hub ("IServiceManager::...")
+    DWORD dwCode = 0;
+};
+
+struct BenchEvent
+{
+    std::string strWhere;
+    DWORD dwAtMs = 0;
+    std::string strId;
+    bool bPlug = false;
+};
+
+struct BenchDescription
+{
+    std::string strName;
+    bool bElevated = true;
+    bool bServiceManager = true;
+    bool bDriverRunning = false;
+    DWORD dwManagerError = 0;
+    std::vector<BenchController> controllers;
+    std::vector<BenchHub> hubs;
+    std::vector<BenchForeignHub> foreignHubs;
+    std::vector<BenchDevice> devices;
+    std::vector<BenchFault> faults;
+    std::vector<BenchEvent> events;
+};
+
+/// A request of a hub by its name in bench files ("write-flash").
+struct BenchRequestName
+{
+    const char* pszName;
+    BYTE byRequest;
+};
+extern const std::vector<BenchRequestName> kBenchRequests;
+
+struct BenchFaultName
+{
+    const char* pszName;
+    SimFaultKind eKind;
+};
+extern const std::vector<BenchFaultName> kBenchFaults;
+
+struct BenchCutName
+{
+    const char* pszName;
+    SimPowerCut eWhen;
+};
+extern const std::vector<BenchCutName> kBenchCuts;

@@ -1,0 +1,351 @@
+#include "tools/zelhub/CBenchMachine.h"
+
+#include "tools/zelhub/CImageFile.h"
+#include "tools/zelhub/Failure.h"
+#include "wire/HubRequests.h"
+
+#include <algorithm>
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+namespace
+{
+
+constexpr double kMicrosPerSecond = 1e6;
+constexpr CSimClock::Micros kMicrosPerMs = 1000;
+constexpr CSimClock::Micros kSettleLimit = 120'000'000;
+constexpr BYTE kClassHub = 9;
+
+WString Wide(const std::string& strText)
+{
+    return {strText.begin(), strText.end()}; // bench texts are ASCII
+}
+
+std::vector<WString> Wide(const std::vector<std::string>& texts)
+{
+    std::vector<WString> wide;
+    wide.reserve(texts.size());
+    for (const std::string& strText : texts)
+        wide.push_back(Wide(strText));
+    return wide;
+}
+
+void Override(CSimNode& node, const BenchNode& bench)
+{
+    if (!bench.locationPaths.empty())
+        node.Spec().locationPaths = Wide(bench.locationPaths);
+    if (!bench.hardwareIds.empty())
+        node.Spec().hardwareIds = Wide(bench.hardwareIds);
+}
+
+HubNodeOptions HubOptions(const BenchNode& node)
+{
+    HubNodeOptions options;
+    options.wVid = node.wVid;
+    options.wPid = node.wPid;
+    options.devInst = node.dwInstance;
+    options.strSerial = Wide(node.strSerial);
+    return options;
+}
+
+SimHubSettings Settings(const BenchHub& hub)
+{
+    SimHubSettings settings;
+    settings.usb.usVid = hub.wVid;
+    settings.usb.usPid = hub.wPid;
+    settings.identity = Wide(hub.strIdentity);
+    settings.cbBank = hub.cbFlash;
+    settings.bDualBank = hub.bDualBank;
+    settings.bIspValidation = hub.bIspValidation;
+    const bool bFromFile = hub.image && !hub.image->strFile.empty();
+    settings.eImageCheck = bFromFile ? SimImageCheck::NotBlank : SimImageCheck::Crc;
+    return settings;
+}
+
+} // namespace
+
+std::vector<BYTE> BuildBenchImage(const BenchImage& image)
+{
+    if (!image.strFile.empty())
+        return CImageFile::Load(image.strFile, 0).Bytes();
+    return CSimImage(image.cbSize)
+        .Version(image.wVersion)
+        .OtherVersion(image.wVersion)
+        .ChipId(image.wChipId)
+        .Seed(image.dwSeed)
+        .Build();
+}
+
+CBenchMachine::CBenchMachine(BenchDescription bench)
+    : m_bench(std::move(bench)),
+      m_pMachine(std::make_unique<CSimMachine>(std::make_shared<CSimSystem>()))
+{
+    try {
+        BuildTree();
+    } catch (const std::invalid_argument& error) {
+        throw CToolError(ExitCode::Usage, std::string("bench file: ") + error.what(),
+                         "Give the devices other instance numbers.");
+    }
+    SetUpProcess();
+    for (const BenchFault& fault : m_bench.faults)
+        AddFault(fault);
+}
+
+CBenchMachine::~CBenchMachine()
+{
+    m_pMachine->Time().ForgetEvents();
+}
+
+void CBenchMachine::BuildTree()
+{
+    CSimDeviceTree& tree = m_pMachine->Tree();
+    for (const BenchController& controller : m_bench.controllers) {
+        CSimNode& host = tree.AddHostController(controller.dwInstance);
+        Node node;
+        node.pNode = &tree.AddRootHub(host, controller.dwRootInstance);
+        node.pSuper = node.pNode;
+        m_nodes[controller.strId] = node;
+    }
+    // Parents first; the file may name them in any order, and was checked for loops.
+    const size_t nAll = m_bench.controllers.size() + m_bench.hubs.size() +
+                        m_bench.foreignHubs.size() + m_bench.devices.size();
+    while (m_nodes.size() < nAll) {
+        for (const BenchHub& hub : m_bench.hubs)
+            if (TryAdd(hub) && (!hub.bSuperSpeed || m_nodes.count(hub.strSuperParent) != 0))
+                AddHub(hub);
+        for (const BenchForeignHub& hub : m_bench.foreignHubs)
+            if (TryAdd(hub))
+                AddForeignHub(hub);
+        for (const BenchDevice& device : m_bench.devices)
+            if (TryAdd(device))
+                AddDevice(device);
+    }
+    for (auto& [strId, node] : m_nodes)
+        Show(node);
+}
+
+bool CBenchMachine::TryAdd(const BenchNode& node)
+{
+    return m_nodes.count(node.strId) == 0 && m_nodes.count(node.strParent) != 0;
+}
+
+CSimNode* CBenchMachine::ParentNode(const std::string& strId, bool bSuper)
+{
+    const Node& node = m_nodes.at(strId);
+    return bSuper ? node.pSuper : node.pNode;
+}
+
+void CBenchMachine::AddHub(const BenchHub& hub)
+{
+    CSimDeviceTree& tree = m_pMachine->Tree();
+    m_hubs.push_back(std::make_unique<CSimHub>(m_pMachine->Time(), Settings(hub)));
+    CSimHub& model = *m_hubs.back();
+    if (hub.secondImage)
+        model.LoadImage(BuildBenchImage(*hub.secondImage), 1);
+    if (hub.image)
+        model.LoadImage(BuildBenchImage(*hub.image), 0);
+    model.SetReturn(hub.timing);
+    if (hub.cbI2cMemory != 0)
+        model.AttachI2cMemory(std::make_shared<CSimI2cMemory>(hub.cbI2cMemory));
+    Node node;
+    node.pHub = &model;
+    node.strParent = hub.strParent;
+    node.bPlugged = hub.bPlugged;
+    node.pNode =
+        &tree.AddHub(*ParentNode(hub.strParent, false), hub.nPort, HubOptions(hub), &model);
+    Override(*node.pNode, hub);
+    model.AddPort(node.pNode);
+    if (hub.bSuperSpeed) {
+        HubNodeOptions options = HubOptions(hub);
+        options.bSuperSpeed = true;
+        options.devInst = hub.dwSuperInstance;
+        options.strSerial.clear();
+        node.pSuper =
+            &tree.AddHub(*ParentNode(hub.strSuperParent, true), hub.nSuperPort, options, &model);
+        node.pNode->SetTwin(node.pSuper);
+        node.pSuper->SetTwin(node.pNode);
+    }
+    m_nodes[hub.strId] = node;
+}
+
+void CBenchMachine::AddForeignHub(const BenchForeignHub& hub)
+{
+    m_plain.push_back(
+        std::make_unique<CSimPlainDevice>(m_pMachine->Time(), hub.wVid, hub.wPid, kClassHub));
+    if (!hub.strIdentity.empty())
+        m_plain.back()->SetString(HUB_IDENTITY_STRING_INDEX, Wide(hub.strIdentity));
+    Node node;
+    node.strParent = hub.strParent;
+    node.bPlugged = hub.bPlugged;
+    node.pNode = &m_pMachine->Tree().AddHub(*ParentNode(hub.strParent, false), hub.nPort,
+                                            HubOptions(hub), m_plain.back().get());
+    Override(*node.pNode, hub);
+    node.pNode->Spec().dwOpenError = hub.dwOpenError;
+    m_nodes[hub.strId] = node;
+}
+
+void CBenchMachine::AddDevice(const BenchDevice& device)
+{
+    DeviceNodeOptions options;
+    options.wVid = device.wVid;
+    options.wPid = device.wPid;
+    options.devInst = device.dwInstance;
+    options.byClass = device.byClass;
+    options.strSerial = Wide(device.strSerial);
+    options.strDescription = Wide(device.strDescription);
+    Node node;
+    node.strParent = device.strParent;
+    node.bPlugged = device.bPlugged;
+    node.pNode =
+        &m_pMachine->Tree().AddDevice(*ParentNode(device.strParent, false), device.nPort, options);
+    Override(*node.pNode, device);
+    m_nodes[device.strId] = node;
+}
+
+void CBenchMachine::SetUpProcess()
+{
+    CSimMachine& machine = *m_pMachine;
+    machine.Traits().bElevated = m_bench.bElevated;
+    machine.Services().SetPresent(m_bench.bServiceManager);
+    machine.Services().SetManagerError(m_bench.dwManagerError);
+    if (m_bench.bDriverRunning)
+        machine.InstallRunningDriver();
+    machine.Driver().KeepLog(false); // an update's transfers would only fill the memory
+}
+
+void CBenchMachine::Show(Node& node)
+{
+    if (node.pHub != nullptr) {
+        if (!node.bPlugged)
+            node.pHub->Unplug();
+        else if (!node.pHub->IsOnBus())
+            node.pHub->PowerUp();
+        return;
+    }
+    node.pNode->Plug(node.bPlugged);
+}
+
+CSimHub* CBenchMachine::Hub(const std::string& strId)
+{
+    const auto it = m_nodes.find(strId);
+    return it == m_nodes.end() ? nullptr : it->second.pHub;
+}
+
+bool CBenchMachine::IsPlugged(const std::string& strId) const
+{
+    const auto it = m_nodes.find(strId);
+    return it != m_nodes.end() && it->second.bPlugged;
+}
+
+void CBenchMachine::Plug(const std::string& strId, bool bPlugged)
+{
+    Node& node = m_nodes.at(strId);
+    node.bPlugged = bPlugged;
+    Show(node);
+}
+
+std::vector<std::string> CBenchMachine::Ids() const
+{
+    std::vector<std::string> ids;
+    for (const auto& [strId, node] : m_nodes)
+        if (!node.strParent.empty())
+            ids.push_back(strId);
+    return ids;
+}
+
+void CBenchMachine::ForgetFaults()
+{
+    for (const std::unique_ptr<CSimHub>& pHub : m_hubs) {
+        pHub->Faults().Clear();
+        pHub->Banks().Flash().KeepPower();
+    }
+    m_faults.clear();
+}
+
+void CBenchMachine::AddFault(const BenchFault& fault)
+{
+    if (!fault.strCall.empty()) {
+        m_pMachine->Faults().FailCall(fault.strCall, static_cast<unsigned>(fault.nNth),
+                                      fault.dwCode);
+        return;
+    }
+    CSimHub* const pHub = Hub(fault.strHub);
+    if (pHub == nullptr)
+        return;
+    BenchFault kept = fault;
+    if (fault.bPowerCut) {
+        kept.nNth += pHub->FlashOperations();
+        pHub->LosePowerAt(kept.nNth, fault.eWhen);
+    } else if (fault.byRequest) {
+        kept.nNth += pHub->Faults().Transfers(*fault.byRequest);
+        pHub->Faults().OnRequest(*fault.byRequest, kept.nNth, fault.fault);
+    } else {
+        kept.nNth += pHub->Transfers();
+        pHub->Faults().At(kept.nNth, fault.fault);
+    }
+    m_faults.push_back(kept);
+}
+
+std::vector<BenchFault> CBenchMachine::PendingFaults()
+{
+    std::vector<BenchFault> pending;
+    for (const BenchFault& fault : m_faults) {
+        CSimHub& hub = *Hub(fault.strHub);
+        const std::uint64_t nSoFar =
+            fault.bPowerCut
+                ? hub.FlashOperations()
+                : (fault.byRequest ? hub.Faults().Transfers(*fault.byRequest) : hub.Transfers());
+        const std::uint64_t nTimes = fault.bPowerCut ? 1 : fault.fault.nTimes;
+        if (nSoFar >= fault.nNth + nTimes)
+            continue;
+        BenchFault left = fault;
+        const std::uint64_t nHit = nSoFar > fault.nNth ? nSoFar - fault.nNth : 0;
+        left.fault.nTimes = static_cast<unsigned>(nTimes - nHit);
+        left.nNth = fault.nNth > nSoFar ? fault.nNth - nSoFar : 0;
+        pending.push_back(left);
+    }
+    return pending;
+}
+
+void CBenchMachine::StartEvents()
+{
+    for (const BenchEvent& event : m_bench.events)
+        m_pMachine->Time().Schedule(event.dwAtMs * kMicrosPerMs,
+                                    [this, event] { Plug(event.strId, event.bPlug); });
+}
+
+void CBenchMachine::SetPace(double dFactor)
+{
+    if (dFactor <= 0) {
+        m_pMachine->Time().SetPacer({});
+        return;
+    }
+    // Short spans are saved up: sleeping for each would take far longer than asked.
+    constexpr double kShortest = 0.002;
+    m_pMachine->Time().SetPacer([dFactor, dOwed = 0.0](CSimClock::Micros span) mutable {
+        dOwed += static_cast<double>(span) / kMicrosPerSecond / dFactor;
+        if (dOwed < kShortest)
+            return;
+        std::this_thread::sleep_for(std::chrono::duration<double>(dOwed));
+        dOwed = 0;
+    });
+}
+
+void CBenchMachine::Settle()
+{
+    CSimClock& clock = m_pMachine->Time();
+    clock.SetPacer({});
+    const CSimClock::Micros usLimit = clock.Now() + kSettleLimit;
+    while (clock.AnythingScheduled() && clock.NextEvent() <= usLimit)
+        clock.AdvanceTo(clock.NextEvent());
+    // A hub that dropped off for good stays off until it is plugged anew.
+    for (auto& [strId, node] : m_nodes)
+        if (node.pHub != nullptr && !node.pHub->IsOnBus())
+            node.bPlugged = false;
+}
+
+double CBenchMachine::Seconds() const
+{
+    return static_cast<double>(m_pMachine->Time().Now()) / kMicrosPerSecond;
+}

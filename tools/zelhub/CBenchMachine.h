@@ -1,0 +1,76 @@
+#pragma once
+
+#include "sim/CSimMachine.h"
+#include "sim/CSimPlainDevice.h"
+#include "tools/zelhub/BenchDescription.h"
+
+#include <map>
+#include <memory>
+
+/// The simulated machine of a bench file, built and running in this process.
+class CBenchMachine
+{
+public:
+    /// Builds everything. Throws CToolError (usage) where an image file of the bench is no use.
+    explicit CBenchMachine(BenchDescription bench);
+    CBenchMachine(const CBenchMachine&) = delete;
+    CBenchMachine& operator=(const CBenchMachine&) = delete;
+    ~CBenchMachine();
+
+    CSimMachine& Machine() { return *m_pMachine; }
+    const BenchDescription& Description() const { return m_bench; }
+
+    /// A hub's model by its id, null: there is none.
+    CSimHub* Hub(const std::string& strId);
+    bool IsPlugged(const std::string& strId) const;
+    bool Knows(const std::string& strId) const { return m_nodes.count(strId) != 0; }
+    void Plug(const std::string& strId, bool bPlugged); ///< what hangs below follows
+
+    std::vector<std::string> Ids() const; ///< of hubs and devices
+
+    void AddFault(const BenchFault& fault);
+    void ForgetFaults();
+
+    /// The faults that have not happened yet, counted from now on.
+    std::vector<BenchFault> PendingFaults();
+
+    /// Begins the events of the bench file; the machine is otherwise at rest.
+    void StartEvents();
+
+    /// @param dFactor simulated seconds per real second, 0: as fast as it can
+    void SetPace(double dFactor);
+
+    /// Lets what is under way (a hub on its way back) come to its end, without waiting.
+    void Settle();
+
+    double Seconds() const; ///< simulated time
+
+private:
+    struct Node
+    {
+        CSimNode* pNode = nullptr;
+        CSimNode* pSuper = nullptr; ///< the SuperSpeed half
+        CSimHub* pHub = nullptr;    ///< null for devices of others
+        std::string strParent;
+        bool bPlugged = true;
+    };
+
+    void BuildTree();
+    bool TryAdd(const BenchNode& node);
+    CSimNode* ParentNode(const std::string& strId, bool bSuper);
+    void AddHub(const BenchHub& hub);
+    void AddForeignHub(const BenchForeignHub& hub);
+    void AddDevice(const BenchDevice& device);
+    void SetUpProcess();
+    void Show(Node& node);
+
+    BenchDescription m_bench;
+    std::unique_ptr<CSimMachine> m_pMachine;
+    std::map<std::string, Node> m_nodes; ///< controllers stand for their root hubs
+    std::vector<std::unique_ptr<CSimHub>> m_hubs;
+    std::vector<std::unique_ptr<CSimPlainDevice>> m_plain;
+    std::vector<BenchFault> m_faults;
+};
+
+/// The bytes of an image as a bench file describes it.
+std::vector<BYTE> BuildBenchImage(const BenchImage& image);

@@ -1,0 +1,171 @@
+#include "tools/zelhub/CBenchState.h"
+
+#include "tools/zelhub/CBenchFile.h"
+#include "tools/zelhub/COutput.h"
+#include "tools/zelhub/Failure.h"
+#include "tools/zelhub/HostSystem.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using nlohmann::ordered_json;
+
+namespace
+{
+
+constexpr int kSchema = 1;
+constexpr const char* kKind = "zelhub bench state";
+constexpr const char kDigits[] = "0123456789abcdef";
+
+std::string ToHex(const std::vector<BYTE>& bytes)
+{
+    std::string strHex;
+    strHex.reserve(bytes.size() * 2);
+    for (const BYTE by : bytes) {
+        strHex += kDigits[by >> 4];
+        strHex += kDigits[by & 15];
+    }
+    return strHex;
+}
+
+int Digit(char ch)
+{
+    const size_t n = std::string_view(kDigits, 16).find(ch);
+    return n == std::string_view::npos ? -1 : static_cast<int>(n);
+}
+
+bool FromHex(const std::string& strHex, std::vector<BYTE>& bytes)
+{
+    if (strHex.size() % 2 != 0)
+        return false;
+    bytes.clear();
+    bytes.reserve(strHex.size() / 2);
+    for (size_t i = 0; i < strHex.size(); i += 2) {
+        const int nHigh = Digit(strHex[i]);
+        const int nLow = Digit(strHex[i + 1]);
+        if (nHigh < 0 || nLow < 0)
+            return false;
+        bytes.push_back(static_cast<BYTE>(nHigh << 4 | nLow));
+    }
+    return true;
+}
+
+template<typename Names>
+std::string NameOf(const Names& names, const auto& matches)
+{
+    for (const auto& entry : names)
+        if (matches(entry))
+            return entry.pszName;
+    return {};
+}
+
+ordered_json FaultJson(const BenchFault& fault)
+{
+    ordered_json json = {{"hub", fault.strHub}};
+    if (fault.bPowerCut) {
+        json["powerCut"] = fault.nNth;
+        json["when"] = NameOf(kBenchCuts, [&](const auto& e) { return e.eWhen == fault.eWhen; });
+        return json;
+    }
+    if (fault.byRequest)
+        json["request"] =
+            NameOf(kBenchRequests, [&](const auto& e) { return e.byRequest == *fault.byRequest; });
+    json["nth"] = fault.nNth;
+    const SimFault& details = fault.fault;
+    json["kind"] = NameOf(kBenchFaults, [&](const auto& e) { return e.eKind == details.eKind; });
+    json["code"] = details.dwCode;
+    json["offset"] = details.dwOffset;
+    json["mask"] = details.byMask;
+    json["acts"] = details.bActs;
+    json["backMs"] = details.dwBackMs;
+    json["times"] = details.nTimes;
+    return json;
+}
+
+void LoadHub(CJsonObject object, CBenchMachine& bench)
+{
+    const std::string strId = object.Text("id");
+    CSimHub* const pHub = bench.Hub(strId);
+    if (pHub == nullptr)
+        object.Refuse("id", "names no hub of the bench: this state belongs to another");
+    CSimHubBanks::Kept kept = pHub->Keep();
+    std::vector<BYTE> flash;
+    if (!FromHex(object.Text("flash"), flash) || flash.size() != kept.flash.size())
+        object.Refuse("flash", "does not fit the hub's flash: this state belongs to another bench");
+    kept.flash = std::move(flash);
+    kept.nActive = static_cast<unsigned>(object.Number("activeBank", 0, 1));
+    kept.bFresh = object.Flag("fresh", false);
+    kept.bRunsFlash = object.Flag("runsFlash", false);
+    pHub->Restore(kept, pHub->IsOnBus());
+    object.Done();
+}
+
+void LoadPlugged(CJsonObject object, CBenchMachine& bench)
+{
+    const std::string strId = object.Text("id");
+    if (!bench.Knows(strId))
+        object.Refuse("id", "names nothing on the bench: this state belongs to another");
+    const bool bPlugged = object.Flag("plugged", true);
+    if (bench.IsPlugged(strId) != bPlugged)
+        bench.Plug(strId, bPlugged);
+    object.Done();
+}
+
+} // namespace
+
+void CBenchState::Load(CBenchMachine& bench) const
+{
+    std::error_code error;
+    if (!std::filesystem::exists(m_strPath, error))
+        return;
+    std::ifstream file(m_strPath, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    if (!file || std::filesystem::is_directory(m_strPath, error))
+        throw CToolError(ExitCode::Usage,
+                         "bench state " + Printable(m_strPath) + ": cannot be read",
+                         "Give another file, or delete it to begin anew.");
+    const JsonSource source{m_strPath, text.str()};
+    const nlohmann::json document = ParseJson(source);
+    CJsonObject object(source, document, "");
+    if (object.Text("kind") != kKind)
+        object.Refuse("kind", "is no bench state");
+    (void)object.Number("schema", kSchema, kSchema);
+    for (CJsonObject& entry : object.Objects("plugged"))
+        LoadPlugged(entry, bench);
+    for (CJsonObject& entry : object.Objects("hubs"))
+        LoadHub(entry, bench);
+    bench.ForgetFaults(); // those of the bench file were taken over when the state was made
+    for (CJsonObject& entry : object.Objects("faults"))
+        bench.AddFault(CBenchFile::ParseFault(entry));
+    object.Done();
+}
+
+void CBenchState::Save(CBenchMachine& bench) const
+{
+    ordered_json document = {{"kind", kKind}, {"schema", kSchema}};
+    document["plugged"] = ordered_json::array();
+    document["hubs"] = ordered_json::array();
+    document["faults"] = ordered_json::array();
+    for (const std::string& strId : bench.Ids()) {
+        document["plugged"].push_back({{"id", strId}, {"plugged", bench.IsPlugged(strId)}});
+        const CSimHub* const pHub = bench.Hub(strId);
+        if (pHub == nullptr)
+            continue;
+        const CSimHubBanks::Kept kept = pHub->Keep();
+        document["hubs"].push_back({{"id", strId},
+                                    {"activeBank", kept.nActive},
+                                    {"fresh", kept.bFresh},
+                                    {"runsFlash", kept.bRunsFlash},
+                                    {"flash", ToHex(kept.flash)}});
+    }
+    for (const BenchFault& fault : bench.PendingFaults())
+        document["faults"].push_back(FaultJson(fault));
+    const std::string strText = document.dump(1) + "\n";
+    const std::string strWhy = HostSystem::WriteWhole(m_strPath, strText.data(), strText.size());
+    if (!strWhy.empty())
+        throw CToolError(ExitCode::General,
+                         "bench state " + Printable(m_strPath) + ": cannot be written: " + strWhy,
+                         "Give a file in a folder that you may write to.");
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "tools/zelhub/COutput.h"
+#include "tools/zelhub/Options.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class ICommand;
+
+/// Reads the command line, runs the command that it names, and sees to it that every end says
+/// what happened and has its exit status.
+class CCommandLine
+{
+public:
+    CCommandLine();
+    ~CCommandLine();
+    CCommandLine(const CCommandLine&) = delete;
+    CCommandLine& operator=(const CCommandLine&) = delete;
+
+    /// @return the exit status
+    int Run(int nArguments, const char* const* ppArguments);
+
+private:
+    int RunCommand(ICommand& command, const std::string& strName);
+    int UsageError(const std::string& strWhat, const std::string& strCommand);
+
+    Options m_options;
+    std::vector<std::unique_ptr<ICommand>> m_commands;
+};

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/Types.h"
+#include "tools/zelhub/COutput.h"
+
+#include <string>
+#include <vector>
+
+enum class HubKind
+{
+    Own,            ///< one of the maker's: its USB 2 half
+    SuperSpeedHalf, ///< the other half of one of the maker's
+    Foreign,        ///< somebody else's
+    Unknown         ///< cannot be asked
+};
+
+struct HubRow
+{
+    HubKind eKind = HubKind::Unknown;
+    DWORD dwInstance = 0;
+    std::string strLocation; ///< its first location path
+    std::string strPort;     ///< "1.3": ports from the root hub on; empty: unknown
+    std::string strIds;      ///< "5678:1234"; empty: unknown
+    std::string strReason;   ///< why it cannot be known
+    bool bStatusKnown = false;
+    bool bRunsFlash = false;
+    USHORT wVersion = 0; ///< while flash code runs
+};
+
+/// The hubs that are on the machine now, root hubs left out, in the order of their places.
+/// The library must be started and no hub be open.
+class CHubList
+{
+public:
+    /// @param bAsk whether hubs are asked who they are (else all are Unknown)
+    static CHubList Make(bool bAsk);
+
+    const std::vector<HubRow>& Rows() const { return m_rows; }
+    Table AsTable() const;
+
+    /// The hub that a selector names ("" for the only one). Throws CToolError: unknown,
+    /// ambiguous, not the maker's; the list is shown where it helps.
+    const HubRow& Select(const std::string& strSelector, COutput& output) const;
+
+private:
+    std::vector<const HubRow*> Candidates(const std::string& strSelector) const;
+
+    std::vector<HubRow> m_rows;
+};
+
+/// "1.3" of a location path; empty when it has no ports.
+std::string PortChain(const std::string& strLocation);
+
+/// A node's first location path as narrow text.
+std::string LocationOf(DWORD dwInstance);
+
+/// ASCII text of wide text; other characters become "?".
+std::string Narrow(const WCHAR* pszText);

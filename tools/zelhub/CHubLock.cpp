@@ -1,0 +1,50 @@
+#include "tools/zelhub/CHubLock.h"
+
+#include "tools/zelhub/COutput.h"
+#include "tools/zelhub/Failure.h"
+
+#include <cctype>
+#include <cstdint>
+
+namespace
+{
+
+/// FNV-1a: the same in every process.
+std::uint64_t HashOf(const std::string& strText)
+{
+    std::uint64_t n = 14695981039346656037ULL;
+    for (const char ch : strText) {
+        n ^= static_cast<unsigned char>(ch);
+        n *= 1099511628211ULL;
+    }
+    return n;
+}
+
+} // namespace
+
+std::string CHubLock::NameOf(const std::string& strLocation, const std::string& strBench)
+{
+    constexpr size_t kReadable = 100;
+    std::string strName;
+    for (const char ch : strLocation.substr(0, kReadable))
+        strName += std::isalnum(static_cast<unsigned char>(ch)) != 0 ? ch : '_';
+    const std::string strWhole = strBench.empty() ? strLocation : strLocation + "\n" + strBench;
+    return "zelhub-" + strName + "-" + Hex(HashOf(strWhole), 16).substr(2) + ".lock";
+}
+
+CHubLock::CHubLock(const std::string& strLocation, const std::string& strBench)
+{
+    const std::string strPlace = strBench.empty() ? strBench : HostSystem::AbsolutePath(strBench);
+    std::string strWhy;
+    switch (HostSystem::TakeLock(NameOf(strLocation, strPlace), m_pLock, strWhy)) {
+    case HostSystem::LockResult::Held:
+        return;
+    case HostSystem::LockResult::Busy:
+        throw CToolError(ExitCode::NoAccess,
+                         "another zelhub is working on the hub at " + Printable(strLocation),
+                         "Wait until it has finished, then type this again.");
+    case HostSystem::LockResult::Failed:
+        throw CToolError(ExitCode::NoAccess, "the hub cannot be locked: " + Printable(strWhy),
+                         "Make that file writable for you, or run as the user who made it.");
+    }
+}

@@ -1,0 +1,202 @@
+#include "tools/zelhub/COperationWatch.h"
+
+namespace
+{
+
+constexpr int kWriteFrom = 30; ///< the library's percentages of a whole update
+constexpr int kWriteTo = 70;
+constexpr int kVerifyTo = 88;
+
+int PhaseStart(Phase ePhase)
+{
+    switch (ePhase) {
+    case Phase::Connect:
+        return 0;
+    case Phase::ResetToRom:
+        return 10;
+    case Phase::Erase:
+        return 20;
+    case Phase::Write:
+        return kWriteFrom;
+    case Phase::Verify:
+        return kWriteTo;
+    case Phase::ResetToFlash:
+        return 90;
+    case Phase::Return:
+        return 95;
+    }
+    return 0;
+}
+
+bool MovesImage(Phase ePhase)
+{
+    return ePhase == Phase::Write || ePhase == Phase::Verify;
+}
+
+std::string FailedWhat(const OperationFacts& facts)
+{
+    const std::string strWhy =
+        facts.strTransferError.empty() ? "" : " (" + facts.strTransferError + ")";
+    switch (facts.ePhase) {
+    case Phase::Connect:
+        return "the hub did not answer" + strWhy;
+    case Phase::ResetToRom:
+        if (facts.bReset)
+            return "the hub did not come back after its reset to ROM code";
+        return "the hub could not be reset to ROM code" + strWhy;
+    case Phase::Erase:
+        return "the flash could not be erased" + strWhy;
+    case Phase::Write:
+        return "the flash could not be written" + strWhy;
+    case Phase::Verify:
+        if (facts.difference)
+            return "the flash differs from the image at offset " +
+                   Hex(facts.difference->dwOffset, 6) + ": image " +
+                   Hex(facts.difference->byImage, 2) + ", hub " + Hex(facts.difference->byHub, 2);
+        return facts.strCheckError.empty() ? "the flash could not be checked" + strWhy
+                                           : facts.strCheckError;
+    case Phase::ResetToFlash:
+        if (facts.bStarted)
+            return "the hub did not come back after its restart";
+        return "the hub could not be restarted into its flash code" + strWhy;
+    case Phase::Return:
+        return "the hub did not come back after its restart";
+    }
+    return {};
+}
+
+ExitCode FailedCode(const OperationFacts& facts, bool bPresent)
+{
+    if (facts.difference)
+        return ExitCode::Mismatch;
+    if (!bPresent)
+        return ExitCode::DeviceLost;
+    switch (facts.ePhase) {
+    case Phase::Erase:
+    case Phase::Write:
+        return ExitCode::WriteFailed;
+    case Phase::Verify:
+        return ExitCode::Mismatch;
+    case Phase::ResetToRom:
+        return facts.bReset ? ExitCode::DeviceLost : ExitCode::General;
+    case Phase::ResetToFlash:
+        return facts.bStarted ? ExitCode::DeviceLost : ExitCode::WriteFailed;
+    case Phase::Connect:
+    case Phase::Return:
+        break;
+    }
+    return ExitCode::DeviceLost;
+}
+
+} // namespace
+
+COperationWatch::COperationWatch(CHubSession& session, std::string strRepeat,
+                                 unsigned long long cbImage, bool bDualBank)
+    : m_session(session), m_strRepeat(std::move(strRepeat)), m_cbImage(cbImage)
+{
+    CGuardedHubDev::Hooks hooks;
+    hooks.step = [this](Phase ePhase, int n) { Step(ePhase, n); };
+    hooks.wantsToStop = [this] { return WantsToStop(); };
+    hooks.transferError = [this] { return m_session.Responder().LastFailure(); };
+    session.Dev().SetHooks(std::move(hooks));
+    session.Dev().ForgetFacts(bDualBank);
+    session.Responder().ForgetFailure();
+    session.Responder().OnProgress([this](int n) { LibraryProgress(n); });
+    RefreshLeaveCard();
+}
+
+COperationWatch::~COperationWatch()
+{
+    m_session.Responder().OnProgress({});
+    m_session.Dev().SetHooks({});
+}
+
+void COperationWatch::Step(Phase ePhase, int nPhasePercent)
+{
+    CProgressView& view = m_session.Context().Progress();
+    const int nStart = PhaseStart(ePhase);
+    if (nPhasePercent == 0) {
+        m_session.Responder().ForgetFailure();
+        view.Phase(PhaseName(ePhase), nStart, MovesImage(ePhase) ? m_cbImage : 0);
+    } else if (ePhase == Phase::Verify) {
+        view.Step(nPhasePercent, nStart + nPhasePercent * (kVerifyTo - nStart) / 100);
+    }
+    RefreshLeaveCard();
+    if (nPhasePercent <= 1)
+        m_session.Context().SaveBench(false);
+    else
+        m_session.Context().SaveBenchNowAndThen();
+}
+
+void COperationWatch::LibraryProgress(int nPercent)
+{
+    const Phase ePhase = m_session.Dev().Facts().ePhase;
+    if (ePhase == Phase::Write && nPercent >= kWriteFrom && nPercent < kWriteTo)
+        m_session.Context().Progress().Step((nPercent - kWriteFrom) * 100 / (kWriteTo - kWriteFrom),
+                                            nPercent);
+    m_session.Context().SaveBenchNowAndThen();
+    if (!m_bSaidSo && HostSystem::Interrupts() != 0 && m_session.Dev().Facts().FlashTouched())
+        (void)WantsToStop(); // only to say so: from here on it goes on to its end
+}
+
+bool COperationWatch::WantsToStop()
+{
+    if (HostSystem::Interrupts() == 0)
+        return false;
+    if (!m_bSaidSo) {
+        m_bSaidSo = true;
+        m_session.Context().Progress().Clear();
+        m_session.Context().Out().Warn(
+            m_session.Dev().Facts().FlashTouched()
+                ? "interrupted: the flash is being changed, so this goes on to its end; press "
+                  "Ctrl-C again to leave at once"
+                : "interrupted: stopping before the flash is touched");
+    }
+    return true;
+}
+
+void COperationWatch::RefreshLeaveCard()
+{
+    const OperationFacts& facts = m_session.Dev().Facts();
+    Failure failure;
+    failure.eCode = facts.FlashTouched() && !facts.bVerified ? ExitCode::WriteFailed
+                    : facts.bReset || facts.bStarted         ? ExitCode::DeviceLost
+                                                             : ExitCode::General;
+    failure.strWhat = "ended before the hub was done";
+    failure.strPhase = PhaseName(facts.ePhase);
+    failure.strState = StateText(facts, true);
+    failure.strNext = NextText(true, facts.FlashTouched() && !facts.bDualBank);
+    m_session.Context().SetLeave(failure);
+}
+
+std::string COperationWatch::NextText(bool bPresent, bool bBlank) const
+{
+    const CToolContext& context = m_session.Context();
+    std::string strNext;
+    if (!bPresent)
+        strNext = context.OnBench() ? "Plug the hub in again (zelhub ... bench plug ID), then: "
+                                    : "Unplug the hub and plug it in again, then: ";
+    strNext += CommandPrefix(context.Opts()) + " " + m_strRepeat + " " + m_session.SelectorText();
+    const bool bForced = m_strRepeat.find(" --force") != std::string::npos;
+    if (bBlank && !bForced && m_strRepeat.rfind("update", 0) == 0)
+        strNext += " --force"; // its chip ID cannot be read any more
+    return strNext;
+}
+
+void COperationWatch::Fail(ExitCode eCode, const std::string& strWhat)
+{
+    const OperationFacts& facts = m_session.Dev().Facts();
+    const bool bPresent = m_session.IsOnBus();
+    const bool bBlank = facts.FlashTouched() && !facts.bVerified && !facts.bDualBank;
+    throw CToolError(Failure{eCode, strWhat.empty() ? FailedWhat(facts) : strWhat,
+                             PhaseName(facts.ePhase), StateText(facts, bPresent),
+                             NextText(bPresent, bBlank)});
+}
+
+void COperationWatch::FailByFacts()
+{
+    const OperationFacts& facts = m_session.Dev().Facts();
+    if (facts.bInterrupted)
+        Fail(ExitCode::General, "interrupted before the flash was touched");
+    Fail(FailedCode(facts, m_session.IsOnBus()));
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "tools/zelhub/CBenchMachine.h"
+#include "tools/zelhub/COutput.h"
+#include "tools/zelhub/CProgressView.h"
+#include "tools/zelhub/Options.h"
+
+#include <memory>
+
+/// What a running command has at hand.
+class CToolContext
+{
+public:
+    CToolContext(const Options& options, COutput& output, std::string strCommand);
+    CToolContext(const CToolContext&) = delete;
+    CToolContext& operator=(const CToolContext&) = delete;
+    ~CToolContext();
+
+    const Options& Opts() const { return m_options; }
+    COutput& Out() { return m_output; }
+    CProgressView& Progress() { return m_progress; }
+
+    bool OnBench() const { return m_pBench != nullptr; }
+    CBenchMachine& Bench() { return *m_pBench; }
+
+    /// Builds the bench where one is asked for (throws CToolError); events begin with bEvents.
+    void StartBench(bool bEvents);
+
+    /// Keeps the bench where that is asked for. @param bFinal lets what is under way end first
+    void SaveBench(bool bFinal);
+
+    /// The same while a long command runs, not more often than is bearable.
+    void SaveBenchNowAndThen();
+
+    double Seconds() const; ///< of real or of simulated time, from any start
+    void Sleep(unsigned nMs);
+
+    /// What an end in the middle says from now on (second Ctrl-C, time-out).
+    void SetLeave(const Failure& failure);
+
+    /// Throws CToolError (general) after a Ctrl-C, for commands that may stop anywhere.
+    void StopIfInterrupted() const;
+
+private:
+    const Options& m_options;
+    COutput& m_output;
+    std::string m_strCommand;
+    std::unique_ptr<CBenchMachine> m_pBench;
+    CProgressView m_progress;
+    double m_dSaved = 0;
+};

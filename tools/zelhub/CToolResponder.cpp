@@ -1,0 +1,77 @@
+#include "tools/zelhub/CToolResponder.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace
+{
+
+/// How the transport reports a transfer that failed; its code may read 0 all the same.
+constexpr const char* kTransferFailed = "IOCTL_KYPROXY_SEND_URB failed";
+
+/// "[stamp]  In func, text\n" without stamp and line end.
+std::string Body(const char* pszText)
+{
+    std::string strText = pszText;
+    const size_t n = strText.find("]  In ");
+    if (n != std::string::npos)
+        strText.erase(0, n + std::strlen("]  In "));
+    while (!strText.empty() && (strText.back() == '\n' || strText.back() == '\r'))
+        strText.pop_back();
+    return strText;
+}
+
+} // namespace
+
+CToolResponder::CToolResponder(CToolContext& context) : m_context(context)
+{
+    const std::string& strLog = context.Opts().strLog;
+    if (strLog.empty())
+        return;
+    m_pLog = std::fopen(strLog.c_str(), "ab");
+    if (m_pLog == nullptr)
+        throw CToolError(ExitCode::General,
+                         "log " + Printable(strLog) + ": cannot be opened: " + std::strerror(errno),
+                         "Give --log a file that you may write to.");
+}
+
+CToolResponder::~CToolResponder()
+{
+    if (m_pLog != nullptr)
+        (void)std::fclose(m_pLog);
+}
+
+void CToolResponder::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
+{
+    const bool bTransfer = std::strstr(pszText, kTransferFailed) != nullptr;
+    if (bTransfer)
+        ++m_nFailedTransfers;
+    if (bTransfer || std::strstr(pszText, "fail") != nullptr)
+        m_strLastFailure = Printable(Body(pszText));
+    if (eLevel < m_eLevel)
+        return;
+    if (m_pLog != nullptr) {
+        (void)std::fputs(pszText, m_pLog);
+        (void)std::fflush(m_pLog); // a log that a crash cannot take away
+    }
+    if (m_context.Opts().bVerbose) {
+        m_context.Progress().Clear();
+        m_context.Out().Detail(Printable(Body(pszText)));
+    }
+}
+
+void CToolResponder::ShowUIMsg(const char* /*pszText*/, RESTYPE /*eType*/)
+{
+    // The same news come as progress and as results of the tool's own.
+}
+
+void CToolResponder::CountDown(const char* /*pszTitle*/, int nSeconds, ERRORLEVEL /*eLevel*/)
+{
+    m_context.Progress().Wait(nSeconds);
+}
+
+void CToolResponder::ShowProgress(int nPercent)
+{
+    if (m_progress)
+        m_progress(nPercent);
+}

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "tools/zelhub/ICommand.h"
+
+#include <memory>
+#include <vector>
+
+/// Every command of the tool, in the order of the help text. A new one is added here.
+std::vector<std::unique_ptr<ICommand>> AllCommands();

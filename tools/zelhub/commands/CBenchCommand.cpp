@@ -1,0 +1,209 @@
+#include "tools/zelhub/commands/CBenchCommand.h"
+
+#include "tools/zelhub/CImageFile.h"
+#include "tools/zelhub/FlashDump.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace
+{
+
+template<typename Names>
+std::vector<std::string> AllNames(const Names& names)
+{
+    std::vector<std::string> all;
+    for (const auto& entry : names)
+        all.emplace_back(entry.pszName);
+    return all;
+}
+
+template<typename Names>
+const auto& Named(const Names& names, const std::string& strName)
+{
+    return *std::find_if(names.begin(), names.end(),
+                         [&](const auto& entry) { return strName == entry.pszName; });
+}
+
+/// "0x1234", "4660" or the four hexadecimal digits with dots, "1.2.3.4".
+USHORT ParseVersion(const std::string& strText)
+{
+    std::string strDigits = strText;
+    int nBase = 0;
+    if (std::count(strText.begin(), strText.end(), '.') == 3 && strText.size() == 7) {
+        strDigits.erase(std::remove(strDigits.begin(), strDigits.end(), '.'), strDigits.end());
+        nBase = 16;
+    }
+    unsigned long n = 0x10000;
+    size_t nEnd = 0;
+    try {
+        n = std::stoul(strDigits, &nEnd, nBase);
+    } catch (const std::exception&) {
+        nEnd = 0;
+    }
+    if (nEnd == 0 || nEnd != strDigits.size() || n > 0xFFFF || strText[0] == '-')
+        throw CToolError(ExitCode::Usage, "--version \"" + Printable(strText) + "\" is no version",
+                         "Write 0x1234, or its four digits with dots: 1.2.3.4.");
+    return static_cast<USHORT>(n);
+}
+
+} // namespace
+
+void CBenchCommand::Declare(CArguments& root)
+{
+    CArguments group = root.Sub("bench", "Act on the simulated machine of --bench");
+    m_image = group.Sub("image", "Make a firmware image for simulated hubs");
+    m_image->Text("FILE", m_strFile, "file to write", true);
+    m_image->Text("--version", m_strVersion, "its version: 0x1234 or 1.2.3.4 (default 0x0100)");
+    m_image->Number("--chip", m_wChip, 0, 0xFFFF, "chip ID (default 0x6560)");
+    m_image->Number("--size", m_cb, CSimImage::kMinSize, CImageFile::kMaxSize,
+                    "bytes (default 65536)");
+    m_image->Number("--seed", m_dwSeed, 0, 0xFFFFFFFF, "another seed gives other code bytes");
+    m_image->Flag("--overwrite", m_bOverwrite, "replace a file that exists");
+    m_check = group.Sub("check", "Check the bench file and show what is on the bench");
+    m_unplug = group.Sub("unplug", "Pull a hub or device out");
+    m_unplug->Text("ID", m_strId, "its id in the bench file", true);
+    m_plug = group.Sub("plug", "Plug a hub or device in; a hub that was off starts anew");
+    m_plug->Text("ID", m_strId, "its id in the bench file", true);
+    m_cut = group.Sub("power-cut", "Let a hub lose its power at a later flash operation");
+    m_cut->Text("ID", m_strId, "the hub's id in the bench file", true);
+    m_cut->Number("--at", m_nNth, 0, 0xFFFFFFFE, "flash operation, 0 is the next (default 0)");
+    m_cut->Choice("--when", m_strWhen, AllNames(kBenchCuts), "within it (default middle)");
+    m_fault = group.Sub("fault", "Let a later transfer of a hub go wrong");
+    DeclareFault(*m_fault);
+}
+
+void CBenchCommand::DeclareFault(CArguments& args)
+{
+    args.Text("ID", m_strId, "the hub's id in the bench file", true);
+    args.Choice("--request", m_strRequest, AllNames(kBenchRequests),
+                "only transfers of this kind (default: any)");
+    args.Number("--nth", m_nNth, 0, 0xFFFFFFFE, "which of them, 0 is the next (default 0)");
+    args.Number("--times", m_nTimes, 1, 0xFFFFFFFE, "so many in a row (default 1)");
+    args.Choice("--kind", m_strKind, AllNames(kBenchFaults), "what goes wrong (default fail)");
+    args.Number("--code", m_dwCode, 1, 0xFFFFFFFF, "code of fail and urb-status (default 31)");
+    args.Number("--offset", m_dwOffset, 0, 0xFFFFFFFE, "byte that corrupt changes (default 0)");
+    args.Number("--mask", m_byMask, 1, 0xFF, "bits that corrupt flips (default 1)");
+    args.Number("--back-ms", m_dwBackMs, 0, 3'600'000,
+                "vanish: back after this time (default: never)");
+    args.Flag("--acts", m_bActs, "the hub does it, only its answer is lost");
+}
+
+bool CBenchCommand::Chosen() const
+{
+    const auto all = {&m_image, &m_check, &m_unplug, &m_plug, &m_fault, &m_cut};
+    return std::any_of(all.begin(), all.end(), [](const auto* p) { return (*p)->Chosen(); });
+}
+
+void CBenchCommand::Run(CToolContext& context)
+{
+    if (m_image->Chosen())
+        MakeImage(context);
+    else if (m_check->Chosen())
+        Check(context);
+    else if (m_fault->Chosen())
+        Fault(context);
+    else if (m_cut->Chosen())
+        PowerCut(context);
+    else
+        Plug(context, m_plug->Chosen());
+}
+
+CBenchMachine& CBenchCommand::Machine(CToolContext& context) const
+{
+    if (!context.OnBench())
+        throw CToolError(ExitCode::Usage, "this acts on a simulated machine, and none is given",
+                         "Add --bench FILE.json (examples/ has some).");
+    if (!m_check->Chosen() && context.Opts().strBenchState.empty())
+        throw CToolError(ExitCode::Usage, "without --bench-state nothing of this would be kept",
+                         "Add --bench-state FILE, here and in the commands that follow.");
+    if (!m_check->Chosen() && !context.Bench().Knows(m_strId))
+        throw CToolError(ExitCode::NoDevice,
+                         "nothing on the bench has the id " + Printable(m_strId),
+                         "zelhub --bench FILE.json bench check shows the ids.");
+    const bool bHub = m_fault->Chosen() || m_cut->Chosen();
+    if (bHub && context.Bench().Hub(m_strId) == nullptr)
+        throw CToolError(ExitCode::NoDevice, Printable(m_strId) + " is not one of the bench's hubs",
+                         "Name one of those under \"hubs\" in the bench file.");
+    return context.Bench();
+}
+
+void CBenchCommand::MakeImage(CToolContext& context) const
+{
+    BenchImage image;
+    image.wVersion = ParseVersion(m_strVersion);
+    image.wChipId = static_cast<USHORT>(m_wChip);
+    image.cbSize = static_cast<DWORD>(m_cb);
+    image.dwSeed = static_cast<DWORD>(m_dwSeed);
+    CheckNewFile(m_strFile, m_bOverwrite);
+    SaveNewFile(m_strFile, BuildBenchImage(image));
+    context.Out().Show({{{"file", "File"}, Cell(Printable(m_strFile))},
+                        {{"version", "Version"}, Cell(VersionText(image.wVersion))},
+                        {{"chip", "Chip ID"}, Cell(Hex(image.wChipId, 4))},
+                        {{"size", "Size"}, SizeCell(m_cb)}});
+}
+
+void CBenchCommand::Check(CToolContext& context) const
+{
+    CBenchMachine& bench = Machine(context);
+    Table table;
+    table.columns = {{"id", "Id"},
+                     {"plugged", "Plugged"},
+                     {"code", "Code"},
+                     {"version", "Version"},
+                     {"misuse", "Misuse"}};
+    table.pszEmpty = "nothing on the bench";
+    for (const std::string& strId : bench.Ids()) {
+        CSimHub* const pHub = bench.Hub(strId);
+        const bool bFlash = pHub != nullptr && pHub->RunsFlash();
+        table.rows.push_back(
+            {Cell(Printable(strId)), Cell::YesNo(bench.IsPlugged(strId)),
+             pHub == nullptr ? Cell::None() : CodeCell(bFlash),
+             bFlash ? Cell(VersionText(pHub->Version())) : Cell::None(),
+             pHub == nullptr ? Cell::None() : Cell::Number(pHub->Misuse().Count())});
+    }
+    context.Out().Show("bench", table);
+}
+
+void CBenchCommand::Plug(CToolContext& context, bool bPlugged) const
+{
+    CBenchMachine& bench = Machine(context);
+    bench.Plug(m_strId, bPlugged);
+    context.Out().Show({{{"id", "Id"}, Cell(Printable(m_strId))},
+                        {{"plugged", "Plugged"}, Cell::YesNo(bPlugged)}});
+}
+
+void CBenchCommand::Fault(CToolContext& context) const
+{
+    CBenchMachine& bench = Machine(context);
+    BenchFault fault;
+    fault.strHub = m_strId;
+    if (!m_strRequest.empty())
+        fault.byRequest = Named(kBenchRequests, m_strRequest).byRequest;
+    fault.nNth = m_nNth;
+    fault.fault.eKind = Named(kBenchFaults, m_strKind).eKind;
+    fault.fault.dwCode = static_cast<DWORD>(m_dwCode);
+    fault.fault.dwOffset = static_cast<DWORD>(m_dwOffset);
+    fault.fault.byMask = static_cast<BYTE>(m_byMask);
+    fault.fault.bActs = m_bActs;
+    fault.fault.dwBackMs = static_cast<DWORD>(m_dwBackMs);
+    fault.fault.nTimes = static_cast<unsigned>(m_nTimes);
+    bench.AddFault(fault);
+    context.Out().Show({{{"id", "Id"}, Cell(Printable(m_strId))},
+                        {{"fault", "Fault"}, Cell(m_strKind)},
+                        {{"pending", "Pending"}, Cell::Number(bench.PendingFaults().size())}});
+}
+
+void CBenchCommand::PowerCut(CToolContext& context) const
+{
+    CBenchMachine& bench = Machine(context);
+    BenchFault fault;
+    fault.strHub = m_strId;
+    fault.bPowerCut = true;
+    fault.nNth = m_nNth;
+    fault.eWhen = Named(kBenchCuts, m_strWhen).eWhen;
+    bench.AddFault(fault);
+    context.Out().Show({{{"id", "Id"}, Cell(Printable(m_strId))},
+                        {{"fault", "Fault"}, Cell("power-cut")},
+                        {{"pending", "Pending"}, Cell::Number(bench.PendingFaults().size())}});
+}

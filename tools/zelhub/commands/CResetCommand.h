@@ -1,0 +1,15 @@
+#pragma once
+
+#include "tools/zelhub/ICommand.h"
+
+/// zelhub reset: restarts a hub and waits until it is back.
+class CResetCommand : public CPlainCommand
+{
+public:
+    const char* Name() const override { return "reset"; }
+    void Declare(CArguments& root) override;
+    void Run(CToolContext& context) override;
+
+private:
+    bool m_bToRom = false;
+};

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "tools/zelhub/ICommand.h"
+
+/// zelhub version: the version that a hub runs.
+class CVersionCommand : public CPlainCommand
+{
+public:
+    const char* Name() const override { return "version"; }
+    void Declare(CArguments& root) override;
+    void Run(CToolContext& context) override;
+};
