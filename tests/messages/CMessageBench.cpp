@@ -14,15 +14,18 @@ namespace
 {
 const std::string kFolder = std::string(ZELHUB_SOURCE_DIR) + "/tests/messages/";
 
+/// The messages as lines, each once; the catalogue hears them.
 std::string TranscriptOf(const CMessageRecorder& recorder)
 {
     std::string strTranscript;
     std::set<std::string> seen;
     for (const SaidMessage& said : recorder.Said()) {
         const std::string strLine =
-            said.strLevel + "|" + said.strFunction + "|" + Escaped(said.strText) + "\n";
-        if (seen.insert(strLine).second)
-            strTranscript += strLine;
+            said.strLevel + "|" + said.strFunction + "|" + Escaped(said.strText);
+        if (!seen.insert(strLine).second)
+            continue;
+        EXPECT_TRUE(HeardMessages().Hear(said)) << "not in the catalogue: " << strLine;
+        strTranscript += strLine + "\n";
     }
     return strTranscript;
 }
@@ -62,12 +65,9 @@ CMessageCatalogue& HeardMessages()
 
 void ExpectTranscript(const std::string& strName, const CMessageRecorder& recorder)
 {
-    for (const SaidMessage& said : recorder.Said()) {
-        EXPECT_TRUE(HeardMessages().Hear(said)) << "not in the catalogue: " << said.strLevel << "|"
-                                                << said.strFunction << "|" << Escaped(said.strText);
-    }
+    const std::string strTranscript = TranscriptOf(recorder);
     const std::string strFile = kFolder + "transcripts/" + strName + ".txt";
     if (std::getenv("ZELHUB_RECORD_TRANSCRIPTS") != nullptr)
-        std::ofstream(strFile, std::ios::binary) << TranscriptOf(recorder);
-    EXPECT_EQ(TranscriptOf(recorder), FileText(strFile)) << strFile;
+        std::ofstream(strFile, std::ios::binary) << strTranscript;
+    EXPECT_EQ(strTranscript, FileText(strFile)) << strFile;
 }

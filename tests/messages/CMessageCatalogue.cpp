@@ -1,5 +1,6 @@
 #include "messages/CMessageCatalogue.h"
 
+#include <cstdio>
 #include <fstream>
 #include <stdexcept>
 
@@ -54,6 +55,12 @@ std::string Escaped(const std::string& strText)
     std::string strOut;
     for (const char ch : strText) {
         bool bDone = false;
+        if (static_cast<unsigned char>(ch) >= 0x80) {
+            char szHex[5];
+            std::snprintf(szHex, sizeof szHex, "\\x%02X", static_cast<unsigned char>(ch));
+            strOut += szHex;
+            continue;
+        }
         for (const auto& [raw, shown] : kEscapes) {
             if (ch == raw && ch != '"') {
                 strOut += {'\\', shown};
@@ -75,6 +82,10 @@ std::string Unescaped(const std::string& strText)
             continue;
         }
         ++i;
+        if (strText[i] == 'x') {
+            strOut += static_cast<char>(std::stoi(strText.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        }
         for (const auto& [raw, shown] : kEscapes) {
             if (strText[i] == shown)
                 strOut += raw;
