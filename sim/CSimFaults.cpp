@@ -81,7 +81,7 @@ constexpr Operation kOperations[] = {
     {"IProcess::CloseToken", SimCodeKind::LastError},
     {"IProcess::DisableRedirection", SimCodeKind::LastError},
     {"IProcess::FetchResource", SimCodeKind::LastError},
-    {"IProcess::FreeModule", SimCodeKind::LastError},
+    {"IProcess::UnloadModule", SimCodeKind::LastError},
     {"IProcess::HasFunction", SimCodeKind::LastError},
     {"IProcess::LoadModule", SimCodeKind::LastError},
     {"IProcess::LoadedModule", SimCodeKind::LastError},

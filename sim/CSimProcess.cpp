@@ -100,9 +100,9 @@ HANDLE CSimProcess::LoadModule(const WCHAR* pszName)
                                    std::make_shared<CModuleObject>());
 }
 
-bool CSimProcess::FreeModule(HANDLE hModule)
+bool CSimProcess::UnloadModule(HANDLE hModule)
 {
-    if (!m_machine.Enter("IProcess::FreeModule"))
+    if (!m_machine.Enter("IProcess::UnloadModule"))
         return false;
     return m_machine.Handles().Close<CModuleObject>(hModule) || m_machine.Fail(kErrInvalidHandle);
 }

@@ -51,7 +51,7 @@ public:
     int NarrowText(const WCHAR* pszText, int cch, char* pBuffer, int cb) override;
     HANDLE LoadedModule(const WCHAR* pszName) override;
     HANDLE LoadModule(const WCHAR* pszName) override;
-    bool FreeModule(HANDLE hModule) override;
+    bool UnloadModule(HANDLE hModule) override;
     bool HasFunction(HANDLE hModule, const char* pszName) override;
     bool QueryWow64Process2(USHORT* pProcessMachine, USHORT* pNativeMachine) override;
     bool QueryWow64Process(int* pnWow64) override;

@@ -28,9 +28,9 @@ public:
     /// A module that is loaded already; not counted. @return null when it is not
     virtual HANDLE LoadedModule(const WCHAR* pszName) = 0;
 
-    /// Loads a module. @return a handle for FreeModule, or null
+    /// Loads a module. @return a handle for UnloadModule, or null
     virtual HANDLE LoadModule(const WCHAR* pszName) = 0;
-    virtual bool FreeModule(HANDLE hModule) = 0; ///< true on success
+    virtual bool UnloadModule(HANDLE hModule) = 0; ///< true on success
 
     /// Whether the module exports a function of that name.
     virtual bool HasFunction(HANDLE hModule, const char* pszName) = 0;

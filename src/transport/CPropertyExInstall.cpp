@@ -68,7 +68,7 @@ public:
         if (m_bDisabled)
             CurrentPlatform().Process().RevertRedirection(m_pOld);
         if (m_hKernel != nullptr)
-            CurrentPlatform().Process().FreeModule(m_hKernel);
+            CurrentPlatform().Process().UnloadModule(m_hKernel);
     }
 
     /// @return true when redirection is off

@@ -78,7 +78,7 @@ HANDLE CLinuxProcess::LoadModule(const WCHAR*)
     return nullptr;
 }
 
-bool CLinuxProcess::FreeModule(HANDLE)
+bool CLinuxProcess::UnloadModule(HANDLE)
 {
     return FailWith(kErrInvalidHandle);
 }

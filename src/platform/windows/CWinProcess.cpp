@@ -67,7 +67,7 @@ HANDLE CWinProcess::LoadModule(const WCHAR* pszName)
     return ::LoadLibraryW(pszName);
 }
 
-bool CWinProcess::FreeModule(HANDLE hModule)
+bool CWinProcess::UnloadModule(HANDLE hModule)
 {
     return ::FreeLibrary(static_cast<HMODULE>(hModule)) != FALSE;
 }
