@@ -81,7 +81,6 @@ constexpr Operation kOperations[] = {
     {"IProcess::CloseToken", SimCodeKind::LastError},
     {"IProcess::DisableRedirection", SimCodeKind::LastError},
     {"IProcess::FetchResource", SimCodeKind::LastError},
-    {"IProcess::UnloadModule", SimCodeKind::LastError},
     {"IProcess::HasFunction", SimCodeKind::LastError},
     {"IProcess::LoadModule", SimCodeKind::LastError},
     {"IProcess::LoadedModule", SimCodeKind::LastError},
@@ -97,6 +96,7 @@ constexpr Operation kOperations[] = {
     {"IProcess::RevertRedirection", SimCodeKind::LastError},
     {"IProcess::SystemVersion", SimCodeKind::LastError},
     {"IProcess::TokenElevation", SimCodeKind::LastError},
+    {"IProcess::UnloadModule", SimCodeKind::LastError},
     {"IServiceManager::Close", SimCodeKind::LastError},
     {"IServiceManager::Control", SimCodeKind::LastError},
     {"IServiceManager::Create", SimCodeKind::LastError},
@@ -111,6 +111,11 @@ constexpr Operation kOperations[] = {
     {"IWinUsb::TransferResult", SimCodeKind::LastError},
 };
 constexpr size_t kCount = std::size(kOperations);
+static_assert(std::is_sorted(std::begin(kOperations), std::end(kOperations),
+                             [](const Operation& a, const Operation& b) {
+                                 return a.strName < b.strName;
+                             }),
+              "the table is searched by halving");
 
 size_t PlaceOf(std::string_view strName)
 {
