@@ -20,7 +20,8 @@ std::ostream& operator<<(std::ostream& out, const Request& request)
     char text[128];
     (void)std::snprintf(text, sizeof(text), "%02x/%02x value %04x index %04x length %u %u ms",
                         request.byType, request.byRequest, request.wValue, request.wIndex,
-                        request.dwLength, request.dwTimeoutMs);
+                        static_cast<unsigned>(request.dwLength),
+                        static_cast<unsigned>(request.dwTimeoutMs));
     out << text;
     const std::size_t cbShown = std::min<std::size_t>(request.vSent.size(), 16);
     for (std::size_t i = 0; i < cbShown; ++i)

@@ -36,7 +36,8 @@ public:
     bool Arrive(DWORD devInst, DWORD dwOldSS) override
     {
         char szText[64];
-        std::snprintf(szText, sizeof szText, "arrive %u ss=%x", devInst, dwOldSS);
+        std::snprintf(szText, sizeof szText, "arrive %u ss=%x", static_cast<unsigned>(devInst),
+                      static_cast<unsigned>(dwOldSS));
         told.emplace_back(szText);
         held = devInst;
         return true;

@@ -2,7 +2,11 @@
 
 // clang-format off
 #include <windows.h>
+// Not every version of the header says itself that these are C functions.
+extern "C"
+{
 #include <hidsdi.h>
+}
 // clang-format on
 
 static_assert(sizeof(HID_CAPS) == sizeof(HIDP_CAPS));
