@@ -17,36 +17,6 @@ const HubKind kHubKinds[] = {
     {"TwoBanksReadBack", true, false},
 };
 
-std::vector<NamedFault> AllFaults()
-{
-    SimFault lost = {SimFaultKind::Fail};
-    lost.bActs = true;
-    SimFault timedOut = {SimFaultKind::TimeOut};
-    timedOut.bActs = true;
-    SimFault corruptEnd = {SimFaultKind::Corrupt};
-    corruptEnd.dwOffset = 0xFFFFFFFF;
-    corruptEnd.byMask = 0x80;
-    SimFault corruptTwice = {SimFaultKind::Corrupt};
-    corruptTwice.nTimes = 2; // a flash write's both sendings
-    SimFault lieTwice = {SimFaultKind::Lie};
-    lieTwice.nTimes = 2;
-    SimFault shortLeave = {SimFaultKind::Vanish};
-    shortLeave.dwBackMs = 700;
-    return {{"fails", {SimFaultKind::Fail}},
-            {"answer lost", lost},
-            {"stalls", {SimFaultKind::Stall}},
-            {"times out", {SimFaultKind::TimeOut}},
-            {"times out after acting", timedOut},
-            {"URB status", {SimFaultKind::UrbStatus, 0xC0000004}},
-            {"first byte corrupt", {SimFaultKind::Corrupt}},
-            {"last byte corrupt", corruptEnd},
-            {"corrupt twice", corruptTwice},
-            {"lies", {SimFaultKind::Lie}},
-            {"lies twice", lieTwice},
-            {"vanishes for a moment", shortLeave},
-            {"vanishes for good", {SimFaultKind::Vanish}}};
-}
-
 class HubSweep : public testing::TestWithParam<HubKind>
 {
 protected:
@@ -92,7 +62,7 @@ TEST_P(HubSweep, EveryFaultAtEveryTransfer)
         nTransfers = whole.hub.Transfers();
     }
     SweepTally tally(std::string("transfers of ") + GetParam().pszName);
-    for (const NamedFault& named : AllFaults()) {
+    for (const NamedFault& named : UsbFaults()) {
         for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
             SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
             HubBench bench(Settings());
@@ -135,7 +105,7 @@ TEST_P(HubSweep, EveryFaultAtEveryTransferOfAnErase)
         nTransfers = whole.hub.Transfers();
     }
     SweepTally tally(std::string("transfers of an erase of ") + GetParam().pszName);
-    for (const NamedFault& named : AllFaults()) {
+    for (const NamedFault& named : UsbFaults()) {
         for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
             SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
             HubBench bench(Settings());

@@ -1,5 +1,6 @@
 #include "dev/CI2CPdDev.h"
 #include "sim/CSimPd.h"
+#include "sweeps/SeamFaults.h"
 #include "sweeps/SweepRig.h"
 #include "wire/HubRequests.h"
 
@@ -213,7 +214,8 @@ std::vector<std::uint64_t> Chosen(const std::vector<BYTE>& commands)
 class PdSweep : public testing::TestWithParam<PdKind>
 {
 protected:
-    static void BreakThenRepeat(PdBench& bench, SweepTally& tally)
+    static void BreakThenRepeat(PdBench& bench, SweepTally& tally,
+                                const std::string& strOperation = {})
     {
         const unsigned nRunning = GetParam().nBank;
         Image before = bench.pd.Banks().Bank(nRunning);
@@ -233,7 +235,7 @@ protected:
         EXPECT_TRUE(before == after || bench.pd.Faults().Transfers(kResetToRom) > 0)
             << "the bank that ran is damaged";
         EXPECT_TRUE(bench.hub.Runs(OldImage()));
-        EXPECT_EQ(bench.machine.Handles().Describe(), "");
+        ExpectTidy(bench.machine.Handles(), strOperation);
 
         bench.HealPd();
         bench.pd.Misuse().Clear();
@@ -281,6 +283,26 @@ TEST_P(PdSweep, PowerLostAtTheFlashOperations)
             bench.pd.LosePowerAt(n, eWhen);
             BreakThenRepeat(bench, tally);
         }
+    }
+}
+
+TEST_P(PdSweep, EveryKindOfCallFails)
+{
+    std::map<std::string, unsigned> counts;
+    {
+        PdBench whole(GetParam());
+        CPdRun run(whole);
+        ASSERT_TRUE(run.Update());
+        counts = whole.machine.Faults().Counts();
+    }
+    SweepTally tally(std::string("seam calls of a PD update of ") + GetParam().pszName);
+    for (const SeamFault& fault : FaultsOf(counts, SweepsAll() ? 1 : 197)) {
+        if (HasFailure())
+            return;
+        SCOPED_TRACE(testing::Message() << fault);
+        PdBench bench(GetParam());
+        bench.machine.Faults().FailCall(fault.strOperation, fault.nCall, fault.dwCode);
+        BreakThenRepeat(bench, tally, fault.strOperation);
     }
 }
 

@@ -1,55 +1,11 @@
 #include "api/zelhub.h"
+#include "sweeps/SeamFaults.h"
 #include "sweeps/SweepRig.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <utility>
-
 namespace
 {
-/// Two codes that a failing operation may really give.
-std::pair<DWORD, DWORD> CodesOf(const std::string& strOperation)
-{
-    switch (CSimFaults::KindOf(strOperation)) {
-    case SimCodeKind::ConfigResult:
-        return {0x0D, 0x33}; // no such node; access denied
-    case SimCodeKind::HResult:
-        return {0x80070005, 0x80004005}; // access denied; unspecified
-    default:
-        return {kErrAccessDenied, kErrGenFailure};
-    }
-}
-
-/// One call through the seam that fails.
-struct SeamFault
-{
-    std::string strOperation;
-    unsigned nCall;
-    DWORD dwCode;
-};
-
-std::ostream& operator<<(std::ostream& out, const SeamFault& fault)
-{
-    return out << fault.strOperation << " call " << fault.nCall << " fails with " << fault.dwCode;
-}
-
-/// Every call that a session makes, once with each code.
-std::vector<SeamFault> FaultsOf(const std::map<std::string, unsigned>& counts)
-{
-    std::vector<SeamFault> faults;
-    for (const auto& [strOperation, nCalls] : counts) {
-        if (CSimFaults::KindOf(strOperation) == SimCodeKind::None)
-            continue;
-        const auto [dwFirst, dwSecond] = CodesOf(strOperation);
-        for (unsigned n = 1; n <= nCalls; ++n) {
-            faults.push_back({strOperation, n, dwFirst});
-            faults.push_back({strOperation, n, dwSecond});
-        }
-    }
-    return faults;
-}
-
 /// What a host of the plain functions saw.
 struct PlainSession
 {
@@ -78,18 +34,6 @@ PlainSession RunPlain(HubBench& bench)
     XH_FreeAllDevice(pList);
     XH_ReleaseDevice();
     return seen;
-}
-
-/// Nothing stays open but what could not be closed, and nothing is closed twice.
-void ExpectTidy(const CSimHandles& handles, const std::string& strOperation)
-{
-    const bool bCloses = strOperation.find("::Close") != std::string::npos ||
-                         strOperation.find("::DestroySet") != std::string::npos;
-    EXPECT_LE(handles.Open().size(), bCloses ? 1u : 0u) << handles.Describe();
-    // COM is taken back also where its start failed: nobody looks at that result.
-    if (strOperation != "IPowerSwitch::InitializeCom") {
-        EXPECT_TRUE(handles.Misuses().empty()) << handles.Misuses().front();
-    }
 }
 
 TEST(SeamSweep, EveryCallOfStartListOpenRelease)

@@ -106,6 +106,38 @@ bool CHostRun::RunsImageVersion()
     return m_flow.DevReadVersion(wVersion) && wVersion == wImage;
 }
 
+const std::vector<NamedFault>& UsbFaults()
+{
+    SimFault lost = {SimFaultKind::Fail};
+    lost.bActs = true;
+    SimFault timedOut = {SimFaultKind::TimeOut};
+    timedOut.bActs = true;
+    SimFault corruptEnd = {SimFaultKind::Corrupt};
+    corruptEnd.dwOffset = 0xFFFFFFFF;
+    corruptEnd.byMask = 0x80;
+    SimFault corruptTwice = {SimFaultKind::Corrupt};
+    corruptTwice.nTimes = 2; // a flash write's both sendings
+    SimFault lieTwice = {SimFaultKind::Lie};
+    lieTwice.nTimes = 2;
+    SimFault shortLeave = {SimFaultKind::Vanish};
+    shortLeave.dwBackMs = 700;
+    static const std::vector<NamedFault> s_faults = {
+        {"fails", {SimFaultKind::Fail}},
+        {"answer lost", lost},
+        {"stalls", {SimFaultKind::Stall}},
+        {"times out", {SimFaultKind::TimeOut}},
+        {"times out after acting", timedOut},
+        {"URB status", {SimFaultKind::UrbStatus, 0xC0000004}},
+        {"first byte corrupt", {SimFaultKind::Corrupt}},
+        {"last byte corrupt", corruptEnd},
+        {"corrupt twice", corruptTwice},
+        {"lies", {SimFaultKind::Lie}},
+        {"lies twice", lieTwice},
+        {"vanishes for a moment", shortLeave},
+        {"vanishes for good", {SimFaultKind::Vanish}}};
+    return s_faults;
+}
+
 SweepTally::~SweepTally()
 {
     std::printf("%s: %u runs, %u succeeded, %u would have been believed wrongly\n", strName.c_str(),

@@ -85,6 +85,9 @@ struct NamedFault
     SimFault fault;
 };
 
+/// What can happen to one transfer of a device with an endpoint 0.
+const std::vector<NamedFault>& UsbFaults();
+
 /// Counts what a sweep did, and prints it at its end.
 struct SweepTally
 {
