@@ -7,8 +7,10 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh build
 echo "Building the tool (once; a minute or two on a small machine) ..."
 log=$(mktemp)
-work=$(mktemp -d)
-trap 'rm -rf "$log" "$work"' EXIT
+trap 'rm -f "$log"' EXIT
+work=build/demo
+rm -rf $work
+mkdir -p $work
 { cmake --preset release && cmake --build --preset release --target zelhub; } >"$log" 2>&1 || {
     tail -n 40 "$log" >&2
     exit 1
@@ -17,7 +19,7 @@ tool=build/release/tools/zelhub/zelhub
 hub=inst:11
 
 # Every call is a process of its own; the state file keeps the desk between them.
-zelhub() { $tool --bench examples/desk.json --bench-state "$work/desk.state" "$@"; }
+zelhub() { $tool --bench examples/desk.json --bench-state $work/desk.state "$@"; }
 show() {
     printf '\n$ zelhub %s\n' "$*"
     zelhub "$@"
@@ -28,10 +30,10 @@ echo "A simulated desk (examples/desk.json); with real hubs leave out --bench an
 show list
 before=$(zelhub list)
 
-show bench image --version 0x0200 --chip 0x6560 "$work/new.bin"
-show info "$work/new.bin"
-show --hub $hub --bench-pace 2 update "$work/new.bin"
-show --hub $hub verify "$work/new.bin"
+show bench image --version 0x0200 --chip 0x6560 $work/new.bin
+show info $work/new.bin
+show --hub $hub --bench-pace 2 update $work/new.bin
+show --hub $hub verify $work/new.bin
 after=$(zelhub list)
 
 # Instance number, port and version of the maker's hubs, out of a list.
@@ -47,4 +49,9 @@ while read -r instance port was is; do
     fi
     printf '%-10s %-6s %-8s %-8s %s\n' "$instance" "$port" "$was" "$is" "$note"
 done < <(join -o 1.1,1.2,1.3,2.3 <(versions "$before" | sort) <(versions "$after" | sort))
+cat <<END
+
+Go on by yourself:
+  $tool --bench examples/desk.json --bench-state $work/desk.state list
+END
 [ $changed -eq 1 ] || { echo "demo: expected one updated hub, found $changed" >&2; exit 1; }

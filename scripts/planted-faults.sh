@@ -45,18 +45,21 @@ for patch in "${patches[@]}"; do
     name=$(basename "$patch" .patch)
     patch=$(realpath "$patch")
     if ! apply "$patch"; then
-        verdict="does not apply"
-    elif ! build; then
+        printf '%-40s %s\n' "$name" "does not apply"
+        bad=$((bad + 1))
+        continue
+    fi
+    if ! build; then
         verdict="does not compile"
         grep -m 3 'error' "$out.log" >&2
     elif suite; then
         verdict="NOT NOTICED"
     else
-        verdict="caught by $(sed -n 's/^ *[0-9]* - \([^ ]*\) (.*/\1/p' "$out.tests.log" | sort -u | paste -sd ' ')"
+        verdict="caught by $(sed -n 's/^[[:space:]]*[0-9]* - \([^ ]*\) (.*/\1/p' "$out.tests.log" | sort -u | paste -sd ' ')"
     fi
     printf '%-40s %s\n' "$name" "$verdict"
     [[ $verdict == caught* ]] || bad=$((bad + 1))
-    fresh_copy
+    apply -R "$patch"
 done
 echo "planted faults: $((${#patches[@]} - bad)) of ${#patches[@]} caught"
 [ $bad -eq 0 ]
