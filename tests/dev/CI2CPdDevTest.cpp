@@ -150,12 +150,12 @@ TEST_F(PdDevTest, ResetsLeadToWaiting)
     Enter(FLASH_STATE);
     EXPECT_TRUE(m_dev.Reset2RomEx());
     EXPECT_TRUE(IsIn(WAIT_STATE));
-    EXPECT_TRUE(m_reports.Has("L0 CI2CPdDev::Reset2RomEx: current state is WaitState\n"));
+    EXPECT_TRUE(m_reports.Has("0|CI2CPdDev::Reset2RomEx|current state is WaitState\n"));
 
     Enter(ROM_STATE);
     EXPECT_TRUE(m_dev.Reset2FlashEx());
     EXPECT_TRUE(IsIn(WAIT_STATE));
-    EXPECT_TRUE(m_reports.Has("L0 CI2CPdDev::Reset2FlashEx: current state is WaitState\n"));
+    EXPECT_TRUE(m_reports.Has("0|CI2CPdDev::Reset2FlashEx|current state is WaitState\n"));
     EXPECT_TRUE(m_dev.IsNeedReset());
 
     Enter(FLASH_STATE);
@@ -167,7 +167,7 @@ TEST_F(PdDevTest, ResetsLeadToWaiting)
 
 TEST_F(PdDevTest, ChoosesTheBankThatDoesNotRun)
 {
-    const std::string strHead = "L0 CI2CPdDev::IsDualBank: In IsDualBank,";
+    const std::string strHead = "0|CI2CPdDev::IsDualBank|In IsDualBank,";
     StatusWith({{14, 0xEF}});
     EXPECT_TRUE(m_dev.IsDualBank());
     EXPECT_EQ(m_dev.FlashAddr(), 0x20000u);
@@ -182,7 +182,7 @@ TEST_F(PdDevTest, ChoosesTheBankThatDoesNotRun)
 
     EXPECT_THAT(Sent(), ElementsAre(kStatus, kStatus, kStatus));
     EXPECT_THAT(
-        m_reports.Of("L0 CI2CPdDev"),
+        m_reports.Of("0|CI2CPdDev"),
         ElementsAre(strHead + "bres is 1,m_dwFlashAddr 0x20000,Current Code is Work On Bank 0\n",
                     strHead + "bres is 1,m_dwFlashAddr 0x0,Current Code is Work On Bank 1\n",
                     strHead + "bres is 0,m_dwFlashAddr 0x20000,Current Code is Work On Bank 0\n"));
@@ -197,8 +197,8 @@ TEST_F(PdDevTest, RunsRomCodeWhereTheFirstByteIsZero)
     m_transport.m_fails = {{2, 31}};
     EXPECT_FALSE(m_dev.IsRomCode()); // zeros that nobody sent are no ROM code
 
-    const std::string strHead = "L0 CI2CPdDev::IsRomCode: In IsRomCode,byICStatus[0]= ";
-    EXPECT_THAT(m_reports.Of("L0 CI2CPdDev"),
+    const std::string strHead = "0|CI2CPdDev::IsRomCode|In IsRomCode,byICStatus[0]= ";
+    EXPECT_THAT(m_reports.Of("0|CI2CPdDev"),
                 ElementsAre(strHead + "0,FW version is 7.9 \n", strHead + "1,FW version is 7.9 \n",
                             strHead + "0,FW version is 0.0 \n"));
 }
@@ -239,7 +239,7 @@ TEST_F(PdDevTest, PresenceIsAProbeThatMovesTheState)
     EXPECT_TRUE(IsIn(UNKNOWN_STATE));
     EXPECT_FALSE(m_dev.IsAbsent());
     EXPECT_TRUE(m_dev.IsMeEx(0));
-    EXPECT_THAT(m_reports.Of("L0 CI2CPdDev"), IsEmpty()); // arrivals do not log
+    EXPECT_THAT(m_reports.Of("0|CI2CPdDev"), IsEmpty()); // arrivals do not log
 
     m_transport.m_fails = {{2, 31}, {3, 31}};
     Enter(WAIT_STATE);
@@ -247,7 +247,7 @@ TEST_F(PdDevTest, PresenceIsAProbeThatMovesTheState)
     EXPECT_TRUE(IsIn(OFFLINE_STATE));
     EXPECT_FALSE(m_dev.IsPresent());
     EXPECT_THAT(Sent(), ElementsAre(kEnable1, kEnable1, kEnable1, kEnable1));
-    EXPECT_TRUE(m_reports.Has("L0 CI2CPdDev::Remove: current state is OfflineState\n"));
+    EXPECT_TRUE(m_reports.Has("0|CI2CPdDev::Remove|current state is OfflineState\n"));
 }
 
 TEST_F(PdDevTest, ArrivesAndGoesLikeAHub)
@@ -255,19 +255,19 @@ TEST_F(PdDevTest, ArrivesAndGoesLikeAHub)
     EXPECT_TRUE(m_dev.Arrive(44, 7));
     EXPECT_TRUE(m_dev.IsMeEx(44));
     EXPECT_TRUE(IsIn(UNKNOWN_STATE));
-    EXPECT_THAT(m_reports.m_lines, IsEmpty());
+    EXPECT_THAT(m_reports.Lines(), IsEmpty());
 
     EXPECT_TRUE(m_dev.Remove());
     EXPECT_THAT(m_transport.m_ssTurnedOn, ElementsAre(44));
     EXPECT_FALSE(m_dev.IsMeEx(44));
     EXPECT_TRUE(m_dev.Remove());
     EXPECT_THAT(m_transport.m_ssTurnedOn, ElementsAre(44));
-    EXPECT_THAT(m_reports.m_lines,
-                ElementsAre("L0 CI2CPdDev::Remove: dwOldSSValue is 7,Turn On Hub SS\n",
-                            "L0 CI2CPdDev::Remove: current state is UnknownState\n",
-                            "L0 CI2CPdDev::Remove: m_DevInst is 0,dwOldSSValue is 0,Not Need Set "
+    EXPECT_THAT(m_reports.Lines(),
+                ElementsAre("0|CI2CPdDev::Remove|dwOldSSValue is 7,Turn On Hub SS\n",
+                            "0|CI2CPdDev::Remove|current state is UnknownState\n",
+                            "0|CI2CPdDev::Remove|m_DevInst is 0,dwOldSSValue is 0,Not Need Set "
                             "Hub SS\n",
-                            "L0 CI2CPdDev::Remove: current state is UnknownState\n"));
+                            "0|CI2CPdDev::Remove|current state is UnknownState\n"));
 }
 
 TEST_F(PdDevTest, ByPassModeIsTheHubsSubRequest)
@@ -350,14 +350,14 @@ TEST_F(PdDevTest, WritesInBlocksAndShowsHowFarItIs)
         std::size_t cb;
         std::vector<std::string> shown;
     } cases[] = {
-        {0, {"UI2 write flash complete 100%\n", "UI2 dwFlashAddr is 0x20000\n"}},
-        {200, {"UI2 write flash complete 100%\n", "UI2 dwFlashAddr is 0x20000\n"}},
+        {0, {"ui2|write flash complete 100%\n", "ui2|dwFlashAddr is 0x20000\n"}},
+        {200, {"ui2|write flash complete 100%\n", "ui2|dwFlashAddr is 0x20000\n"}},
         {300,
-         {"UI2 write flash complete 0%\r", "30%", "UI2 write flash complete 100%\n",
-          "UI2 dwFlashAddr is 0x20100\n"}},
+         {"ui2|write flash complete 0%\r", "progress|30", "ui2|write flash complete 100%\n",
+          "ui2|dwFlashAddr is 0x20100\n"}},
         {512,
-         {"UI2 write flash complete 0%\r", "30%", "UI2 write flash complete 50%\r", "50%",
-          "UI2 write flash complete 100%\n", "UI2 dwFlashAddr is 0x20200\n"}},
+         {"ui2|write flash complete 0%\r", "progress|30", "ui2|write flash complete 50%\r",
+          "progress|50", "ui2|write flash complete 100%\n", "ui2|dwFlashAddr is 0x20200\n"}},
     };
     m_dev.SetFlashAddr(0x20000);
     for (const auto& c : cases) {
@@ -366,7 +366,7 @@ TEST_F(PdDevTest, WritesInBlocksAndShowsHowFarItIs)
         Anew();
         EXPECT_TRUE(m_dev.WriteFlashEx(image));
         EXPECT_EQ(Sent(), WriteOf(image, 0x13, 0x20000));
-        EXPECT_EQ(m_reports.m_lines, c.shown);
+        EXPECT_EQ(m_reports.Lines(), c.shown);
     }
 }
 
@@ -379,7 +379,7 @@ TEST_F(PdDevTest, AWriteEndsAtTheFirstFailingUnit)
         m_transport.m_fails = {{nFail, 31}};
         EXPECT_EQ(m_dev.WriteFlashEx(image), nFail == 0);
         EXPECT_EQ(Sent().size(), nFail == 0 ? 12u : nFail + 1);
-        EXPECT_EQ(m_reports.Has("UI2 write flash complete 100%\n"), nFail == 0 || nFail > 9);
+        EXPECT_EQ(m_reports.Has("ui2|write flash complete 100%\n"), nFail == 0 || nFail > 9);
     }
     Anew();
     m_transport.m_fails = {{0, 31}};
@@ -400,8 +400,8 @@ TEST_F(PdDevTest, ReadsAsMuchAsTheFirmwareBufferHolds)
     EXPECT_EQ(Sent()[9], In(0x33, 256, 31));
     EXPECT_EQ(Sent()[10], In(0x33, 287, 13));
     EXPECT_EQ(Cut(vOut, 287, 13), Pattern(13));
-    const std::string strHead = "L0 CI2CPdDev::ReadFlashEx: ";
-    EXPECT_THAT(m_reports.m_lines, ElementsAre(strHead + "dwlen is 300,input vecbuf size is 1\n",
+    const std::string strHead = "0|CI2CPdDev::ReadFlashEx|";
+    EXPECT_THAT(m_reports.Lines(), ElementsAre(strHead + "dwlen is 300,input vecbuf size is 1\n",
                                                strHead + "read flash complete 0% \n",
                                                strHead + "read flash for exit\n",
                                                strHead + "dwlen%LEN_RW_UNIT == 44 \n",
@@ -410,7 +410,7 @@ TEST_F(PdDevTest, ReadsAsMuchAsTheFirmwareBufferHolds)
     m_dev.SetFwBuf(Bytes(256));
     Anew();
     EXPECT_TRUE(m_dev.ReadFlashEx(vOut));
-    EXPECT_THAT(m_reports.m_lines, ElementsAre(strHead + "dwlen is 256,input vecbuf size is 300\n",
+    EXPECT_THAT(m_reports.Lines(), ElementsAre(strHead + "dwlen is 256,input vecbuf size is 300\n",
                                                strHead + "read flash complete 0% \n",
                                                strHead + "read flash for exit\n",
                                                strHead + "read flash complete 100% \n"));
@@ -475,7 +475,7 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
         {"reading back fails", {}, 0, {{1, 31}}, {kStatus, kRead}, false, "0|00|00"},
         {"unknown what it offers", {{13, 0x0C}}, 2, {{0, 31}}, {kStatus, kRead}, true, "0|00|00"},
     };
-    const std::string strHead = "CI2CPdDev::CheckFlashInFlash: ";
+    const std::string strHead = "CI2CPdDev::CheckFlashInFlash|";
     m_dev.SetFlashAddr(0x20000);
     m_dev.SetFwBuf(Bytes(4, 0xA5));
     for (const CheckCase& c : cases) {
@@ -489,16 +489,16 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
 
         EXPECT_EQ(Sent(), c.requests);
         std::vector<std::string> says = {
-            "L0 " + strHead + "Flash Code is " + c.strOffers.substr(0, 1) +
+            "0|" + strHead + "Flash Code is " + c.strOffers.substr(0, 1) +
             ",byICStatus[0x0D] & 0x08 = " + c.strOffers.substr(2, 2) +
             ",byICStatus[0x0D] & 0x04 = " + c.strOffers.substr(5, 2) + "\n"};
         const std::string strEnd = c.bResult ? "return true\n" : "return false\n";
-        const std::string strLevel = c.bResult ? "L0 " : "L1 ";
+        const std::string strLevel = c.bResult ? "0|" : "1|";
         if (c.requests.back() == kIsp)
             says.push_back(strLevel + strHead + "check flash with isp " + strEnd);
         says.push_back(strLevel + strHead + "check flash in flash " + strEnd);
-        std::vector<std::string> said = m_reports.Of("L0 " + strHead);
-        const std::vector<std::string> complaints = m_reports.Of("L1 " + strHead);
+        std::vector<std::string> said = m_reports.Of("0|" + strHead);
+        const std::vector<std::string> complaints = m_reports.Of("1|" + strHead);
         said.insert(said.end(), complaints.begin(), complaints.end());
         EXPECT_EQ(said, says);
     }
@@ -506,7 +506,7 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
 
 TEST_F(PdDevTest, AGoodCrcMarksTheOtherBank)
 {
-    const std::string strHead = "CI2CPdDev::MP_CheckCRC: ";
+    const std::string strHead = "CI2CPdDev::MP_CheckCRC|";
     const struct
     {
         const char* pszCase;
@@ -523,36 +523,36 @@ TEST_F(PdDevTest, AGoodCrcMarksTheOtherBank)
          {},
          {In(0x35, 0, 1), Out(0x13, 0x7EF0, {0, 0}, 20000)},
          true,
-         "L0 " + strHead + "Check CRC return is 2\n"},
+         "0|" + strHead + "Check CRC return is 2\n"},
         {"bank 1",
          0x20000,
          2,
          {},
          {In(0x35, 0x100, 1), Out(0x04, 0x7EF0, {0, 0}, 20000)},
          true,
-         "L0 " + strHead + "Check CRC return is 2\n"},
+         "0|" + strHead + "Check CRC return is 2\n"},
         {"mark refused",
          0,
          2,
          {{1, 31}},
          {In(0x35, 0, 1), Out(0x13, 0x7EF0, {0, 0}, 20000)},
          false,
-         "L0 " + strHead + "Check CRC return is 2\n"},
-        {"bad", 0, 3, {}, {In(0x35, 0, 1)}, false, "L0 " + strHead + "Check CRC return is 3\n"},
+         "0|" + strHead + "Check CRC return is 2\n"},
+        {"bad", 0, 3, {}, {In(0x35, 0, 1)}, false, "0|" + strHead + "Check CRC return is 3\n"},
         {"unreadable",
          0,
          2,
          {{0, 31}},
          {In(0x35, 0, 1)},
          false,
-         "L1 " + strHead + "Check CRC fail.\n"},
+         "1|" + strHead + "Check CRC fail.\n"},
         {"no bank",
          0x10000,
          2,
          {},
          {},
          false,
-         "L1 " + strHead + "Check CRC invalid address 0x10000\n"},
+         "1|" + strHead + "Check CRC invalid address 0x10000\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.pszCase);
@@ -562,7 +562,7 @@ TEST_F(PdDevTest, AGoodCrcMarksTheOtherBank)
         m_transport.m_fails = c.fails;
         EXPECT_EQ(m_dev.MP_CheckCRC(), c.bResult);
         EXPECT_EQ(Sent(), c.requests);
-        EXPECT_THAT(m_reports.m_lines, ElementsAre(c.strSays));
+        EXPECT_THAT(m_reports.Lines(), ElementsAre(c.strSays));
     }
 }
 } // namespace

@@ -107,12 +107,12 @@ TEST_F(StateTest, ModesThatCannotRefuseWithTheirReasonAndChangeNothing)
         for (const StateOperation& op : kOperations) {
             SCOPED_TRACE(std::string(state.pszClass) + "::" + op.pszName);
             CState* const pState = Enter(state.eState);
-            m_reports.m_lines.clear();
+            m_reports.Clear();
 
             EXPECT_FALSE(op.pfnDo(m_dev));
 
-            EXPECT_THAT(m_reports.m_lines,
-                        ElementsAre(std::string("L1 ") + state.pszClass + "::" + op.pszName + ": " +
+            EXPECT_THAT(m_reports.Lines(),
+                        ElementsAre(std::string("1|") + state.pszClass + "::" + op.pszName + "|" +
                                     state.pszMode + " not support " + op.pszRefusal + "\n"));
             EXPECT_EQ(m_dev.GetDevState(), pState);
         }
@@ -146,13 +146,13 @@ TEST_F(StateTest, RomModeSaysThatItSupportsTheResetAndHasNoVersion)
     (void)Enter(ROM_STATE);
 
     EXPECT_TRUE(m_dev.Reset2Rom());
-    EXPECT_THAT(m_reports.m_lines, ElementsAre("L0 CRomMode::Reset2Rom: "
+    EXPECT_THAT(m_reports.Lines(), ElementsAre("0|CRomMode::Reset2Rom|"
                                                "rom code support reset2Rom\n"));
     Anew();
     g_wVersion = 0x1111;
     EXPECT_FALSE(m_dev.DevReadVersion(g_wVersion));
     EXPECT_EQ(g_wVersion, 0x1111);
-    EXPECT_THAT(m_reports.m_lines, IsEmpty());
+    EXPECT_THAT(m_reports.Lines(), IsEmpty());
 }
 
 TEST_F(StateTest, FlashModeNeedsNoResetWithTwoBanks)
@@ -193,7 +193,7 @@ TEST_F(StateTest, EventsMoveTheDeviceOnlyAlongTheCycle)
             EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(move.eTo));
         }
     }
-    EXPECT_THAT(m_reports.m_lines, IsEmpty());
+    EXPECT_THAT(m_reports.Lines(), IsEmpty());
 }
 
 TEST_F(StateTest, OnlyOfflineIsAbsent)
@@ -228,12 +228,12 @@ TEST_F(StateTest, OnlyAnUnknownDeviceCanBeJudged)
     for (const auto& judged : cases) {
         (void)Enter(judged.eFrom);
         m_dev.m_bRomCode = judged.bRom;
-        m_reports.m_lines.clear();
+        m_reports.Clear();
 
         m_dev.JudgeCodeMode(&m_dev);
 
         EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(judged.eTo));
-        EXPECT_THAT(m_reports.m_lines, ElementsAre(std::string("L0 CZelHubPDDev::JudgeCodeMode: "
+        EXPECT_THAT(m_reports.Lines(), ElementsAre(std::string("0|CZelHubPDDev::JudgeCodeMode|"
                                                                "current state is ") +
                                                    judged.pszName + "\n"));
     }
@@ -249,8 +249,8 @@ TEST_F(StateTest, JudgingAnotherDeviceAsksOneAndMovesTheOther)
 
     EXPECT_EQ(other.GetDevState(), other.GetCertainDevState(ROM_STATE));
     EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(OFFLINE_STATE));
-    EXPECT_THAT(m_reports.m_lines,
-                ElementsAre("L0 CZelHubPDDev::JudgeCodeMode: current state is OfflineState\n"));
+    EXPECT_THAT(m_reports.Lines(),
+                ElementsAre("0|CZelHubPDDev::JudgeCodeMode|current state is OfflineState\n"));
 }
 
 TEST_F(StateTest, ForceRemoveEndsOfflineFromEverywhere)
@@ -270,7 +270,7 @@ TEST_F(StateTest, WithoutAStateEveryOperationSaysNoSilently)
         EXPECT_FALSE(op.pfnDo(m_dev)) << op.pszName;
     EXPECT_FALSE(m_dev.IsPresent());
     EXPECT_FALSE(m_dev.IsAbsent());
-    EXPECT_THAT(m_reports.m_lines, IsEmpty());
+    EXPECT_THAT(m_reports.Lines(), IsEmpty());
     m_dev.JudgeCodeMode(&m_dev);
     EXPECT_EQ(m_dev.GetDevState(), nullptr);
 

@@ -83,7 +83,7 @@ TEST_F(HubDevTest, ResetsToRomAndWaits)
     EXPECT_TRUE(m_dev.Reset2RomEx());
     EXPECT_THAT(Sent(), ElementsAre(kToRom));
     EXPECT_TRUE(IsIn(WAIT_STATE));
-    EXPECT_TRUE(m_reports.Has("L0 CUSBDev::Reset2RomEx: current state is WaitState\n"));
+    EXPECT_TRUE(m_reports.Has("0|CUSBDev::Reset2RomEx|current state is WaitState\n"));
 }
 
 TEST_F(HubDevTest, ResetsToFlashAndWaits)
@@ -92,7 +92,7 @@ TEST_F(HubDevTest, ResetsToFlashAndWaits)
     EXPECT_TRUE(m_dev.Reset2FlashEx());
     EXPECT_THAT(Sent(), ElementsAre(kToFlash));
     EXPECT_TRUE(IsIn(WAIT_STATE));
-    EXPECT_TRUE(m_reports.Has("L0 CUSBDev::Reset2FlashEx: current state is WaitState\n"));
+    EXPECT_TRUE(m_reports.Has("0|CUSBDev::Reset2FlashEx|current state is WaitState\n"));
 }
 
 TEST_F(HubDevTest, AFailedResetKeepsTheState)
@@ -102,7 +102,7 @@ TEST_F(HubDevTest, AFailedResetKeepsTheState)
     EXPECT_FALSE(m_dev.Reset2RomEx());
     EXPECT_FALSE(m_dev.Reset2FlashEx());
     EXPECT_TRUE(IsIn(FLASH_STATE));
-    EXPECT_THAT(m_reports.Of("L0 CUSBDev"), IsEmpty());
+    EXPECT_THAT(m_reports.Of("0|CUSBDev"), IsEmpty());
 }
 
 TEST_F(HubDevTest, NoResetWhereNoneIsNeeded)
@@ -133,11 +133,11 @@ TEST_F(HubDevTest, ReadsBankAndCodeFromItsStatus)
         EXPECT_EQ(m_dev.IsDualBank(), c.bDual);
         EXPECT_EQ(m_dev.IsRomCode(), c.bRom);
         EXPECT_THAT(Sent(), ElementsAre(kStatus, kStatus));
-        EXPECT_THAT(m_reports.m_lines,
-                    ElementsAre(c.bDual ? "L0 CUSBDev::IsDualBank: Flash is dual bank\n"
-                                        : "L1 CUSBDev::IsDualBank: Flash is not dual bank\n",
-                                c.bRom ? "L0 CUSBDev::IsRomCode: dev is rom code\n"
-                                       : "L1 CUSBDev::IsRomCode: dev is not rom code\n"));
+        EXPECT_THAT(m_reports.Lines(),
+                    ElementsAre(c.bDual ? "0|CUSBDev::IsDualBank|Flash is dual bank\n"
+                                        : "1|CUSBDev::IsDualBank|Flash is not dual bank\n",
+                                c.bRom ? "0|CUSBDev::IsRomCode|dev is rom code\n"
+                                       : "1|CUSBDev::IsRomCode|dev is not rom code\n"));
     }
 }
 
@@ -146,7 +146,7 @@ TEST_F(HubDevTest, AFailedStatusReadIsNeitherDualBankNorRom)
     m_transport.m_fails = {{0, 31}, {1, 31}};
     EXPECT_FALSE(m_dev.IsDualBank());
     EXPECT_FALSE(m_dev.IsRomCode());
-    EXPECT_THAT(m_reports.m_lines, ElementsAre("L1 CUSBDev::IsRomCode: dev is not connect\n"));
+    EXPECT_THAT(m_reports.Lines(), ElementsAre("1|CUSBDev::IsRomCode|dev is not connect\n"));
 }
 
 TEST_F(HubDevTest, ReadsTheRunningVersion)
@@ -223,13 +223,14 @@ TEST_F(HubDevTest, WritesInChunksAndShowsHowFarItIs)
         std::size_t cb;
         std::vector<std::string> shown;
     } cases[] = {
-        {0, {"UI2 write flash complete 100%\n"}},
-        {100, {"UI2 write flash complete 100%\n"}},
-        {4096, {"UI2 write flash complete 0%\r", "30%", "UI2 write flash complete 100%\n"}},
-        {5000, {"UI2 write flash complete 0%\r", "30%", "UI2 write flash complete 100%\n"}},
+        {0, {"ui2|write flash complete 100%\n"}},
+        {100, {"ui2|write flash complete 100%\n"}},
+        {4096, {"ui2|write flash complete 0%\r", "progress|30", "ui2|write flash complete 100%\n"}},
+        {5000, {"ui2|write flash complete 0%\r", "progress|30", "ui2|write flash complete 100%\n"}},
         {3 * 4096 + 1,
-         {"UI2 write flash complete 0%\r", "30%", "UI2 write flash complete 33%\r", "43%",
-          "UI2 write flash complete 66%\r", "56%", "UI2 write flash complete 100%\n"}},
+         {"ui2|write flash complete 0%\r", "progress|30", "ui2|write flash complete 33%\r",
+          "progress|43", "ui2|write flash complete 66%\r", "progress|56",
+          "ui2|write flash complete 100%\n"}},
     };
     m_dev.SetFlashAddr(0x1F000);
     for (const auto& c : cases) {
@@ -238,8 +239,8 @@ TEST_F(HubDevTest, WritesInChunksAndShowsHowFarItIs)
         Anew();
         EXPECT_TRUE(m_dev.WriteFlashEx(image));
         EXPECT_EQ(Sent(), WriteOf(image, 0x1F000));
-        std::vector<std::string> shown = m_reports.m_lines;
-        std::erase_if(shown, [](const std::string& s) { return s.front() == 'L'; });
+        std::vector<std::string> shown = m_reports.Lines();
+        std::erase_if(shown, [](const std::string& s) { return s.front() == '0'; });
         EXPECT_EQ(shown, c.shown);
     }
 }
@@ -249,14 +250,14 @@ TEST_F(HubDevTest, ProgressOfAWriteIsTwoFifthsOfItsPercent)
     const Bytes image = Pattern(100 * 4096);
     EXPECT_TRUE(m_dev.WriteFlashEx(image));
     std::vector<std::string> progress;
-    for (const std::string& strLine : m_reports.m_lines) {
-        if (strLine.back() == '%')
+    for (const std::string& strLine : m_reports.Lines()) {
+        if (strLine.rfind("progress", 0) == 0)
             progress.push_back(strLine);
     }
     ASSERT_EQ(progress.size(), 100u);
     for (int i = 0; i < 100; ++i) // the way the value is defined, for every percent
         EXPECT_EQ(progress[static_cast<std::size_t>(i)],
-                  std::to_string(30 - static_cast<int>(i * -0.4)) + "%");
+                  "progress|" + std::to_string(30 - static_cast<int>(i * -0.4)));
 }
 
 TEST_F(HubDevTest, AWriteEndsAtTheFirstChunkWhoseSecondSendingFails)
@@ -271,9 +272,9 @@ TEST_F(HubDevTest, AWriteEndsAtTheFirstChunkWhoseSecondSendingFails)
         EXPECT_EQ(m_dev.WriteFlashEx(image), !bFails);
         EXPECT_EQ(Sent().size(), bFails ? nFail + 1 : 7u);
         // A whole chunk that fails is still shown; the rest's failure comes behind the 100 %.
-        EXPECT_EQ(m_reports.Has("UI2 write flash complete 100%\n"), !bFails || nFail == 6);
+        EXPECT_EQ(m_reports.Has("ui2|write flash complete 100%\n"), !bFails || nFail == 6);
         if (nFail == 4) {
-            EXPECT_TRUE(m_reports.Has("UI2 write flash complete 49%\r"));
+            EXPECT_TRUE(m_reports.Has("ui2|write flash complete 49%\r"));
         }
     }
 }
@@ -296,8 +297,8 @@ TEST_F(HubDevTest, ReadsAsMuchAsTheFirmwareBufferHolds)
     EXPECT_THAT(Sent(), ElementsAre(Request{0xC0, 0xD8, 0xF000, 0, 4096},
                                     Request{0xC0, 0xD8, 0x0000, 1, 17}));
     EXPECT_EQ(vOut, Cut(m_transport.m_flash, 0xF000, 4096 + 17));
-    EXPECT_THAT(m_reports.Of("UI"),
-                ElementsAre("UI2 read flash complete 0%\r", "UI2 read flash complete 100%\n"));
+    EXPECT_THAT(m_reports.Of("ui2|"),
+                ElementsAre("ui2|read flash complete 0%\r", "ui2|read flash complete 100%\n"));
 }
 
 TEST_F(HubDevTest, AReadLeavesTheRestOfALongerArrayAlone)
@@ -426,10 +427,9 @@ TEST_F(HubDevTest, ArrivesAndKnowsItsNode)
     EXPECT_EQ(m_dev.OldSS(), 0xFFFFFFFFu);
     EXPECT_TRUE(m_dev.Arrive(0x99)); // keeps the saved value; the state has moved already
     EXPECT_EQ(m_dev.OldSS(), 0xFFFFFFFFu);
-    EXPECT_THAT(m_reports.m_lines,
-                ElementsAre("L0 CUSBDev::Arrive: current state is UnknownState\n",
-                            "L0 CUSBDev::Arrive: current state is "
-                            "UnknownState\n"));
+    EXPECT_THAT(m_reports.Lines(), ElementsAre("0|CUSBDev::Arrive|current state is UnknownState\n",
+                                               "0|CUSBDev::Arrive|current state is "
+                                               "UnknownState\n"));
 }
 
 TEST_F(HubDevTest, RestoresSelectiveSuspendOnlyWhereItWasSwitchedOff)
@@ -440,9 +440,9 @@ TEST_F(HubDevTest, RestoresSelectiveSuspendOnlyWhereItWasSwitchedOff)
         DWORD dwOldSS;
         std::string strSays;
     } cases[] = {
-        {44, 7, "L0 CUSBDev::Remove: dwOldSSValue is 7,Turn On Hub SS\n"},
-        {44, 0, "L0 CUSBDev::Remove: m_DevInst is 44,dwOldSSValue is 0,Not Need Set Hub SS\n"},
-        {0, 7, "L0 CUSBDev::Remove: m_DevInst is 0,dwOldSSValue is 7,Not Need Set Hub SS\n"},
+        {44, 7, "0|CUSBDev::Remove|dwOldSSValue is 7,Turn On Hub SS\n"},
+        {44, 0, "0|CUSBDev::Remove|m_DevInst is 44,dwOldSSValue is 0,Not Need Set Hub SS\n"},
+        {0, 7, "0|CUSBDev::Remove|m_DevInst is 0,dwOldSSValue is 7,Not Need Set Hub SS\n"},
     };
     for (const auto& c : cases) {
         (void)m_dev.Arrive(c.devInst, c.dwOldSS);
@@ -452,8 +452,8 @@ TEST_F(HubDevTest, RestoresSelectiveSuspendOnlyWhereItWasSwitchedOff)
 
         EXPECT_TRUE(m_dev.Remove());
 
-        EXPECT_THAT(m_reports.m_lines,
-                    ElementsAre(c.strSays, "L0 CUSBDev::Remove: current state is OfflineState\n"));
+        EXPECT_THAT(m_reports.Lines(),
+                    ElementsAre(c.strSays, "0|CUSBDev::Remove|current state is OfflineState\n"));
         EXPECT_EQ(m_transport.m_ssTurnedOn.size(), c.devInst != 0 && c.dwOldSS != 0 ? 1u : 0u);
         EXPECT_TRUE(m_dev.IsMeEx(0));
         EXPECT_EQ(m_dev.OldSS(), 0u);
@@ -466,7 +466,7 @@ TEST_F(HubDevTest, ARemovalThatCameUnaskedKeepsTheState)
     Enter(FLASH_STATE);
     EXPECT_TRUE(m_dev.Remove());
     EXPECT_TRUE(IsIn(FLASH_STATE));
-    EXPECT_TRUE(m_reports.Has("L0 CUSBDev::Remove: current state is FlashState\n"));
+    EXPECT_TRUE(m_reports.Has("0|CUSBDev::Remove|current state is FlashState\n"));
 }
 
 TEST_F(HubDevTest, MatchesEverythingUntilItIsToldWhatToMatch)
@@ -500,10 +500,10 @@ TEST_F(HubDevTest, MatchersAreAddedOnceAndAskedInOrder)
 
     EXPECT_FALSE(m_dev.MatchDev(hub.DevInst()));
 
-    EXPECT_EQ(m_reports.Of("L0 CVidPidMatch").size(), 1u);
-    EXPECT_EQ(m_reports.Of("L1 CTopoMatch::Match: match").size(), 1u);
-    ASSERT_FALSE(m_reports.m_lines.empty());
-    EXPECT_EQ(m_reports.m_lines.front(), "L0 CVidPidMatch::Match: match id return true.\n");
+    EXPECT_EQ(m_reports.Of("0|CVidPidMatch").size(), 1u);
+    EXPECT_EQ(m_reports.Of("1|CTopoMatch::Match|match").size(), 1u);
+    ASSERT_FALSE(m_reports.Lines().empty());
+    EXPECT_EQ(m_reports.Lines().front(), "0|CVidPidMatch::Match|match id return true.\n");
 }
 
 TEST_F(HubDevTest, KnowsWhetherANodeIsWhereItWas)
@@ -515,10 +515,10 @@ TEST_F(HubDevTest, KnowsWhetherANodeIsWhereItWas)
     EXPECT_TRUE(CUSBDevTestAccess::IsSame(m_dev, hub.DevInst()));
     EXPECT_FALSE(CUSBDevTestAccess::IsSame(m_dev, other.DevInst()));
     EXPECT_EQ(m_dev.GetLocationPath(), WString()); // the path to match is another one
-    EXPECT_THAT(m_reports.m_lines,
-                ElementsAre("L1 CUSBDev::IsSameLoacation: dev location is changed\n",
-                            "L0 CUSBDev::IsSameLoacation: get same dev location\n",
-                            "L1 CUSBDev::IsSameLoacation: dev location is changed\n"));
+    EXPECT_THAT(m_reports.Lines(),
+                ElementsAre("1|CUSBDev::IsSameLoacation|dev location is changed\n",
+                            "0|CUSBDev::IsSameLoacation|get same dev location\n",
+                            "1|CUSBDev::IsSameLoacation|dev location is changed\n"));
 }
 
 TEST_F(HubDevTest, SmallUnitsIgnoreTheirAddress)

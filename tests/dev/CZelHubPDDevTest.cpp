@@ -151,7 +151,7 @@ TEST_F(CommonDevTest, KeepsEarlierFirmwareFindersAlive)
     EXPECT_NE(m_dev.GetFwFinder(), pFirst);
     Bytes vImage;
     EXPECT_FALSE(pFirst->LoadFwbin2Buf(vImage));
-    EXPECT_TRUE(m_reports.Has("L0 CHubFwFinder::LoadFwbin2Buf: Current fw path is no such "
+    EXPECT_TRUE(m_reports.Has("0|CHubFwFinder::LoadFwbin2Buf|Current fw path is no such "
                               "file.\n"));
 }
 
@@ -178,16 +178,16 @@ TEST_F(CommonDevTest, ComparingOnlyEverTurnsAFailedReadIntoSuccess)
         m_dev.SetFwBuf(c.vImage);
         m_dev.m_vFlash = c.vFlash;
         m_dev.m_bAnswer = c.bRead;
-        m_reports.m_lines.clear();
+        m_reports.Clear();
 
         EXPECT_EQ(m_dev.CheckFlashWithCmp(), c.bResult);
 
         EXPECT_EQ(m_dev.m_cbAsked, c.vImage.size());
-        EXPECT_THAT(m_reports.m_lines,
-                    ElementsAre("L0 CZelHubPDDev::CheckFlashWithCmp: Read Flash Success\n",
-                                c.bResult ? "L0 CZelHubPDDev::CheckFlashWithCmp: "
+        EXPECT_THAT(m_reports.Lines(),
+                    ElementsAre("0|CZelHubPDDev::CheckFlashWithCmp|Read Flash Success\n",
+                                c.bResult ? "0|CZelHubPDDev::CheckFlashWithCmp|"
                                             "check flash with compare return true\n"
-                                          : "L1 CZelHubPDDev::CheckFlashWithCmp: "
+                                          : "1|CZelHubPDDev::CheckFlashWithCmp|"
                                             "check flash with compare return false\n"));
     }
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cmd/CRequestCMD.h"
 #include "dev/Fakes.h"
 #include "sim/CSimMachine.h"
+#include "support/CBoundRequestObj.h"
 
 #include <gmock/gmock.h>
 
@@ -10,26 +10,18 @@
 class DevFixture : public testing::Test
 {
 protected:
-    DevFixture()
-    {
-        SetCurrentPlatform(&m_machine);
-        CRequestCMD::GetRequestObj()->XH_InitProxyDriver(&m_transport);
-    }
-
-    ~DevFixture() override
-    {
-        CRequestCMD::GetRequestObj()->XH_UnInitProxyDriver();
-        SetCurrentPlatform(nullptr);
-    }
+    DevFixture() { SetCurrentPlatform(&m_machine); }
+    ~DevFixture() override { SetCurrentPlatform(nullptr); }
 
     /// Forgets what was sent and said so far.
     void Anew()
     {
         m_transport.m_requests.clear();
-        m_reports.m_lines.clear();
+        m_reports.Clear();
     }
 
     CSimMachine m_machine;
-    CFakeTransport m_transport;
+    CScriptedTransport m_transport;
+    CBoundRequestObj m_bound{m_transport};
     CReports m_reports;
 };

@@ -1,6 +1,5 @@
 #include "dev/Fakes.h"
 
-#include "msg/CMsg.h"
 #include "wire/HubRequests.h"
 
 #include <algorithm>
@@ -36,13 +35,13 @@ Request Sends(BYTE byRequest, USHORT wValue, USHORT wIndex, const Bytes& vSent, 
             dwTimeoutMs,        vSent};
 }
 
-void CFakeTransport::AnswersBlock(BYTE byCommand, const Bytes& vAnswer)
+void CScriptedTransport::AnswersBlock(BYTE byCommand, const Bytes& vAnswer)
 {
     m_answers[{static_cast<BYTE>(REQ_BLOCK_IN), byCommand}] = vAnswer;
 }
 
-DWORD CFakeTransport::KyHub_SendVDCmd(BYTE byType, BYTE byRequest, USHORT wValue, USHORT wIndex,
-                                      BYTE* pBuffer, DWORD dwLength, DWORD dwTimeoutMs)
+DWORD CScriptedTransport::KyHub_SendVDCmd(BYTE byType, BYTE byRequest, USHORT wValue, USHORT wIndex,
+                                          BYTE* pBuffer, DWORD dwLength, DWORD dwTimeoutMs)
 {
     Request request = {byType, byRequest, wValue, wIndex, dwLength, dwTimeoutMs};
     if (!IsIn(byType) && dwLength != 0)
@@ -55,7 +54,8 @@ DWORD CFakeTransport::KyHub_SendVDCmd(BYTE byType, BYTE byRequest, USHORT wValue
         return 0;
     Bytes vAnswer;
     if (byRequest == REQ_READ_FLASH) {
-        const std::size_t at = std::min<std::size_t>(wValue | wIndex << 16, m_flash.size());
+        const std::size_t at =
+            std::min<std::size_t>(wValue | std::size_t{wIndex} << 16, m_flash.size());
         vAnswer.assign(m_flash.begin() + static_cast<std::ptrdiff_t>(at), m_flash.end());
     } else {
         const BYTE byCommand = byRequest == REQ_BLOCK_IN ? static_cast<BYTE>(wValue >> 8) : 0;
@@ -65,73 +65,43 @@ DWORD CFakeTransport::KyHub_SendVDCmd(BYTE byType, BYTE byRequest, USHORT wValue
     return 0;
 }
 
-DWORD CFakeTransport::RawSetup(const BYTE* pSetup, BYTE* pData)
+DWORD CScriptedTransport::RawSetup(const BYTE* pSetup, BYTE* pData)
 {
     return KyHub_SendVDCmd(pSetup[0], pSetup[1], static_cast<USHORT>(pSetup[2] | pSetup[3] << 8),
                            static_cast<USHORT>(pSetup[4] | pSetup[5] << 8), pData,
                            static_cast<DWORD>(pSetup[6] | pSetup[7] << 8), 0);
 }
 
-DWORD CFakeTransport::KyHub_CtlPipeNoDataOut(BYTE* pSetup)
+DWORD CScriptedTransport::KyHub_CtlPipeNoDataOut(BYTE* pSetup)
 {
     return RawSetup(pSetup, nullptr);
 }
 
-DWORD CFakeTransport::KyHub_CtlPipeOut(BYTE* pSetup, BYTE* pData)
+DWORD CScriptedTransport::KyHub_CtlPipeOut(BYTE* pSetup, BYTE* pData)
 {
     return RawSetup(pSetup, pData);
 }
 
-DWORD CFakeTransport::KyHub_CtlPipeIn(BYTE* pSetup, BYTE* pData)
+DWORD CScriptedTransport::KyHub_CtlPipeIn(BYTE* pSetup, BYTE* pData)
 {
     return RawSetup(pSetup, pData);
 }
 
-int CFakeTransport::KyHub_TurnOnHubSS(DWORD devInst)
+int CScriptedTransport::KyHub_TurnOnHubSS(DWORD devInst)
 {
     m_ssTurnedOn.push_back(devInst);
     return 0; // devices do not look at it
 }
 
-CReports::CReports()
-{
-    CMsg::GetObj()->Attach(this);
-}
-
-CReports::~CReports()
-{
-    CMsg::GetObj()->ClearResponder();
-}
-
-void CReports::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
-{
-    // "[stamp]  In <function>, <text>"
-    const std::string strLine = pszText;
-    const std::size_t atFunc = strLine.find("]  In ") + 6;
-    const std::size_t atText = strLine.find(", ", atFunc);
-    m_lines.push_back("L" + std::to_string(eLevel) + " " + strLine.substr(atFunc, atText - atFunc) +
-                      ": " + strLine.substr(atText + 2));
-}
-
-void CReports::ShowUIMsg(const char* pszText, RESTYPE eType)
-{
-    m_lines.push_back("UI" + std::to_string(eType) + " " + pszText);
-}
-
-void CReports::ShowProgress(int nPercent)
-{
-    m_lines.push_back(std::to_string(nPercent) + "%");
-}
-
 std::vector<std::string> CReports::Of(const std::string& strPrefix) const
 {
     std::vector<std::string> found;
-    std::copy_if(m_lines.begin(), m_lines.end(), std::back_inserter(found),
+    std::copy_if(Lines().begin(), Lines().end(), std::back_inserter(found),
                  [&](const std::string& strLine) { return strLine.rfind(strPrefix, 0) == 0; });
     return found;
 }
 
 bool CReports::Has(const std::string& strLine) const
 {
-    return std::find(m_lines.begin(), m_lines.end(), strLine) != m_lines.end();
+    return std::find(Lines().begin(), Lines().end(), strLine) != Lines().end();
 }

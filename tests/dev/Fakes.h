@@ -1,12 +1,11 @@
 #pragma once
 
-#include "msg/IResponder.h"
 #include "platform/Types.h"
+#include "support/CMessageLog.h"
 #include "transport/IPropertyEx.h"
 
 #include <map>
 #include <ostream>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,7 +34,7 @@ Request Sends(BYTE byRequest, USHORT wValue, USHORT wIndex, const Bytes& vSent,
               DWORD dwTimeoutMs = 5000);
 
 /// A transport that writes down every request and answers as it was told.
-class CFakeTransport : public IPropertyEx
+class CScriptedTransport : public IPropertyEx
 {
 public:
     Requests m_requests;
@@ -79,22 +78,10 @@ private:
     std::map<std::pair<BYTE, BYTE>, Bytes> m_answers;
 };
 
-/// Collects what the library reports, one text per report: "L0 function: text" for log lines,
-/// "UI2 text", "30%" for progress.
-class CReports : public IResponder
+/// The log of a test, with questions about it.
+class CReports : public CMessageLog
 {
 public:
-    std::vector<std::string> m_lines;
-
-    CReports();           ///< attaches itself to the dispatcher
-    ~CReports() override; ///< clears the dispatcher's list
-
-    void ShowMsg(const char* pszText, ERRORLEVEL eLevel) override;
-    void ShowUIMsg(const char* pszText, RESTYPE eType) override;
-    void CountDown(const char*, int, ERRORLEVEL) override {}
-    void ShowProgress(int nPercent) override;
-    void SetMsgLevel(ERRORLEVEL) override {}
-
     /// The lines that begin with a text.
     std::vector<std::string> Of(const std::string& strPrefix) const;
     bool Has(const std::string& strLine) const;
