@@ -75,7 +75,7 @@ bool CUSBDevFind::DummyRemove(IDev* pDev)
 {
     CMsg::GetObj()->ShowMsg(MSG_INFO, "CUSBDevFind::DummyRemove", "Into dummy remove function\n");
     CRequestCMD::GetRequestObj()->XH_CloseDevice();
-    m_lstLast.clear();
+    m_vLast.clear();
     pDev->Remove();
     return true;
 }
@@ -84,7 +84,7 @@ bool CUSBDevFind::ForceRemove(IDev* pDev)
 {
     CMsg::GetObj()->ShowMsg(MSG_INFO, "CUSBDevFind::ForceRemove", "Into force remove function\n");
     CRequestCMD::GetRequestObj()->XH_CloseDevice();
-    m_lstLast.clear();
+    m_vLast.clear();
     pDev->ForceRemove();
     return true;
 }
@@ -104,29 +104,29 @@ void CUSBDevFind::EnumAllDevs()
                                 "SetupDiGetClassDevs failed %d\n", dwError);
         return;
     }
-    m_lstCurrent.clear();
+    m_vCurrent.clear();
     ForEachInSet(set.Get(), [this](DWORD devInst) {
         if (!FilterDev(devInst))
-            m_lstCurrent.push_back(devInst);
+            m_vCurrent.push_back(devInst);
     });
 }
 
 void CUSBDevFind::DiffWithLast()
 {
-    m_lstCurrent.sort();
-    m_lstCurrent.unique();
-    m_lstArrived.clear();
-    m_lstRemoved.clear();
-    std::set_difference(m_lstCurrent.begin(), m_lstCurrent.end(), m_lstLast.begin(),
-                        m_lstLast.end(), std::back_inserter(m_lstArrived));
-    std::set_difference(m_lstLast.begin(), m_lstLast.end(), m_lstCurrent.begin(),
-                        m_lstCurrent.end(), std::back_inserter(m_lstRemoved));
-    m_lstLast = m_lstCurrent;
+    std::sort(m_vCurrent.begin(), m_vCurrent.end());
+    m_vCurrent.erase(std::unique(m_vCurrent.begin(), m_vCurrent.end()), m_vCurrent.end());
+    m_vArrived.clear();
+    m_vRemoved.clear();
+    std::set_difference(m_vCurrent.begin(), m_vCurrent.end(), m_vLast.begin(), m_vLast.end(),
+                        std::back_inserter(m_vArrived));
+    std::set_difference(m_vLast.begin(), m_vLast.end(), m_vCurrent.begin(), m_vCurrent.end(),
+                        std::back_inserter(m_vRemoved));
+    m_vLast = m_vCurrent;
 }
 
 void CUSBDevFind::RemoveAllDevs()
 {
-    for (const DWORD devInst : m_lstRemoved) {
+    for (const DWORD devInst : m_vRemoved) {
         const auto it = std::find_if(m_lstDev.begin(), m_lstDev.end(),
                                      [=](IDev* pDev) { return pDev->IsMeEx(devInst); });
         if (it == m_lstDev.end())
@@ -138,7 +138,7 @@ void CUSBDevFind::RemoveAllDevs()
 
 void CUSBDevFind::ArriveAllDevs()
 {
-    for (const DWORD devInst : m_lstArrived) {
+    for (const DWORD devInst : m_vArrived) {
         DWORD dwOldSS = 0;
         IDev* const pDev = OpenForMatching(m_lstDev, devInst, dwOldSS);
         if (pDev == nullptr || ProbeHub(kArrivalProbes) == 0)
@@ -152,7 +152,7 @@ void CUSBDevFind::ArriveAllHidDevs()
 {
     CMsg::GetObj()->ShowMsg(MSG_FAIL, "CUSBDevFind::ArriveAllHidDevs",
                             "CUSBDevFind::ArriveAllHidDevs\n");
-    for (const DWORD devInst : m_lstArrived) {
+    for (const DWORD devInst : m_vArrived) {
         const auto it = std::find_if(m_lstDev.begin(), m_lstDev.end(), [=](IDev* pDev) {
             return pDev->MatchDev(devInst) &&
                    CRequestCMD::GetRequestObj()->XH_OpenHidDevice(devInst) == 1;
@@ -164,7 +164,7 @@ void CUSBDevFind::ArriveAllHidDevs()
 
 void CUSBDevFind::CollectSuitable()
 {
-    for (const DWORD devInst : m_lstArrived) {
+    for (const DWORD devInst : m_vArrived) {
         for (IDev* const pDev : m_lstDev) {
             if (pDev->MatchDev(devInst))
                 m_lstSuitable.push_back(devInst); // once per device that takes it

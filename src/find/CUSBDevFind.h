@@ -1,6 +1,7 @@
 #pragma once
 
 #include <list>
+#include <vector>
 
 #include "find/IDevFinder.h"
 
@@ -30,10 +31,10 @@ private:
     void CollectSuitable();
     void ArriveAllDevsEx();
 
-    std::list<DWORD> m_lstLast;     ///< present after the previous cycle, ascending
-    std::list<DWORD> m_lstCurrent;  ///< found by the latest enumeration
-    std::list<DWORD> m_lstArrived;  ///< ascending
-    std::list<DWORD> m_lstRemoved;  ///< ascending
+    std::vector<DWORD> m_vLast;     ///< present after the previous cycle, ascending
+    std::vector<DWORD> m_vCurrent;  ///< found by the latest enumeration
+    std::vector<DWORD> m_vArrived;  ///< ascending
+    std::vector<DWORD> m_vRemoved;  ///< ascending
     std::list<DWORD> m_lstSuitable; ///< waiting to be handed out by the extended cycle
     bool m_bAccepting = true;       ///< the extended cycle still collects
 };
