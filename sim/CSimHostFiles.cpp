@@ -50,7 +50,9 @@ std::string CSimHostFiles::Text(const std::string& strPath) const
 
 char CSimHostFiles::Separator() const
 {
-    return m_chSeparator != 0 ? m_chSeparator : RealPlatform().HostFiles().Separator();
+    if (m_chSeparator != 0)
+        return m_chSeparator;
+    return m_bMemory ? '/' : RealPlatform().HostFiles().Separator();
 }
 
 HANDLE CSimHostFiles::OpenForReading(const char* pszPath)

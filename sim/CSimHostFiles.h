@@ -16,7 +16,8 @@ public:
     explicit CSimHostFiles(CSimMachine& machine) : m_machine(machine) {}
 
     void UseMemory() { m_bMemory = true; } ///< from now on, no file of the real system is touched
-    void SetSeparator(char chSeparator) { m_chSeparator = chSeparator; } ///< 0: the real one
+    /// 0: '/' in memory, otherwise the real one.
+    void SetSeparator(char chSeparator) { m_chSeparator = chSeparator; }
 
     void Put(const std::string& strPath, std::vector<BYTE> data);    ///< into memory
     const std::vector<BYTE>* Data(const std::string& strPath) const; ///< from memory, or null

@@ -138,7 +138,7 @@ TEST_P(FileSystemContract, CopyReplacesUnlessToldNotTo)
 
 TEST_P(FileSystemContract, ClosingAStrangeHandleFailsWith6)
 {
-    EXPECT_FALSE(Files().Close(InvalidHandle()));
+    EXPECT_FALSE(Files().Close(StrangeHandle()));
     EXPECT_EQ(LastError(), kErrInvalidHandle);
 }
 

@@ -76,11 +76,11 @@ TEST_P(HostFilesContract, StrangeHandleFailsWith6)
 {
     BYTE block[4];
     DWORD cbDone = 99;
-    EXPECT_FALSE(Files().Read(InvalidHandle(), block, sizeof block, &cbDone));
+    EXPECT_FALSE(Files().Read(StrangeHandle(), block, sizeof block, &cbDone));
     EXPECT_EQ(LastError(), kErrInvalidHandle);
     EXPECT_EQ(cbDone, 0u);
     SetLastError(0);
-    EXPECT_FALSE(Files().Close(InvalidHandle()));
+    EXPECT_FALSE(Files().Close(StrangeHandle()));
     EXPECT_EQ(LastError(), kErrInvalidHandle);
 }
 

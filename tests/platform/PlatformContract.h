@@ -31,6 +31,12 @@ inline std::string PlatformName(const testing::TestParamInfo<PlatformCase>& info
     return info.param.pszName;
 }
 
+/// A value that no open handle has. (All bits set would name the process itself on Windows.)
+inline HANDLE StrangeHandle()
+{
+    return reinterpret_cast<HANDLE>(uintptr_t{0x0FEDC0}); // NOLINT(performance-no-int-to-ptr)
+}
+
 class PlatformContract : public testing::TestWithParam<PlatformCase>
 {
 protected:

@@ -1,5 +1,6 @@
 #include "PlatformContract.h"
 
+#include <atomic>
 #include <fstream>
 #include <thread>
 
@@ -15,15 +16,24 @@ protected:
 
 TEST_P(ProcessContract, EveryThreadHasItsOwnLastError)
 {
-    SetLastError(5);
+    // Each sets its own before either reads: starting and joining a thread may change it.
+    std::atomic<int> nStep{0};
     DWORD dwOthers = 0;
     std::thread other([&] {
         SetLastError(87);
+        nStep = 1;
+        while (nStep != 2)
+            std::this_thread::yield();
         dwOthers = LastError();
     });
+    while (nStep != 1)
+        std::this_thread::yield();
+    SetLastError(5);
+    const DWORD dwOwn = LastError();
+    nStep = 2;
     other.join();
+    EXPECT_EQ(dwOwn, 5u);
     EXPECT_EQ(dwOthers, 87u);
-    EXPECT_EQ(LastError(), 5u);
 }
 
 TEST_P(ProcessContract, ModulePathNamesAFileThatIsThere)

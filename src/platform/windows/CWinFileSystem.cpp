@@ -5,12 +5,16 @@
 #include <winver.h>
 // clang-format on
 
+#include "platform/windows/KeepLastError.h"
+
 static_assert(sizeof(FIXED_FILE_INFO) == sizeof(VS_FIXEDFILEINFO));
 
 HANDLE CWinFileSystem::Open(const WCHAR* pszPath, DWORD dwAccess, DWORD dwShare,
                             DWORD dwDisposition, DWORD dwAttributes)
 {
-    return ::CreateFileW(pszPath, dwAccess, dwShare, nullptr, dwDisposition, dwAttributes, nullptr);
+    const CKeepLastError keep;
+    return keep.After(
+        ::CreateFileW(pszPath, dwAccess, dwShare, nullptr, dwDisposition, dwAttributes, nullptr));
 }
 
 bool CWinFileSystem::Write(HANDLE hFile, const void* pData, DWORD cb, DWORD* pcbDone)

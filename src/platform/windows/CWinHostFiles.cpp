@@ -1,17 +1,19 @@
 #include "platform/windows/CWinHostFiles.h"
 
-#include <windows.h>
+#include "platform/windows/KeepLastError.h"
 
 HANDLE CWinHostFiles::OpenForReading(const char* pszPath)
 {
-    return ::CreateFileA(pszPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const CKeepLastError keep;
+    return keep.After(::CreateFileA(pszPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 HANDLE CWinHostFiles::OpenForAppending(const char* pszPath)
 {
-    return ::CreateFileA(pszPath, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const CKeepLastError keep;
+    return keep.After(::CreateFileA(pszPath, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 bool CWinHostFiles::Read(HANDLE hFile, void* pBuffer, DWORD cb, DWORD* pcbDone)
