@@ -1,0 +1,230 @@
+#include "tools/zelhub/HostSystem.h"
+
+#include <atomic>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+// clang-format off
+#include <windows.h>
+#include <fcntl.h>
+#include <io.h>
+// clang-format on
+
+namespace
+{
+
+/// The card is kept twice: whoever leaves reads the one that is not being written.
+struct LeaveText
+{
+    char text[4096];
+    size_t cb;
+};
+struct LeaveCard
+{
+    LeaveText error;
+    LeaveText data;
+    int nExitCode;
+};
+LeaveCard g_cards[2] = {{{}, {}, 1}, {{}, {}, 1}};
+std::atomic<int> g_nCard{0};
+std::atomic<int> g_nInterrupts{0};
+
+void WriteAll(DWORD dwStream, const char* p, size_t cb)
+{
+    DWORD cbDone = 0;
+    ::WriteFile(::GetStdHandle(dwStream), p, static_cast<DWORD>(cb), &cbDone, nullptr);
+}
+
+[[noreturn]] void Leave(const char* pszReason)
+{
+    WriteAll(STD_ERROR_HANDLE, pszReason, std::strlen(pszReason));
+    const LeaveCard& card = g_cards[g_nCard.load()];
+    WriteAll(STD_ERROR_HANDLE, card.error.text, card.error.cb);
+    WriteAll(STD_OUTPUT_HANDLE, card.data.text, card.data.cb);
+    // Neither destructors nor other modules get a say: the thread in the middle of an operation
+    // still runs.
+    ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(card.nExitCode));
+    for (;;)
+        ::Sleep(INFINITE);
+}
+
+void Fill(LeaveText& text, const std::string& str)
+{
+    text.cb = str.size() < sizeof(text.text) ? str.size() : sizeof(text.text);
+    std::memcpy(text.text, str.data(), text.cb);
+}
+
+/// Called on a thread of the system's own.
+BOOL WINAPI OnInterrupt(DWORD /*dwEvent*/)
+{
+    if (g_nInterrupts.fetch_add(1) != 0)
+        Leave("\nzelhub: left at once.\n");
+    return TRUE;
+}
+
+std::string Words(DWORD dwError)
+{
+    return std::system_category().message(static_cast<int>(dwError));
+}
+
+class CHandleLock : public HostSystem::CProcessLock
+{
+public:
+    explicit CHandleLock(HANDLE hFile) : m_hFile(hFile) {}
+    CHandleLock(const CHandleLock&) = delete;
+    CHandleLock& operator=(const CHandleLock&) = delete;
+    ~CHandleLock() override { ::CloseHandle(m_hFile); }
+
+private:
+    HANDLE m_hFile;
+};
+
+/// A folder that all users of the machine share, since hubs are not any user's own.
+std::string LockFolder()
+{
+    char szFolder[MAX_PATH] = {};
+    const DWORD cch = ::GetEnvironmentVariableA("ProgramData", szFolder, sizeof szFolder);
+    if (cch == 0 || cch >= sizeof szFolder) {
+        const DWORD cchTemporary = ::GetTempPathA(sizeof szFolder, szFolder);
+        return {szFolder, cchTemporary};
+    }
+    return std::string(szFolder, cch) + "\\";
+}
+
+/// @return 0, or the system's error code
+DWORD WriteTo(HANDLE hFile, const void* pData, size_t cb)
+{
+    constexpr size_t kPiece = 1 << 20;
+    const char* p = static_cast<const char*>(pData);
+    while (cb != 0) {
+        const DWORD cbPiece = static_cast<DWORD>(cb < kPiece ? cb : kPiece);
+        DWORD cbDone = 0;
+        if (::WriteFile(hFile, p, cbPiece, &cbDone, nullptr) == FALSE)
+            return ::GetLastError();
+        if (cbDone == 0)
+            return ERROR_DISK_FULL;
+        p += cbDone;
+        cb -= cbDone;
+    }
+    // Pipes and devices cannot be flushed and need not be.
+    if (::GetFileType(hFile) == FILE_TYPE_DISK && ::FlushFileBuffers(hFile) == FALSE)
+        return ::GetLastError();
+    return 0;
+}
+
+DWORD WriteFileAt(const std::string& strPath, DWORD dwDisposition, const void* pData, size_t cb)
+{
+    HANDLE const hFile = ::CreateFileA(strPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                       dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE)
+        return ::GetLastError();
+    const DWORD dwError = WriteTo(hFile, pData, cb);
+    ::CloseHandle(hFile);
+    return dwError;
+}
+
+bool IsDeviceOrPipe(const std::string& strPath)
+{
+    HANDLE const hFile =
+        ::CreateFileA(strPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE)
+        return false;
+    const bool bDisk = ::GetFileType(hFile) == FILE_TYPE_DISK;
+    ::CloseHandle(hFile);
+    return !bDisk;
+}
+
+} // namespace
+
+bool HostSystem::IsTerminal(bool bStandardError)
+{
+    DWORD dwMode = 0;
+    HANDLE const hStream = ::GetStdHandle(bStandardError ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
+    return ::GetConsoleMode(hStream, &dwMode) != FALSE;
+}
+
+int HostSystem::TerminalWidth()
+{
+    constexpr int kUsual = 80;
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
+    if (::GetConsoleScreenBufferInfo(::GetStdHandle(STD_ERROR_HANDLE), &info) == FALSE)
+        return kUsual;
+    const int nColumns = info.srWindow.Right - info.srWindow.Left + 1;
+    return nColumns > 0 ? nColumns : kUsual;
+}
+
+void HostSystem::CatchInterrupts()
+{
+    // The same bytes as everywhere: no carriage returns put in, texts in UTF-8.
+    ::_setmode(::_fileno(stdout), _O_BINARY);
+    ::_setmode(::_fileno(stderr), _O_BINARY);
+    ::SetConsoleOutputCP(CP_UTF8);
+    ::SetConsoleCtrlHandler(OnInterrupt, TRUE);
+}
+
+int HostSystem::Interrupts()
+{
+    return g_nInterrupts.load();
+}
+
+void HostSystem::SetLeaveCard(const std::string& strError, const std::string& strData,
+                              int nExitCode)
+{
+    const int nNext = 1 - g_nCard.load();
+    LeaveCard& card = g_cards[nNext];
+    Fill(card.error, strError);
+    Fill(card.data, strData);
+    card.nExitCode = nExitCode;
+    g_nCard.store(nNext);
+}
+
+void HostSystem::LeaveNow(const char* pszReason)
+{
+    Leave(pszReason);
+}
+
+HostSystem::LockResult HostSystem::TakeLock(const std::string& strName,
+                                            std::unique_ptr<CProcessLock>& pLock,
+                                            std::string& strWhy)
+{
+    // Shared with nobody: the open itself is the lock, and the system ends it with the process.
+    const std::string strPath = LockFolder() + strName;
+    HANDLE const hFile = ::CreateFileA(strPath.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                       OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (hFile != INVALID_HANDLE_VALUE) {
+        pLock = std::make_unique<CHandleLock>(hFile);
+        return LockResult::Held;
+    }
+    const DWORD dwError = ::GetLastError();
+    strWhy = strPath + ": " + Words(dwError);
+    return dwError == ERROR_SHARING_VIOLATION ? LockResult::Busy : LockResult::Failed;
+}
+
+std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData, size_t cb)
+{
+    const DWORD dwAttributes = ::GetFileAttributesA(strPath.c_str());
+    if (dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return Words(ERROR_DIRECTORY);
+    if (IsDeviceOrPipe(strPath)) {
+        const DWORD dwError = WriteFileAt(strPath, OPEN_EXISTING, pData, cb);
+        return dwError == 0 ? std::string() : Words(dwError);
+    }
+    const std::string strPart = strPath + ".part" + std::to_string(::GetCurrentProcessId());
+    DWORD dwError = WriteFileAt(strPart, CREATE_ALWAYS, pData, cb);
+    if (dwError == 0 && ::MoveFileExA(strPart.c_str(), strPath.c_str(),
+                                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE)
+        dwError = ::GetLastError();
+    if (dwError == 0)
+        return {};
+    ::DeleteFileA(strPart.c_str());
+    return Words(dwError);
+}
+
+std::string HostSystem::AbsolutePath(const std::string& strPath)
+{
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::weakly_canonical(strPath, error);
+    return error ? strPath : path.string();
+}
