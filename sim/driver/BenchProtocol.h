@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/Types.h"
+
+/* What a host asks the bench driver over its second control device, "\\.\ZelBench". All codes
+ * are buffered, any access. */
+#define BENCH_DEVICE_PATH WTEXT("\\\\.\\ZelBench")
+
+#define IOCTL_BENCH_ADVANCE 0x00222004u  /* in: DWORD milliseconds. Lets time pass on the bus. */
+#define IOCTL_BENCH_PRESENCE 0x00222008u /* out: one BYTE for each node of the tree, 1 = there */
+#define IOCTL_BENCH_LOG 0x0022200Cu      /* in: DWORD offset; out: the request log from there on */
+#define IOCTL_BENCH_FORGET_LOG 0x00222010u /* the request log starts anew */
+
+/* A node's device; its number in the tree follows. */
+#define BENCH_NODE_DEVICE WTEXT("\\Device\\ZelBenchNode")

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "sim/CSimHub.h"
+#include "sim/CSimImage.h"
+#include "sim/CSimSystem.h"
+
+#include <memory>
+#include <vector>
+
+/// The machine that the bench driver plays: a host controller, its root hub, and on port 1 a hub
+/// that runs version 0x0111. Built the same way in the driver, which has the devices, and in the
+/// host, which shows the tree.
+class CBenchBus
+{
+public:
+    CBenchBus();
+
+    const std::shared_ptr<CSimSystem>& System() const { return m_pSystem; }
+    CSimHub& Hub() { return *m_pHub; }
+    CSimNode& HubNode() { return *m_pHubNode; }
+
+    static std::vector<BYTE> OldImage()
+    {
+        return CSimImage(0x8100).Version(0x0111).Seed(1).Build();
+    }
+
+private:
+    std::shared_ptr<CSimSystem> m_pSystem = std::make_shared<CSimSystem>();
+    std::unique_ptr<CSimHub> m_pHub;
+    CSimNode* m_pHubNode = nullptr;
+};

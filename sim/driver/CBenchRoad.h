@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/Platform.h"
+#include "sim/CSimMachine.h"
+#include "sim/driver/CBenchBus.h"
+#include "sim/driver/CBenchTree.h"
+
+#include <string>
+
+/// A machine for the bench driver: the real services of this system, but for the device tree, the
+/// power switch and the clock. The tree follows what the driver says about its bus, and sleeping
+/// lets the time of that bus pass instead of the caller's.
+class CBenchRoad : public Platform
+{
+public:
+    CBenchBus& Bus() { return m_bus; }
+
+    /// The requests that the running driver has seen, a line each; "" while it does not run.
+    std::string RequestLog();
+    void ForgetRequests();
+
+    IDeviceTree& DeviceTree() override { return m_tree; }
+    IDeviceFile& DeviceFile() override { return m_real.DeviceFile(); }
+    IServiceManager& ServiceManager() override { return m_real.ServiceManager(); }
+    IFileSystem& FileSystem() override { return m_real.FileSystem(); }
+    IHostFiles& HostFiles() override { return m_real.HostFiles(); }
+    IPowerSwitch& PowerSwitch() override { return m_machine.PowerSwitch(); }
+    IEventPipe& EventPipe() override { return m_real.EventPipe(); }
+    IWinUsb& WinUsb() override { return m_machine.WinUsb(); }
+    IHid& Hid() override { return m_real.Hid(); }
+    IProcess& Process() override { return m_real.Process(); }
+    IClock& Clock() override { return m_clock; }
+
+private:
+    /// The simulated clock, whose sleeps reach the driver's bus as well.
+    class CRoadClock : public IClock
+    {
+    public:
+        explicit CRoadClock(CBenchRoad& road) : m_road(road) {}
+        void Sleep(DWORD dwMs) override;
+        LONGLONG Counter() override { return m_road.m_machine.Clock().Counter(); }
+        LONGLONG Frequency() override { return m_road.m_machine.Clock().Frequency(); }
+        void LocalTime(CALENDAR_TIME* pTime) override { m_road.m_real.Clock().LocalTime(pTime); }
+
+    private:
+        CBenchRoad& m_road;
+    };
+
+    Platform& m_real = RealPlatform();
+    CBenchBus m_bus;
+    CSimMachine m_machine{m_bus.System()};
+    CBenchTree m_tree{m_machine, m_real};
+    CRoadClock m_clock{*this};
+};

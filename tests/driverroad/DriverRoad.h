@@ -1,0 +1,70 @@
+#pragma once
+
+#include "api/zelhub.h"
+#include "api/zelhub_bench.h"
+#include "dev/CHubDev.h"
+#include "find/CHubFind.h"
+#include "flow/CUniversalFlow.h"
+#include "platform/IFileSystem.h"
+#include "platform/IServiceManager.h"
+#include "sim/driver/CBenchRoad.h"
+#include "wire/DriverNames.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+using Image = std::vector<BYTE>;
+
+/// A process that uses the library on the bench driver: real services, and at first a system
+/// where no driver was ever installed.
+class DriverRoad : public testing::Test
+{
+protected:
+    DriverRoad();
+    ~DriverRoad() override;
+
+    IServiceManager& Services() { return m_road.ServiceManager(); }
+    IFileSystem& Files() { return m_road.FileSystem(); }
+
+    /// The service's state, 0 when there is no such service.
+    DWORD ServiceState();
+    void RemoveService();
+
+    WString InstalledFile();
+
+    /// Puts one of the built driver files (by its version) in the installed one's place.
+    void Install(const char* pszVersion, const WString& strTo);
+    std::string InstalledVersion(); ///< "1.2.0.5", "" when there is none
+
+    /// Log lines behind their stamps, of the library's own file.
+    std::vector<std::string> Log();
+    bool HasLogged(const std::string& strText);
+
+    CBenchRoad m_road;
+};
+
+/// What a host keeps for the bench's hub.
+struct BenchJob
+{
+    explicit BenchJob(const CSimNode& node) : pDev(GetHubDev())
+    {
+        WString strPath = node.Spec().locationPaths.front();
+        pDev->SetTopo(strPath.data());
+        finder.Attach(pDev.get());
+        pFlow.reset(GetUniversalFlow(&finder, pDev.get()));
+    }
+    ~BenchJob()
+    {
+        (void)finder.DummyRemove(pDev.get());
+        finder.Detach(pDev.get());
+    }
+    BenchJob(const BenchJob&) = delete;
+    BenchJob& operator=(const BenchJob&) = delete;
+
+    CHubFind finder;
+    std::unique_ptr<CHubDev> pDev;
+    std::unique_ptr<CUniversalFlow> pFlow;
+};
