@@ -94,6 +94,7 @@ void LoadHub(CJsonObject object, CBenchMachine& bench)
     if (!FromHex(object.Text("flash"), flash) || flash.size() != kept.flash.size())
         object.Refuse("flash", "does not fit the hub's flash: this state belongs to another bench");
     kept.flash = std::move(flash);
+    (void)object.Flag("onBus", true); // for people and tests; "plugged" decides
     kept.nActive = static_cast<unsigned>(object.Number("activeBank", 0, 1));
     kept.bFresh = object.Flag("fresh", false);
     kept.bRunsFlash = object.Flag("runsFlash", false);
@@ -155,6 +156,7 @@ void CBenchState::Save(CBenchMachine& bench) const
             continue;
         const CSimHubBanks::Kept kept = pHub->Keep();
         document["hubs"].push_back({{"id", strId},
+                                    {"onBus", pHub->IsOnBus()},
                                     {"activeBank", kept.nActive},
                                     {"fresh", kept.bFresh},
                                     {"runsFlash", kept.bRunsFlash},
@@ -163,7 +165,8 @@ void CBenchState::Save(CBenchMachine& bench) const
     for (const BenchFault& fault : bench.PendingFaults())
         document["faults"].push_back(FaultJson(fault));
     const std::string strText = document.dump(1) + "\n";
-    const std::string strWhy = HostSystem::WriteWhole(m_strPath, strText.data(), strText.size());
+    const std::string strWhy =
+        HostSystem::WriteWhole(m_strPath, strText.data(), strText.size(), false);
     if (!strWhy.empty())
         throw CToolError(ExitCode::General,
                          "bench state " + Printable(m_strPath) + ": cannot be written: " + strWhy,

@@ -22,6 +22,13 @@ bool CGuardedHubDev::Stopped()
     return true;
 }
 
+void CGuardedHubDev::Noted(Phase ePhase)
+{
+    constexpr int kUnderWay = 1;
+    if (m_hooks.step)
+        m_hooks.step(ePhase, kUnderWay);
+}
+
 bool CGuardedHubDev::Complain(bool bDone)
 {
     if (!bDone && m_hooks.transferError)
@@ -35,6 +42,7 @@ bool CGuardedHubDev::Reset2RomEx()
     if (Stopped())
         return false;
     m_facts.bReset = CHubDev::Reset2RomEx();
+    Noted(Phase::ResetToRom);
     return Complain(m_facts.bReset);
 }
 
@@ -44,8 +52,7 @@ bool CGuardedHubDev::DevEraseEx()
     if (Stopped())
         return false;
     m_facts.bEraseBegun = true;
-    if (m_hooks.step)
-        m_hooks.step(Phase::Erase, 1); // from here on an end in the middle costs the firmware
+    Noted(Phase::Erase);
     m_facts.bErased = CHubDev::DevEraseEx();
     return Complain(m_facts.bErased);
 }
@@ -56,8 +63,7 @@ bool CGuardedHubDev::WriteFlashEx(const std::vector<BYTE>& vFw)
     if (Stopped())
         return false;
     m_facts.bWriteBegun = true;
-    if (m_hooks.step)
-        m_hooks.step(Phase::Write, 1);
+    Noted(Phase::Write);
     m_facts.bWritten = CHubDev::WriteFlashEx(vFw);
     return Complain(m_facts.bWritten);
 }
@@ -120,5 +126,6 @@ bool CGuardedHubDev::Reset2FlashEx()
 {
     BeginPhase(Phase::ResetToFlash);
     m_facts.bStarted = CHubDev::Reset2FlashEx();
+    Noted(Phase::ResetToFlash);
     return Complain(m_facts.bStarted);
 }

@@ -44,6 +44,7 @@ public:
 
 private:
     bool Stopped();
+    void Noted(Phase ePhase); ///< the facts changed within a phase
     bool Complain(bool bDone);
 
     Hooks m_hooks;

@@ -169,7 +169,7 @@ std::string PortChain(const std::string& strLocation)
     return strChain;
 }
 
-CHubList CHubList::Make(bool bAsk)
+CHubList CHubList::Make()
 {
     CHubList list;
     for (const DWORD dwInstance : PresentHubs()) {
@@ -179,11 +179,9 @@ CHubList CHubList::Make(bool bAsk)
         row.strPort = PortChain(row.strLocation);
         list.m_rows.push_back(row);
     }
-    if (bAsk) {
-        const std::map<DWORD, OwnHub> own = OwnHubs();
-        for (HubRow& row : list.m_rows)
-            Ask(row, own);
-    }
+    const std::map<DWORD, OwnHub> own = OwnHubs();
+    for (HubRow& row : list.m_rows)
+        Ask(row, own);
     std::sort(list.m_rows.begin(), list.m_rows.end(), Before);
     return list;
 }

@@ -32,8 +32,8 @@ struct HubRow
 class CHubList
 {
 public:
-    /// @param bAsk whether hubs are asked who they are (else all are Unknown)
-    static CHubList Make(bool bAsk);
+    /// Finds them and asks each who it is.
+    static CHubList Make();
 
     const std::vector<HubRow>& Rows() const { return m_rows; }
     Table AsTable() const;

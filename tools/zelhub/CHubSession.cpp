@@ -121,20 +121,26 @@ std::string CHubSession::SelectorText() const
     return "--hub " + ShellWord("path:" + m_chosen->strLocation);
 }
 
-HubReads::Status CHubSession::Status()
+std::optional<HubReads::Status> CHubSession::TryStatus()
 {
     HubReads::Status status = {};
     m_responder.ForgetFailure();
-    if (!HubReads::ReadStatus(status)) {
-        const bool bOnBus = IsOnBus();
-        const std::string& strWhy = m_responder.LastFailure();
-        throw CToolError(bOnBus ? ExitCode::General : ExitCode::DeviceLost,
-                         "the hub's status cannot be read" +
-                             (strWhy.empty() ? std::string() : ": " + strWhy),
-                         bOnBus ? "Type this again; if that does not help, plug the hub in again."
-                                : "Plug the hub in again, then type this again.");
-    }
+    if (!HubReads::ReadStatus(status))
+        return std::nullopt;
     return status;
+}
+
+HubReads::Status CHubSession::Status()
+{
+    if (const std::optional<HubReads::Status> status = TryStatus())
+        return *status;
+    const bool bOnBus = IsOnBus();
+    const std::string& strWhy = m_responder.LastFailure();
+    throw CToolError(bOnBus ? ExitCode::General : ExitCode::DeviceLost,
+                     "the hub's status cannot be read" +
+                         (strWhy.empty() ? std::string() : ": " + strWhy),
+                     bOnBus ? "Type this again; if that does not help, plug the hub in again."
+                            : "Plug the hub in again, then type this again.");
 }
 
 bool CHubSession::IsOnBus() const

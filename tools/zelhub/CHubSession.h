@@ -26,7 +26,7 @@ public:
     CToolResponder& Responder() { return m_responder; }
 
     /// The hubs on the machine, for when none is open.
-    CHubList List() { return CHubList::Make(true); }
+    CHubList List() { return CHubList::Make(); }
 
     /// Chooses by --hub, locks and opens it, and asks which code it runs. Throws CToolError.
     void OpenChosen();
@@ -42,6 +42,7 @@ public:
 
     /// The 20 status bytes. Throws CToolError where they cannot be read.
     HubReads::Status Status();
+    std::optional<HubReads::Status> TryStatus(); ///< nothing where they cannot be read
 
     /// Whether a hub's node is at the chosen place now.
     bool IsOnBus() const;

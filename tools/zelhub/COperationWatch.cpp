@@ -164,7 +164,11 @@ void COperationWatch::RefreshLeaveCard()
                                                              : ExitCode::General;
     failure.strWhat = "ended before the hub was done";
     failure.strPhase = PhaseName(facts.ePhase);
-    failure.strState = StateText(facts, true);
+    const bool bRestarting =
+        facts.ePhase == Phase::ResetToRom || facts.ePhase == Phase::ResetToFlash;
+    failure.strState =
+        StateText(facts, bRestarting && (facts.bReset || facts.bStarted) ? Presence::Restarting
+                                                                         : Presence::OnBus);
     failure.strNext = NextText(true, facts.FlashTouched() && !facts.bDualBank);
     m_session.Context().SetLeave(failure);
 }
@@ -188,9 +192,9 @@ void COperationWatch::Fail(ExitCode eCode, const std::string& strWhat)
     const OperationFacts& facts = m_session.Dev().Facts();
     const bool bPresent = m_session.IsOnBus();
     const bool bBlank = facts.FlashTouched() && !facts.bVerified && !facts.bDualBank;
-    throw CToolError(Failure{eCode, strWhat.empty() ? FailedWhat(facts) : strWhat,
-                             PhaseName(facts.ePhase), StateText(facts, bPresent),
-                             NextText(bPresent, bBlank)});
+    throw CToolError(Failure{
+        eCode, strWhat.empty() ? FailedWhat(facts) : strWhat, PhaseName(facts.ePhase),
+        StateText(facts, bPresent ? Presence::OnBus : Presence::Gone), NextText(bPresent, bBlank)});
 }
 
 void COperationWatch::FailByFacts()

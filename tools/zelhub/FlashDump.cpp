@@ -49,7 +49,7 @@ void CheckNewFile(const std::string& strPath, bool bOverwrite)
 
 void SaveNewFile(const std::string& strPath, const std::vector<BYTE>& bytes)
 {
-    const std::string strWhy = HostSystem::WriteWhole(strPath, bytes.data(), bytes.size());
+    const std::string strWhy = HostSystem::WriteWhole(strPath, bytes.data(), bytes.size(), true);
     if (!strWhy.empty())
         throw CToolError(Failure{ExitCode::General,
                                  Printable(strPath) + " cannot be written: " + strWhy, "",

@@ -45,10 +45,11 @@ enum class LockResult
 LockResult TakeLock(const std::string& strName, std::unique_ptr<CProcessLock>& pLock,
                     std::string& strWhy);
 
-/// Writes a whole file and has it reach the disk. A regular file is replaced only when all bytes
-/// were written; anything else (a device, a pipe) is written in place.
+/// Writes a whole file. A regular file is replaced only when all bytes were written; anything
+/// else (a device, a pipe) is written in place.
+/// @param bSync do not return before it has reached the disk
 /// @return empty, or what is wrong in words
-std::string WriteWhole(const std::string& strPath, const void* pData, size_t cb);
+std::string WriteWhole(const std::string& strPath, const void* pData, size_t cb, bool bSync);
 
 std::string AbsolutePath(const std::string& strPath);
 

@@ -103,7 +103,7 @@ int OpenLockFile(const std::string& strPath)
     return ::open(strPath.c_str(), kFlags);
 }
 
-std::string WriteTo(int nFile, const void* pData, size_t cb)
+std::string WriteTo(int nFile, const void* pData, size_t cb, bool bSync)
 {
     const char* p = static_cast<const char*>(pData);
     while (cb != 0) {
@@ -115,16 +115,16 @@ std::string WriteTo(int nFile, const void* pData, size_t cb)
         p += n;
         cb -= static_cast<size_t>(n);
     }
-    if (::fsync(nFile) != 0 && errno != EINVAL && errno != EROFS)
+    if (bSync && ::fsync(nFile) != 0 && errno != EINVAL && errno != EROFS)
         return std::strerror(errno);
     return {};
 }
 
-std::string WriteAndClose(int nFile, const void* pData, size_t cb)
+std::string WriteAndClose(int nFile, const void* pData, size_t cb, bool bSync)
 {
     if (nFile < 0)
         return std::strerror(errno);
-    std::string strWhy = WriteTo(nFile, pData, cb);
+    std::string strWhy = WriteTo(nFile, pData, cb, bSync);
     if (::close(nFile) != 0 && strWhy.empty())
         strWhy = std::strerror(errno);
     return strWhy;
@@ -201,18 +201,19 @@ HostSystem::LockResult HostSystem::TakeLock(const std::string& strName,
     return bBusy ? LockResult::Busy : LockResult::Failed;
 }
 
-std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData, size_t cb)
+std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData, size_t cb,
+                                   bool bSync)
 {
     constexpr mode_t kUsual = 0666;
     struct stat st = {};
     if (::stat(strPath.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) {
         if (S_ISDIR(st.st_mode))
             return std::strerror(EISDIR);
-        return WriteAndClose(::open(strPath.c_str(), O_WRONLY | O_CLOEXEC), pData, cb);
+        return WriteAndClose(::open(strPath.c_str(), O_WRONLY | O_CLOEXEC), pData, cb, bSync);
     }
     const std::string strPart = strPath + ".part" + std::to_string(::getpid());
     const int nFile = ::open(strPart.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kUsual);
-    std::string strWhy = WriteAndClose(nFile, pData, cb);
+    std::string strWhy = WriteAndClose(nFile, pData, cb, bSync);
     if (strWhy.empty() && ::rename(strPart.c_str(), strPath.c_str()) != 0)
         strWhy = std::strerror(errno);
     if (!strWhy.empty() && nFile >= 0)

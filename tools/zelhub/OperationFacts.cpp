@@ -46,9 +46,20 @@ std::string FlashText(const OperationFacts& facts)
 
 } // namespace
 
-std::string StateText(const OperationFacts& facts, bool bPresent)
+std::string StateText(const OperationFacts& facts, Presence ePresence)
 {
-    std::string strState = bPresent ? "the hub is on the bus" : "the hub is not on the bus";
+    std::string strState;
+    switch (ePresence) {
+    case Presence::OnBus:
+        strState = "the hub is on the bus";
+        break;
+    case Presence::Gone:
+        strState = "the hub is not on the bus";
+        break;
+    case Presence::Restarting:
+        strState = "the hub is restarting";
+        break;
+    }
     if (facts.bStarted && !facts.bVerified)
         return strState + "; it was told to start its flash code";
     return strState + "; " + FlashText(facts);

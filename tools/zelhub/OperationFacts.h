@@ -34,6 +34,12 @@ struct OperationFacts
     bool FlashTouched() const { return bEraseBegun || bWriteBegun; }
 };
 
+enum class Presence
+{
+    OnBus,
+    Gone,
+    Restarting ///< told to restart, and nobody has looked since
+};
+
 /// What state a hub is in after the operation, in words.
-/// @param bPresent the hub is on the bus now
-std::string StateText(const OperationFacts& facts, bool bPresent);
+std::string StateText(const OperationFacts& facts, Presence ePresence);

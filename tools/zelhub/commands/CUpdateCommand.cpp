@@ -29,6 +29,27 @@ const char* BankText(const HubBefore& before)
                                                  : "the flash that was written";
 }
 
+/// Waits until the hub is back and says that it runs the image's version; the flow looks at
+/// neither. @return that version
+USHORT CheckReturn(CHubSession& session, COperationWatch& watch, const CImageFile& image)
+{
+    session.Dev().BeginPhase(Phase::Return);
+    if (!session.Dev().IsPresent() && !session.WaitForReturn())
+        watch.Fail(ExitCode::DeviceLost);
+    const std::optional<USHORT> version = session.RunningVersion();
+    const std::optional<HubReads::Status> status = session.TryStatus();
+    if (!status)
+        watch.Fail(session.IsOnBus() ? ExitCode::General : ExitCode::DeviceLost,
+                   "the hub came back, but does not say what it runs");
+    if (!HubReads::RunsFlashCode(*status) || !version)
+        watch.Fail(ExitCode::DeviceLost,
+                   "the hub is back, but it runs its ROM code and not the new firmware");
+    if (*version != image.Version() || HubReads::RunningVersion(*status) != image.Version())
+        watch.Fail(ExitCode::Mismatch, "the hub runs version " + VersionText(*version) +
+                                           ", the image is " + VersionText(image.Version()));
+    return *version;
+}
+
 /// After an update that stopped before flash was touched the hub may be left in ROM code
 /// although its firmware is whole: starts it again.
 void BringBack(CHubSession& session)
@@ -134,23 +155,13 @@ void CUpdateCommand::Update(CHubSession& session, const CImageFile& image,
         BringBack(session);
         watch.FailByFacts();
     }
-    session.Dev().BeginPhase(Phase::Return);
-    if (!session.Dev().IsPresent() && !session.WaitForReturn())
-        watch.Fail(ExitCode::DeviceLost);
-    const std::optional<USHORT> version = session.RunningVersion();
-    const HubReads::Status status = session.Status();
-    if (!HubReads::RunsFlashCode(status) || !version)
-        watch.Fail(ExitCode::DeviceLost,
-                   "the hub is back, but it runs its ROM code and not the new firmware");
-    if (*version != image.Version() || HubReads::RunningVersion(status) != image.Version())
-        watch.Fail(ExitCode::Mismatch, "the hub runs version " + VersionText(*version) +
-                                           ", the image is " + VersionText(image.Version()));
+    const USHORT wVersion = CheckReturn(session, watch, image);
     session.Context().Progress().Clear();
     COutput& output = session.Context().Out();
     output.Show(
         session.HubFields(ImageFields(image, {{{"compared", "Read back"}, Cell(BankText(before))},
                                               {{"before", "Before"}, BeforeCell(before)},
-                                              {{"after", "After"}, Cell(VersionText(*version))},
+                                              {{"after", "After"}, Cell(VersionText(wVersion))},
                                               {{"result", "Result"}, Cell("updated")}})));
 }
 

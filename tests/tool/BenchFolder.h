@@ -1,0 +1,51 @@
+#pragma once
+
+#include "tool/ToolProcess.h"
+
+#include "platform/Types.h"
+
+#include <string>
+#include <vector>
+
+/// A folder of a test's own with a bench, its state and images; gone with the test.
+class CBenchFolder
+{
+public:
+    CBenchFolder();
+    CBenchFolder(const CBenchFolder&) = delete;
+    CBenchFolder& operator=(const CBenchFolder&) = delete;
+    ~CBenchFolder();
+
+    std::string Path(const std::string& strName) const { return m_strFolder + "/" + strName; }
+    std::string Write(const std::string& strName, const std::string& strText) const;
+    std::string Write(const std::string& strName, const std::vector<BYTE>& bytes) const;
+    std::string ReadText(const std::string& strName) const;
+    std::vector<BYTE> ReadBytes(const std::string& strName) const;
+
+    /// Uses a bench for the runs that follow; its state is forgotten.
+    void UseBench(const std::string& strJson);
+    void UseExample(const char* pszName);
+
+    /// One hub "hub" at port 1 with an image of version 0x0100, and whatever is added to it:
+    /// hub members (", \"timing\": {...}"), members of its flash, members of the file.
+    void UseHub(const std::string& strMore = {}, const std::string& strFlash = {},
+                const std::string& strFile = {});
+
+    /// An image of chip 0x6560 in a file of the folder. @return its path
+    std::string Image(const char* pszVersion, const std::vector<std::string>& more = {}) const;
+
+    /// Runs a command on the bench, with its state.
+    ToolResult Run(const std::vector<std::string>& arguments) const;
+    std::vector<std::string> Arguments(const std::vector<std::string>& arguments) const;
+
+    /// What the state file says about a hub: the model is the judge.
+    nlohmann::json HubState(const std::string& strId = "hub") const;
+
+    /// Whether the model is on the bus, runs flash code, and the bank that runs holds exactly this
+    /// image.
+    bool Runs(const std::string& strImage, const std::string& strId = "hub") const;
+
+private:
+    std::string m_strFolder;
+    std::string m_strBench;
+};

@@ -1,0 +1,152 @@
+#include "tool/ToolProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+struct Ends
+{
+    int nRead = -1;
+    int nWrite = -1;
+};
+
+Ends MakePipe()
+{
+    int files[2] = {-1, -1};
+    if (::pipe2(files, O_CLOEXEC) != 0)
+        throw std::runtime_error("no pipe");
+    return {files[0], files[1]};
+}
+
+Ends MakeTerminal()
+{
+    const int nMaster = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (nMaster < 0 || ::grantpt(nMaster) != 0 || ::unlockpt(nMaster) != 0)
+        throw std::runtime_error("no terminal");
+    return {nMaster, ::open(::ptsname(nMaster), O_RDWR | O_NOCTTY | O_CLOEXEC)};
+}
+
+[[noreturn]] void BecomeTool(std::vector<char*> arguments,
+                             const std::vector<std::string>& environment, int nOut, int nErr)
+{
+    ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+    ::dup2(nOut, STDOUT_FILENO);
+    ::dup2(nErr, STDERR_FILENO);
+    for (const std::string& strSetting : environment)
+        ::putenv(const_cast<char*>(strSetting.c_str()));
+    ::execv(ZELHUB_TOOL, arguments.data());
+    ::_exit(127);
+}
+
+/// @return false at the end
+bool ReadInto(int nFile, std::string& strText)
+{
+    std::array<char, 65536> buffer;
+    const ssize_t n = ::read(nFile, buffer.data(), buffer.size());
+    if (n < 0 && errno == EINTR)
+        return true;
+    if (n <= 0) // a terminal ends with EIO
+        return false;
+    strText.append(buffer.data(), static_cast<size_t>(n));
+    return true;
+}
+
+} // namespace
+
+nlohmann::json ToolResult::Json() const
+{
+    const nlohmann::json document = nlohmann::json::parse(strOut, nullptr, false);
+    EXPECT_FALSE(document.is_discarded()) << "no JSON: " << strOut;
+    return document;
+}
+
+CToolProcess::CToolProcess(const std::vector<std::string>& arguments)
+    : CToolProcess(arguments, Setting())
+{}
+
+CToolProcess::CToolProcess(const std::vector<std::string>& arguments, const Setting& setting)
+{
+    std::vector<std::string> words = {"zelhub"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& strWord : words)
+        pointers.push_back(strWord.data());
+    pointers.push_back(nullptr);
+    Ends out = MakePipe();
+    const Ends err = setting.bTerminal ? MakeTerminal() : MakePipe();
+    const int nFile =
+        setting.strOutFile.empty() ? -1 : ::open(setting.strOutFile.c_str(), O_WRONLY | O_CLOEXEC);
+    m_pid = ::fork();
+    if (m_pid == 0)
+        BecomeTool(pointers, setting.environment, nFile >= 0 ? nFile : out.nWrite, err.nWrite);
+    for (const int nEnd : {out.nWrite, err.nWrite, nFile})
+        if (nEnd >= 0)
+            ::close(nEnd);
+    m_nOut = out.nRead;
+    m_nErr = err.nRead;
+}
+
+CToolProcess::~CToolProcess()
+{
+    if (m_pid > 0) {
+        Signal(SIGKILL);
+        (void)Finish();
+    }
+}
+
+void CToolProcess::ReadSome(bool bUntilEnd, const std::string& strText)
+{
+    while (m_nOut >= 0 || m_nErr >= 0) {
+        if (!bUntilEnd && m_result.strErr.find(strText) != std::string::npos)
+            return;
+        std::array<pollfd, 2> files = {pollfd{m_nOut, POLLIN, 0}, pollfd{m_nErr, POLLIN, 0}};
+        if (::poll(files.data(), files.size(), -1) < 0)
+            continue;
+        for (pollfd& file : files) {
+            int& nFile = &file == &files[0] ? m_nOut : m_nErr;
+            std::string& strInto = &file == &files[0] ? m_result.strOut : m_result.strErr;
+            if (file.revents != 0 && !ReadInto(nFile, strInto)) {
+                ::close(nFile);
+                nFile = -1;
+            }
+        }
+    }
+}
+
+bool CToolProcess::WaitForError(const std::string& strText)
+{
+    ReadSome(false, strText);
+    return m_result.strErr.find(strText) != std::string::npos;
+}
+
+void CToolProcess::Signal(int nSignal) const
+{
+    ::kill(m_pid, nSignal);
+}
+
+ToolResult CToolProcess::Finish()
+{
+    ReadSome(true, {});
+    int nStatus = 0;
+    while (::waitpid(m_pid, &nStatus, 0) < 0 && errno == EINTR) {
+    }
+    m_pid = -1;
+    m_result.nExit = WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -WTERMSIG(nStatus);
+    return m_result;
+}
+
+ToolResult RunTool(const std::vector<std::string>& arguments)
+{
+    return CToolProcess(arguments).Finish();
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/// What came of a run of the program.
+struct ToolResult
+{
+    int nExit = -1; ///< exit status; below 0: ended by that signal
+    std::string strOut;
+    std::string strErr;
+
+    /// Standard output as one JSON document; a failure of the test when it is none.
+    nlohmann::json Json() const;
+};
+
+/// The real program as a child process. Its standard input is empty.
+class CToolProcess
+{
+public:
+    struct Setting
+    {
+        std::string strOutFile; ///< standard output goes there instead of into the result
+        bool bTerminal = false; ///< standard error is a terminal
+        std::vector<std::string> environment; ///< "NAME=VALUE"
+    };
+
+    explicit CToolProcess(const std::vector<std::string>& arguments);
+    CToolProcess(const std::vector<std::string>& arguments, const Setting& setting);
+    CToolProcess(const CToolProcess&) = delete;
+    CToolProcess& operator=(const CToolProcess&) = delete;
+    ~CToolProcess();
+
+    /// Reads standard error until it holds a text. @return false when the program ended before
+    bool WaitForError(const std::string& strText);
+    void Signal(int nSignal) const;
+
+    /// Waits for its end.
+    ToolResult Finish();
+
+private:
+    void ReadSome(bool bUntilEnd, const std::string& strText);
+
+    pid_t m_pid = -1;
+    int m_nOut = -1;
+    int m_nErr = -1;
+    ToolResult m_result;
+};
+
+ToolResult RunTool(const std::vector<std::string>& arguments);
