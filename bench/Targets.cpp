@@ -3,6 +3,7 @@
 #include "bench/CRatioReporter.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace
 {
@@ -27,6 +28,17 @@ Measured PerRequest(const CRatioReporter& run, const std::string& sBytes, int nR
     const double dCopy = run.Seconds("Copy/" + sBytes);
     return {"added to a request of " + sBytes + " bytes, " + std::to_string(nResponders) +
                 " responders",
+            (dLibrary - dBare - 2 * dCopy) / kMicro, nResponders == 0 ? 1.0 : 3.0, "us",
+            dLibrary > 0 && dBare > 0 && dCopy > 0};
+}
+
+/// What the library adds to one unit of a PD update, beyond two copies of its data.
+Measured PerUnit(const CRatioReporter& run, int nResponders)
+{
+    const double dLibrary = run.Seconds("PdUnit/" + std::to_string(nResponders));
+    const double dBare = run.Seconds("PdBareUnit/");
+    const double dCopy = run.Seconds("Copy/20");
+    return {"added to a PD unit of 29 bytes, " + std::to_string(nResponders) + " responders",
             (dLibrary - dBare - 2 * dCopy) / kMicro, nResponders == 0 ? 1.0 : 3.0, "us",
             dLibrary > 0 && dBare > 0 && dCopy > 0};
 }
@@ -63,6 +75,23 @@ void PrintMultiples(const CRatioReporter& run)
     }
 }
 
+void PrintFamilies(const CRatioReporter& run)
+{
+    const double dBare = run.Seconds("PdBareModel/");
+    if (dBare > 0)
+        std::printf(
+            "\nA PD image of 128 KiB in %.0f requests: %.2f times the bare model, %.2f with "
+            "a null responder\n",
+            run.Counter("PdUpdate/0", "requests"), run.Seconds("PdUpdate/0") / dBare,
+            run.Seconds("PdUpdate/1") / dBare);
+    for (const auto& [pszWhat, pszName] : {std::pair{"EC register reads", "EcRegisterRead/"},
+                                           std::pair{"SMBus writes of 32 bytes", "SmbusBlock/1"},
+                                           std::pair{"SMBus reads of 32 bytes", "SmbusBlock/0"}}) {
+        if (run.Seconds(pszName) > 0)
+            std::printf("%-28s %10.0f a second\n", pszWhat, 1 / run.Seconds(pszName));
+    }
+}
+
 bool Print(const Measured& measured)
 {
     if (!measured.bRan) {
@@ -79,12 +108,15 @@ bool Print(const Measured& measured)
 bool PrintTargets(const CRatioReporter& reporter)
 {
     PrintMultiples(reporter);
+    PrintFamilies(reporter);
     std::printf("\nTargets:\n");
     const Measured measured[] = {
         PerRequest(reporter, "20", 0),
         PerRequest(reporter, "4096", 0),
         PerRequest(reporter, "20", 1),
         PerRequest(reporter, "4096", 1),
+        PerUnit(reporter, 0),
+        PerUnit(reporter, 1),
         Ratio(reporter, "a log line, against a bare one", "LogLine/", "BareLine/", 1.2),
         Ratio(reporter, "a watch cycle with 1,000 hubs, against 100", "WatchCycle/1000",
               "WatchCycle/100", 12),

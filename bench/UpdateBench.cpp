@@ -1,12 +1,12 @@
 #include "bench/CBenchMachine.h"
 #include "bench/CHeapMeter.h"
 #include "bench/CNullResponder.h"
+#include "bench/CProcessorTime.h"
 #include "flow/CUniversalFlow.h"
 #include "msg/CLogResponder.h"
 #include "msg/CMsg.h"
 
 #include <benchmark/benchmark.h>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -51,12 +51,6 @@ bool UpdateOnce(CBenchMachine& bench, const std::string& sImage)
     return flow.InitFwFinder(sImage) && flow.DevUpdate();
 }
 
-/// Processor time, which other programs on the machine disturb little.
-double SecondsSince(std::clock_t start)
-{
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-}
-
 /// What the update's own waits do: the chip settles, a restarting one leaves and returns.
 void LetTimePass(CSimClock& clock)
 {
@@ -80,9 +74,9 @@ void Update(benchmark::State& state)
             CMsg::GetObj()->Attach(pListener.get());
 
         const CHeapMeter meter;
-        const auto start = std::clock();
+        const CProcessorTime time;
         const bool bDone = UpdateOnce(bench, sImage);
-        state.SetIterationTime(SecondsSince(start));
+        state.SetIterationTime(time.Seconds());
         nPeak = std::max(nPeak, meter.Peak());
 
         CMsg::GetObj()->ClearResponder();
@@ -128,12 +122,12 @@ void BareModel(benchmark::State& state)
         CSimHub hub(clock, CBenchMachine::Settings(cbImage));
         hub.LoadImage(CBenchMachine::Image(cbImage, kOldVersion));
 
-        const auto start = std::clock();
+        const CProcessorTime time;
         for (SimProxyRecord& request : requests) {
             LetTimePass(clock);
             hub.Control(request.setup, request.data.data(), request.dwTimeoutMs);
         }
-        state.SetIterationTime(SecondsSince(start));
+        state.SetIterationTime(time.Seconds());
 
         if (!hub.Runs(CBenchMachine::Image(cbImage, kNewVersion))) {
             state.SkipWithError("the requests did not update the model");
