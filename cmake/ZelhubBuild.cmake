@@ -12,6 +12,10 @@ if(ZELHUB_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(ZELHUB_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(ZELHUB_TIDY)
     find_program(CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
     set(CMAKE_CXX_CLANG_TIDY ${CLANG_TIDY} --quiet)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what the build needs and this machine lacks, with apt-get; does nothing where all is
-# there. Usage: scripts/setup.sh [build] [lint] [clang] [bench]      (default: build)
+# there. Usage: scripts/setup.sh [build] [lint] [clang] [fuzz] [bench]      (default: build)
 set -euo pipefail
 
 missing=()
@@ -32,13 +32,17 @@ for group in "${@:-build}"; do
         need clang-tidy-14 has clang-tidy-14
         ;;
     clang)
-        need clang-14 has clang++-14
+        need clang has clang++
+        ;;
+    fuzz)
+        need clang has clang++
+        need libclang-rt-14-dev compgen -G '/usr/lib/llvm-14/lib/clang/*/lib/linux/*fuzzer-*.a'
         ;;
     bench)
         need libbenchmark-dev header benchmark/benchmark.h
         ;;
     *)
-        echo "setup: no group named '$group' (build, lint, clang, bench)" >&2
+        echo "setup: no group named '$group' (build, lint, clang, fuzz, bench)" >&2
         exit 2
         ;;
     esac

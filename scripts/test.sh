@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds and tests. Usage: scripts/test.sh [--quick|--full]
 #   (default)  release build and sanitizer build with their tests, format of the whole tree,
-#              clang-tidy on what changed
+#              clang-tidy on what changed, a short run of the fuzz targets
 #   --quick    the release build and its tests alone
 #   --full     also the clang build, the whole tree under clang-tidy, the planted faults
 # Every step runs even when an earlier one failed; the release build's summary comes last, and
@@ -20,7 +20,7 @@ case "${1:-}" in
 esac
 
 groups=(build)
-[ $mode = quick ] || groups+=(lint)
+[ $mode = quick ] || groups+=(lint fuzz)
 [ $mode != full ] || groups+=(clang bench)
 scripts/setup.sh "${groups[@]}" || exit 1
 
@@ -64,6 +64,7 @@ if [ $mode != quick ]; then
         step "clang build" build clang && step "clang tests" tests clang
     fi
     step "format" scripts/format.sh --check
+    step "fuzz" scripts/fuzz.sh
     if [ $mode = full ]; then
         step "clang-tidy, whole tree" scripts/tidy.sh --all
         step "planted faults" scripts/planted-faults.sh
