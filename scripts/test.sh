@@ -73,7 +73,16 @@ if [ $mode != quick ]; then
     fi
 fi
 
+# What tests counted, which ctest shows of failing tests alone.
+counts() {
+    sed -n -e '/^messages provoked/,/^\[/{/^\[/!p}' -e '/: [0-9]* runs, /p' \
+        build/release/Testing/Temporary/LastTest.log
+}
+
 [ ${#failed[@]} -eq 0 ] || printf 'FAILED so far: %s\n' "${failed[@]}" >&2
 [ $release_built = yes ] || exit 1
-tests release || exit 1
-[ ${#failed[@]} -eq 0 ]
+result=0
+summary=$(tests release) || result=1
+counts
+printf '%s\n' "$summary"
+[ $result -eq 0 ] && [ ${#failed[@]} -eq 0 ]
