@@ -6,7 +6,6 @@
 
 namespace
 {
-constexpr const char* kIdentity = "CPropertyEx::KyHub_IsVoHub";
 
 int Ask(CBench& b)
 {
@@ -17,87 +16,6 @@ void Identity(CBench& b, const WCHAR* pszIdentity)
 {
     b.hub.Identity().strings[0x34] = pszIdentity;
 }
-
-void AskStarted(CBench& b)
-{
-    b.Start();
-    Ask(b);
-}
-
-void AskWith(CBench& b, const char* pszOperation, unsigned n, DWORD dwCode)
-{
-    b.Start();
-    b.machine.Faults().FailCall(pszOperation, b.machine.Faults().Calls(pszOperation) + n, dwCode);
-    Ask(b);
-}
-
-/// Fails transfers first to last from now on, and asks.
-void AskFailing(CBench& b, unsigned nFirst, unsigned nLast, DWORD dwError)
-{
-    b.Start();
-    for (unsigned n = nFirst; n <= nLast; ++n)
-        b.FailTransfer(n, dwError);
-    Ask(b);
-}
-
-const MessageCase kIdentityMessages[] = {
-    {"NoSuspend", [](CBench& b) { AskWith(b, "IDeviceTree::GetClassDevs", 1, 5); }, MSG_FAIL,
-     kIdentity, "Turn off power save mode fail.\n"},
-    {"NoInterface", [](CBench& b) { AskWith(b, "IDeviceFile::Open", 1, 5); }, MSG_FAIL, kIdentity,
-     "GetDevInstInterfaceHandle fail 5\n"},
-    {"ByHandle", [](CBench& b) { AskWith(b, "IDeviceTree::EnumDeviceInfo", 1, 259); }, MSG_INFO,
-     kIdentity, "KyProxy_Open by handle FFFFFFFF\n"},
-    {"NoProxy", [](CBench& b) { AskWith(b, "IDeviceTree::EnumDeviceInfo", 1, 259); }, MSG_FAIL,
-     kIdentity, "KyProxy_Open failed 87, device handle : FFFFFFFF\n"},
-    {"ProxyHandle", AskStarted, MSG_INFO, kIdentity, "KyProxyHandle: 0xd0000001\n"},
-    {"Wakes", [](CBench& b) { AskFailing(b, 1, 1, kErrNotReady); }, MSG_INFO, kIdentity,
-     "KyCam_OpenDevice wait for device to wakeup from SS\n"},
-    {"NeverWakes", [](CBench& b) { AskFailing(b, 1, 12, kErrNotReady); }, MSG_FAIL, kIdentity,
-     "KyCam_OpenDevice check SS resume fail 21\n"},
-    {"Descriptor", AskStarted, MSG_INFO, kIdentity,
-     "Device Descriptor: bDescriptorType:1, bcdUSB:210, bDeviceClass:9, bDeviceSubClass:0, bDeviceProtocol:1\n"},
-    {"NoString", [](CBench& b) { AskFailing(b, 2, 2, kErrGenFailure); }, MSG_FAIL, kIdentity,
-     "Fail1\n"},
-    {"Retry", [](CBench& b) { AskFailing(b, 2, 6, kErrOperationAborted); }, MSG_INFO, kIdentity,
-     "iretry is 4\n"},
-    {"StringError", [](CBench& b) { AskFailing(b, 2, 2, kErrGenFailure); }, MSG_FAIL, kIdentity,
-     "Can not get devstatus string, return 31\n"},
-    {"NotOurs", [](CBench& b) { AskFailing(b, 2, 2, kErrGenFailure); }, MSG_FAIL, kIdentity,
-     "Not VO Hub\n"},
-    {"Text",
-     [](CBench& b) {
-         Identity(b, WTEXT("Someone's"));
-         AskStarted(b);
-     },
-     MSG_INFO, kIdentity, "Dev_String is Someone's\n"},
-    {"Ours", AskStarted, MSG_INFO, kIdentity, "VO Hub\n"},
-    {"OursOnSmBus",
-     [](CBench& b) {
-         Identity(b, WTEXT("SM BUS"));
-         AskStarted(b);
-     },
-     MSG_INFO, kIdentity, "VO HUB -> SM BUS\n"},
-    {"TurnsOn", AskStarted, MSG_INFO, kIdentity, "dwOldSSValue == -1,Need Turn on SS\n"},
-    {"CannotTurnOn", [](CBench& b) { AskWith(b, "IPowerSwitch::InitializeCom", 2, 0x80004005); },
-     MSG_ERROR, kIdentity, "Turn On Hub SS Fail,dwOldSSValue is -1\n"},
-    {"DescriptorStatus",
-     [](CBench& b) {
-         b.Start();
-         b.machine.Driver().FailTransferWithStatus(b.machine.Driver().Transfers() + 1, 0xC0000011);
-         Ask(b);
-     },
-     MSG_FAIL, "CPropertyEx::KyUsb_GetDeviceDescriptor", "Urb failed 00000000C0000011\n"},
-    {"StringStatus",
-     [](CBench& b) {
-         b.Start();
-         b.machine.Driver().FailTransferWithStatus(b.machine.Driver().Transfers() + 2, 0xC0000011);
-         Ask(b);
-     },
-     MSG_FAIL, "CPropertyEx::KyUsb_GetStringDescriptor",
-     "GetStringDescriptor failed, UrbStatus 00000000C0000011\n"},
-};
-INSTANTIATE_TEST_SUITE_P(Identity, TransportMessage, testing::ValuesIn(kIdentityMessages),
-                         CaseName);
 
 struct IdentityCase
 {

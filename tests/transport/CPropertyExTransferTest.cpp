@@ -8,30 +8,12 @@
 
 namespace
 {
-constexpr const char* kVendor = "CPropertyEx::KyHub_SendVDCmd";
-constexpr const char* kWritePort = "CPropertyEx::KyHub_WritePortUCHAR";
-constexpr const char* kReadPort = "CPropertyEx::KyHub_ReadPortUCHAR";
-constexpr const char* kWriteMemory = "CPropertyEx::KyHub_WriteMemoryUCHAR";
-constexpr const char* kReadMemory = "CPropertyEx::KyHub_ReadMemoryUCHAR";
 
 DWORD ReadStatus(CBench& b)
 {
     BYTE status[HUB_STATUS_LENGTH] = {};
     return b.transport.KyHub_SendVDCmd(REQTYPE_VENDOR_IN, REQ_STATUS, 0x12, 0x345, status,
                                        sizeof(status), 5000);
-}
-
-void Vendor(CBench& b)
-{
-    b.StartAndOpen();
-    ReadStatus(b);
-}
-
-void VendorFails(CBench& b)
-{
-    b.StartAndOpen();
-    b.FailTransfer(1, kErrSemTimeout);
-    ReadStatus(b);
 }
 
 /// Port and memory requests, with the driver refusing them or not.
@@ -49,47 +31,6 @@ void PortAndMemory(CBench& b)
     b.transport.KyHub_ReadMemoryUCHAR(0xFED0, data, sizeof(data));
     b.machine.Faults().Clear();
 }
-
-const MessageCase kTransferMessages[] = {
-    {"Request", Vendor, MSG_INFO, kVendor, "KyHub_SendVDCmd -> RequestType: 0xc0, Request: 0x09\n"},
-    {"Value", Vendor, MSG_INFO, kVendor, "KyHub_SendVDCmd -> wValue: 0x0012, wIndex: 0x0345\n"},
-    {"Length", Vendor, MSG_INFO, kVendor, "KyHub_SendVDCmd -> dwLength: 0x14\n"},
-    {"Timeout", Vendor, MSG_INFO, kVendor, "KyHub_SendVDCmd -> ulTimeout: 0x1388\n"},
-    {"Returns", Vendor, MSG_INFO, kVendor, "KyHub_SendVDCmd -> return 0\n"},
-    {"Fails", VendorFails, MSG_FAIL, kVendor, "KyProxy_SendUrb failed 121\n"},
-    {"ReturnsFailure", VendorFails, MSG_INFO, kVendor, "KyHub_SendVDCmd -> return 121\n"},
-    {"UrbFails", VendorFails, MSG_FAIL, "CPropertyEx::KyProxy_SendUrb",
-     "In KyProxy_SendUrb,IOCTL_KYPROXY_SEND_URB failed 121\n"},
-    {"WritePort", PortAndMemory<0>, MSG_FAIL, kWritePort,
-     "KyHub_WritePortUCHAR dwAddr=0x66, val=0x81\n"},
-    {"WritePortDone", PortAndMemory<0>, MSG_INFO, kWritePort,
-     "KyHub_WritePortUCHAR return Success\n"},
-    {"WritePortFails1", PortAndMemory<5>, MSG_FAIL, kWritePort,
-     "IOCTL_KYPROXY_SEND_URB failed 5\n"},
-    {"WritePortFails2", PortAndMemory<5>, MSG_FAIL, kWritePort,
-     "KyHub_WritePortUCHAR dwAddr=0x66, val=0x81 FAILED with 0x5\n"},
-    {"ReadPort", PortAndMemory<0>, MSG_FAIL, kReadPort,
-     "KyHub_ReadPortUCHAR dwAddr=0x62, val=0x5c\n"},
-    {"ReadPortFails1", PortAndMemory<5>, MSG_FAIL, kReadPort, "IOCTL_KYPROXY_SEND_URB failed 5\n"},
-    {"ReadPortFails2", PortAndMemory<5>, MSG_FAIL, kReadPort,
-     "KyHub_ReadPortUCHAR dwAddr=0x62 FAILED with 0x5\n"},
-    {"WriteMemory", PortAndMemory<0>, MSG_FAIL, kWriteMemory,
-     "KyHub_WriteMemoryUCHAR Addr 0xfed0, Len 0x4\n"},
-    {"WriteMemoryFails1", PortAndMemory<5>, MSG_FAIL, kWriteMemory,
-     "IOCTL_KYPROXY_WRITE_MEMORY_UCHAR failed 5\n"},
-    {"WriteMemoryFails2", PortAndMemory<5>, MSG_FAIL, kWriteMemory,
-     "KyHub_WriteMemoryUCHAR dwAddr=0xfed0, val=0x5c FAILED with 0x5\n"},
-    {"ReadMemory", PortAndMemory<0>, MSG_FAIL, kReadMemory,
-     "KyHub_ReadMemoryUCHAR Addr 0xfed0, Len 0x4\n"},
-    {"ReadMemoryDone", PortAndMemory<0>, MSG_INFO, kReadMemory,
-     "KyHub_ReadMemoryUCHAR dwAddr=0xfed0, return:\n"},
-    {"ReadMemoryFails1", PortAndMemory<5>, MSG_FAIL, kReadMemory,
-     "IOCTL_KYPROXY_WRITE_MEMORY_UCHAR failed 5\n"},
-    {"ReadMemoryFails2", PortAndMemory<5>, MSG_FAIL, kReadMemory,
-     "KyHub_WriteMemoryUCHAR dwAddr=0xfed0, val=0x5c FAILED with 0x5\n"},
-};
-INSTANTIATE_TEST_SUITE_P(Transfer, TransportMessage, testing::ValuesIn(kTransferMessages),
-                         CaseName);
 
 /// What identifies a transfer on its way to the driver.
 struct Wire

@@ -152,22 +152,3 @@ public:
     CTransportLog log;
     CPropertyEx transport;
 };
-
-/// One message, and how it comes about.
-struct MessageCase
-{
-    const char* pszCase;
-    void (*pfnProvoke)(CBench&);
-    ERRORLEVEL eLevel;
-    const char* pszFunction;
-    const char* pszText;
-};
-
-/// Provokes each message of a table; the tables stand in the tests of their subjects.
-class TransportMessage : public testing::TestWithParam<MessageCase>
-{};
-
-inline std::string CaseName(const testing::TestParamInfo<MessageCase>& info)
-{
-    return info.param.pszCase;
-}
