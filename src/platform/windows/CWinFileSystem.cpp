@@ -34,12 +34,14 @@ bool CWinFileSystem::Close(HANDLE hFile)
 
 bool CWinFileSystem::Copy(const WCHAR* pszFrom, const WCHAR* pszTo, bool bFailIfExists)
 {
-    return ::CopyFileW(pszFrom, pszTo, bFailIfExists ? TRUE : FALSE) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::CopyFileW(pszFrom, pszTo, bFailIfExists ? TRUE : FALSE));
 }
 
 bool CWinFileSystem::Remove(const WCHAR* pszPath)
 {
-    return ::DeleteFileW(pszPath) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::DeleteFileW(pszPath));
 }
 
 DWORD CWinFileSystem::Attributes(const WCHAR* pszPath)

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-/// For opens: where the system's call touches the last error although it succeeds (a file that
-/// is made anew, or was there), a success leaves it as it was.
+/// For calls that touch the last error although they succeed (a file that is made anew, or was
+/// there, or is copied): a success leaves it as it was.
 class CKeepLastError
 {
 public:
@@ -13,6 +13,13 @@ public:
         if (hOpened != INVALID_HANDLE_VALUE)
             ::SetLastError(m_dwBefore);
         return hOpened;
+    }
+
+    bool After(BOOL bDone) const
+    {
+        if (bDone != FALSE)
+            ::SetLastError(m_dwBefore);
+        return bDone != FALSE;
     }
 
 private:
