@@ -1,26 +1,30 @@
 #!/usr/bin/env bash
-# Builds and tests. Usage: scripts/test.sh [--quick|--full]
+# Builds and tests. Usage: scripts/test.sh [--quick|--full|--windows]
 #   (default)  release build and sanitizer build with their tests, format of the whole tree,
 #              clang-tidy on what changed, a short run of the fuzz targets
 #   --quick    the release build and its tests alone
 #   --full     also the clang build, the whole tree under clang-tidy, the planted faults
+#   --windows  the library, the tool and all tests cross-built for Windows and run under Wine,
+#              in a prefix of their own that is removed again; nothing else
 # Every step runs even when an earlier one failed; the release build's summary comes last, and
 # the exit code is 0 only when every step passed.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
-usage() { sed -n '2,8s/^# \{0,1\}//p' scripts/test.sh; }
+usage() { sed -n '2,10s/^# \{0,1\}//p' scripts/test.sh; }
 mode=default
 case "${1:-}" in
 "") ;;
 --quick) mode=quick ;;
 --full) mode=full ;;
+--windows) mode=windows ;;
 -h | --help) usage; exit 0 ;;
 *) usage >&2; exit 2 ;;
 esac
 
 groups=(build)
-[ $mode = quick ] || groups+=(lint fuzz)
+[ $mode != windows ] || groups+=(windows)
+[ $mode = quick ] || [ $mode = windows ] || groups+=(lint fuzz)
 [ $mode != full ] || groups+=(clang bench)
 scripts/setup.sh "${groups[@]}" || exit 1
 
@@ -54,6 +58,21 @@ build() {
 }
 
 tests() { ctest --preset "$1" -j "$jobs"; }
+
+# A prefix that an earlier run left behind would hide what a fresh one lacks.
+remove_prefix() {
+    local prefix=$PWD/build/mingw/wineprefix
+    [ ! -d "$prefix" ] || WINEPREFIX=$prefix wineserver -k 2>/dev/null
+    rm -rf "$prefix" "$prefix.ready" "$prefix.lock"
+}
+
+if [ $mode = windows ]; then
+    remove_prefix
+    step "Windows build" build mingw && step "Windows tests" tests mingw
+    remove_prefix
+    [ ${#failed[@]} -eq 0 ]
+    exit
+fi
 
 release_built=yes
 step "release build" build release || release_built=no
