@@ -434,11 +434,11 @@ TEST_F(PdDevTest, AReadFailsAtEachOfItsUnits)
 struct CheckCase
 {
     const char* pszCase;
-    std::map<std::size_t, BYTE> status;
+    bool bResult;
     BYTE byCrc;
+    std::map<std::size_t, BYTE> status;
     std::map<std::size_t, DWORD> fails;
     Requests requests;
-    bool bResult;
     std::string strOffers; ///< what the first line says
 };
 
@@ -447,33 +447,16 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
     const Request kCrc = In(0x35, 0x100, 1);
     const Request kMark = Out(0x04, 0x7EF0, {0, 0}, 20000);
     const Request kRead = In(0x33, 0, 4);
+    const Requests validated = {kStatus, kEnable1, kIsp};
     const CheckCase cases[] = {
-        {"validated", {{0, 1}, {13, 0x08}}, 0, {}, {kStatus, kEnable1, kIsp}, true, "1|08|00"},
-        {"enable of the validation is not looked at",
-         {{0, 1}, {13, 0x08}},
-         0,
-         {{1, 31}},
-         {kStatus, kEnable1, kIsp},
-         true,
-         "1|08|00"},
-        {"validation fails",
-         {{0, 1}, {13, 0x0C}},
-         2,
-         {{2, 31}},
-         {kStatus, kEnable1, kIsp},
-         false,
-         "1|08|04"},
-        {"ROM code does not validate",
-         {{13, 0x0C}},
-         2,
-         {},
-         {kStatus, kCrc, kMark},
-         true,
-         "0|08|04"},
-        {"CRC bad", {{0, 1}, {13, 0x04}}, 1, {}, {kStatus, kCrc}, false, "1|00|04"},
-        {"reads back", {{0, 1}, {13, 0xF3}}, 0, {}, {kStatus, kRead}, true, "1|00|00"},
-        {"reading back fails", {}, 0, {{1, 31}}, {kStatus, kRead}, false, "0|00|00"},
-        {"unknown what it offers", {{13, 0x0C}}, 2, {{0, 31}}, {kStatus, kRead}, true, "0|00|00"},
+        {"validated", true, 0, {{0, 1}, {13, 0x08}}, {}, validated, "1|08|00"},
+        {"enable fails", true, 0, {{0, 1}, {13, 0x08}}, {{1, 31}}, validated, "1|08|00"},
+        {"validation fails", false, 2, {{0, 1}, {13, 0x0C}}, {{2, 31}}, validated, "1|08|04"},
+        {"runs ROM code", true, 2, {{13, 0x0C}}, {}, {kStatus, kCrc, kMark}, "0|08|04"},
+        {"CRC bad", false, 1, {{0, 1}, {13, 0x04}}, {}, {kStatus, kCrc}, "1|00|04"},
+        {"reads back", true, 0, {{0, 1}, {13, 0xF3}}, {}, {kStatus, kRead}, "1|00|00"},
+        {"reading back fails", false, 0, {}, {{1, 31}}, {kStatus, kRead}, "0|00|00"},
+        {"unknown what it offers", true, 2, {{13, 0x0C}}, {{0, 31}}, {kStatus, kRead}, "0|00|00"},
     };
     const std::string strHead = "CI2CPdDev::CheckFlashInFlash|";
     m_dev.SetFlashAddr(0x20000);
@@ -492,11 +475,11 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
             "0|" + strHead + "Flash Code is " + c.strOffers.substr(0, 1) +
             ",byICStatus[0x0D] & 0x08 = " + c.strOffers.substr(2, 2) +
             ",byICStatus[0x0D] & 0x04 = " + c.strOffers.substr(5, 2) + "\n"};
+        const std::string strHow = (c.bResult ? "0|" : "1|") + strHead;
         const std::string strEnd = c.bResult ? "return true\n" : "return false\n";
-        const std::string strLevel = c.bResult ? "0|" : "1|";
         if (c.requests.back() == kIsp)
-            says.push_back(strLevel + strHead + "check flash with isp " + strEnd);
-        says.push_back(strLevel + strHead + "check flash in flash " + strEnd);
+            says.push_back((strHow + "check flash with isp ").append(strEnd));
+        says.push_back((strHow + "check flash in flash ").append(strEnd));
         std::vector<std::string> said = m_reports.Of("0|" + strHead);
         const std::vector<std::string> complaints = m_reports.Of("1|" + strHead);
         said.insert(said.end(), complaints.begin(), complaints.end());
@@ -507,51 +490,36 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
 TEST_F(PdDevTest, AGoodCrcMarksTheOtherBank)
 {
     const std::string strHead = "CI2CPdDev::MP_CheckCRC|";
+    const std::string strGood = "0|" + strHead + "Check CRC return is 2\n";
+    const Request asks = In(0x35, 0, 1);
+    const Request marks = Out(0x13, 0x7EF0, {0, 0}, 20000);
     const struct
     {
         const char* pszCase;
         DWORD dwAddr;
         BYTE byCrc;
+        bool bResult;
         std::map<std::size_t, DWORD> fails;
         Requests requests;
-        bool bResult;
         std::string strSays;
     } cases[] = {
-        {"bank 0",
-         0,
-         2,
-         {},
-         {In(0x35, 0, 1), Out(0x13, 0x7EF0, {0, 0}, 20000)},
-         true,
-         "0|" + strHead + "Check CRC return is 2\n"},
+        {"bank 0", 0, 2, true, {}, {asks, marks}, strGood},
         {"bank 1",
          0x20000,
          2,
+         true,
          {},
          {In(0x35, 0x100, 1), Out(0x04, 0x7EF0, {0, 0}, 20000)},
-         true,
-         "0|" + strHead + "Check CRC return is 2\n"},
-        {"mark refused",
-         0,
-         2,
-         {{1, 31}},
-         {In(0x35, 0, 1), Out(0x13, 0x7EF0, {0, 0}, 20000)},
-         false,
-         "0|" + strHead + "Check CRC return is 2\n"},
-        {"bad", 0, 3, {}, {In(0x35, 0, 1)}, false, "0|" + strHead + "Check CRC return is 3\n"},
-        {"unreadable",
-         0,
-         2,
-         {{0, 31}},
-         {In(0x35, 0, 1)},
-         false,
-         "1|" + strHead + "Check CRC fail.\n"},
+         strGood},
+        {"mark refused", 0, 2, false, {{1, 31}}, {asks, marks}, strGood},
+        {"bad", 0, 3, false, {}, {asks}, "0|" + strHead + "Check CRC return is 3\n"},
+        {"unreadable", 0, 2, false, {{0, 31}}, {asks}, "1|" + strHead + "Check CRC fail.\n"},
         {"no bank",
          0x10000,
          2,
-         {},
-         {},
          false,
+         {},
+         {},
          "1|" + strHead + "Check CRC invalid address 0x10000\n"},
     };
     for (const auto& c : cases) {

@@ -332,16 +332,16 @@ TEST_F(HubDevTest, ChecksByTheChipWhereItCanAndByComparingElse)
     const struct
     {
         const char* pszCase;
+        bool bResult;
         BYTE byCan;
         std::map<std::size_t, DWORD> fails;
         Requests requests;
-        bool bResult;
     } cases[] = {
-        {"chip says good", 0x02, {}, {kStatus, kIsp}, true},
-        {"chip says bad", 0x02, {{1, 31}}, {kStatus, kIsp}, false},
-        {"chip cannot", 0xFD, {}, {kStatus, {0xC0, 0xD8, 0, 0, 4}}, true},
-        {"chip cannot, read fails", 0, {{1, 31}}, {kStatus, {0xC0, 0xD8, 0, 0, 4}}, false},
-        {"unknown what it can", 0x02, {{0, 31}}, {kStatus, {0xC0, 0xD8, 0, 0, 4}}, true},
+        {"chip says good", true, 0x02, {}, {kStatus, kIsp}},
+        {"chip says bad", false, 0x02, {{1, 31}}, {kStatus, kIsp}},
+        {"chip cannot", true, 0xFD, {}, {kStatus, {0xC0, 0xD8, 0, 0, 4}}},
+        {"chip cannot, read fails", false, 0, {{1, 31}}, {kStatus, {0xC0, 0xD8, 0, 0, 4}}},
+        {"unknown what it can", true, 0x02, {{0, 31}}, {kStatus, {0xC0, 0xD8, 0, 0, 4}}},
     };
     m_transport.m_flash = Bytes(4, 0xFF);
     m_dev.SetFwBuf(Bytes(4, 0xFF));
