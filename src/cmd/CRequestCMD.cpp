@@ -1,5 +1,6 @@
 #include "cmd/CRequestCMD.h"
 
+#include "cmd/CWinUsb.h"
 #include "msg/CMsg.h"
 #include "platform/Platform.h"
 
@@ -27,14 +28,11 @@ CRequestCMD::CRequestCMD()
 CRequestCMD::~CRequestCMD()
 {
     KyBBPD_CloseBillBoardDevice();
-    delete m_pProxy;
 }
 
 int CRequestCMD::XH_InitProxyDriver(IPropertyEx* pTransport)
 {
-    delete m_pProxy;
-    m_pProxy = nullptr;
-    m_pProxy = new CKyProxy(pTransport);
+    m_pProxy = std::make_unique<CKyProxy>(pTransport);
     CMsg::GetObj()->ShowMsg(MSG_INFO, "CRequestCMD::XH_InitProxyDriver",
                             "KyProxy lib built on %s at %s\n", kBuildDate, kBuildTime);
     m_pProxy->GetTransport()->InitProxyDriver();
@@ -46,8 +44,7 @@ int CRequestCMD::XH_UnInitProxyDriver()
     if (m_pProxy == nullptr)
         return 1;
     const int nResult = m_pProxy->GetTransport()->XH_UnInitProxyDriver();
-    delete m_pProxy;
-    m_pProxy = nullptr;
+    m_pProxy.reset();
     return nResult;
 }
 

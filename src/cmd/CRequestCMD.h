@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "cmd/CKyProxy.h"
 #include "platform/Types.h"
 #include "transport/IPropertyEx.h"
@@ -23,7 +25,7 @@ public:
     /// @return always 1, whatever the driver did
     int XH_InitProxyDriver(IPropertyEx* pTransport);
     int XH_UnInitProxyDriver(); ///< releases the driver and the binding; 1 when unbound
-    CKyProxy* GetProxy() const { return m_pProxy; }
+    CKyProxy* GetProxy() const { return m_pProxy.get(); }
 
     int XH_OpenDevice(DWORD devInst);                      ///< 1 = success, else 0
     int XH_OpenDevice(DWORD devInst, DWORD& dwOldSSValue); ///< 1 = success, else 0
@@ -126,12 +128,12 @@ private:
     CRequestCMD();
     int InstallAndOpen(); ///< the port driver, where it is not installed; 1 = ready, 0 = failed
 
-    CKyProxy* m_pProxy = nullptr; ///< owned
+    std::unique_ptr<CKyProxy> m_pProxy; ///< null while unbound
     int m_bIsWinNT = 0;
     int m_bUseMapping = 0;
     int m_bIsWow64 = 0;
     HANDLE m_hDriver = nullptr;
-    CWinUsb* m_pWinUsb = nullptr; ///< owned
+    std::unique_ptr<CWinUsb> m_pWinUsb; ///< null before the first billboard open
 
     friend class CRequestCMDTestAccess; ///< tests set what nothing else sets
 };

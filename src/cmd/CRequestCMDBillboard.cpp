@@ -32,17 +32,13 @@ SETUP_BYTES MakeSetup(const REQUEST_PAIR& pair, USHORT wValue, USHORT wIndex, DW
 
 int CRequestCMD::KyBBPD_OpenBillBoardDevice(DWORD devInst)
 {
-    delete m_pWinUsb;
-    m_pWinUsb = nullptr;
-    m_pWinUsb = new CWinUsb(devInst);
+    m_pWinUsb = std::make_unique<CWinUsb>(devInst);
     return m_pWinUsb->WinUsb_OpenDevice();
 }
 
 int CRequestCMD::KyBBPD_OpenBillBoardDevice(DWORD dwPid, DWORD dwVid)
 {
-    delete m_pWinUsb;
-    m_pWinUsb = nullptr;
-    m_pWinUsb = new CWinUsb(dwPid, dwVid);
+    m_pWinUsb = std::make_unique<CWinUsb>(dwPid, dwVid);
     return m_pWinUsb->WinUsb_OpenDevice();
 }
 
@@ -51,8 +47,7 @@ int CRequestCMD::KyBBPD_CloseBillBoardDevice()
     if (m_pWinUsb == nullptr)
         return 1;
     const int nResult = m_pWinUsb->WinUsb_CloseDevice();
-    delete m_pWinUsb;
-    m_pWinUsb = nullptr;
+    m_pWinUsb.reset();
     return nResult;
 }
 

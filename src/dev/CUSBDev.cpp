@@ -85,26 +85,22 @@ bool ForUnits(DWORD dwLen, DWORD dwUnit, Fn fnUnit)
 
 CUSBDev::CUSBDev() = default;
 
-CUSBDev::~CUSBDev()
-{
-    delete m_pVidPidMatch;
-    delete m_pTopoMatch;
-}
+CUSBDev::~CUSBDev() = default;
 
 void CUSBDev::NeedVidPidMatch()
 {
     if (m_pVidPidMatch != nullptr)
         return;
-    m_pVidPidMatch = new CVidPidMatch;
-    AddMatch(m_pVidPidMatch);
+    m_pVidPidMatch = std::make_unique<CVidPidMatch>();
+    AddMatch(m_pVidPidMatch.get());
 }
 
 void CUSBDev::NeedTopoMatch()
 {
     if (m_pTopoMatch != nullptr)
         return;
-    m_pTopoMatch = new CTopoMatch;
-    AddMatch(m_pTopoMatch);
+    m_pTopoMatch = std::make_unique<CTopoMatch>();
+    AddMatch(m_pTopoMatch.get());
 }
 
 void CUSBDev::AddDevID(DWORD dwFirst, DWORD dwSecond)

@@ -59,9 +59,9 @@ public:
     virtual void SetDevID(DWORD dwVid, DWORD dwPid);
 
 protected:
-    CVidPidMatch* m_pVidPidMatch = nullptr; ///< owned
-    CTopoMatch* m_pTopoMatch = nullptr;     ///< owned
-    WString m_LocationPath;                 ///< as last filled
+    std::unique_ptr<CVidPidMatch> m_pVidPidMatch; ///< null before the first identifiers
+    std::unique_ptr<CTopoMatch> m_pTopoMatch;     ///< null before the first topology
+    WString m_LocationPath;                       ///< as last filled
 
 private:
     void NeedVidPidMatch(); ///< creates and adds the matcher if there is none

@@ -14,12 +14,11 @@
 namespace
 {
 template<typename State>
-void Enter(std::map<DEVSTATE, CState*>& map, DEVSTATE e, CZelHubPDDev* p)
+std::unique_ptr<CState> StateOf(CZelHubPDDev* pDev)
 {
     auto pState = std::make_unique<State>();
-    pState->SetDev(p);
-    map[e] = pState.get();
-    (void)pState.release(); // the table owns it from here
+    pState->SetDev(pDev);
+    return pState;
 }
 } // namespace
 
@@ -36,19 +35,17 @@ CZelHubPDDev::~CZelHubPDDev()
 void CZelHubPDDev::InitState()
 {
     UninitState();
-    Enter<COfflineState>(m_mapState, OFFLINE_STATE, this);
-    Enter<CUnknownState>(m_mapState, UNKNOWN_STATE, this);
-    Enter<CRomMode>(m_mapState, ROM_STATE, this);
-    Enter<CFlashMode>(m_mapState, FLASH_STATE, this);
-    Enter<CWaitState>(m_mapState, WAIT_STATE, this);
-    m_pState = m_mapState[OFFLINE_STATE];
+    m_mapState[OFFLINE_STATE] = StateOf<COfflineState>(this);
+    m_mapState[UNKNOWN_STATE] = StateOf<CUnknownState>(this);
+    m_mapState[ROM_STATE] = StateOf<CRomMode>(this);
+    m_mapState[FLASH_STATE] = StateOf<CFlashMode>(this);
+    m_mapState[WAIT_STATE] = StateOf<CWaitState>(this);
+    m_pState = m_mapState[OFFLINE_STATE].get();
 }
 
 void CZelHubPDDev::UninitState()
 {
     m_pState = nullptr;
-    for (const auto& entry : m_mapState)
-        delete entry.second;
     m_mapState.clear();
 }
 
@@ -64,7 +61,7 @@ CState* CZelHubPDDev::GetDevState()
 
 CState* CZelHubPDDev::GetCertainDevState(DEVSTATE eState)
 {
-    return m_mapState[eState];
+    return m_mapState[eState].get();
 }
 
 void CZelHubPDDev::AddDevID(DWORD dwFirst, DWORD dwSecond)

@@ -42,7 +42,6 @@ public:
     bool DevErase() override;
     bool IsPresent() override;
     bool IsAbsent() override;
-    using IDev::Arrive;
     void ForceRemove() override;
 
     virtual bool IsDualBank() = 0;  ///< the device has two flash banks
@@ -76,7 +75,7 @@ protected:
     void LeaveBus(const char* pszFunc);             ///< restores selective suspend; tells the state
     static int WriteProgress(DWORD dwPercent);      ///< a write's percent in the whole update
 
-    std::map<DEVSTATE, CState*> m_mapState; ///< owned
+    std::map<DEVSTATE, std::unique_ptr<CState>> m_mapState;
     std::vector<__DevMatchID> m_vDevID;
     int m_nLevel = 1;
     int m_nPort = 0;

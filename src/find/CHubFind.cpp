@@ -6,18 +6,16 @@
 #include "find/DeviceSetWalk.h"
 #include "msg/CMsg.h"
 
-CHubFind::CHubFind() : m_pRootHubFilter(new CRootHubFilter), m_pU3HubFilter(new CU3HubFilter)
+CHubFind::CHubFind()
+    : m_pRootHubFilter(std::make_unique<CRootHubFilter>()),
+      m_pU3HubFilter(std::make_unique<CU3HubFilter>())
 {
     m_pRootHubFilter->EnumHostController();
-    AddFilter(m_pRootHubFilter);
-    AddFilter(m_pU3HubFilter);
+    AddFilter(m_pRootHubFilter.get());
+    AddFilter(m_pU3HubFilter.get());
 }
 
-CHubFind::~CHubFind()
-{
-    delete m_pRootHubFilter;
-    delete m_pU3HubFilter;
-}
+CHubFind::~CHubFind() = default;
 
 const GUID* CHubFind::GetClassGUID()
 {

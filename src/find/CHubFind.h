@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "find/CUSBDevFind.h"
 
 class CRootHubFilter;
@@ -25,6 +27,6 @@ public:
 private:
     std::list<DWORD> m_lstHub;
     DWORD m_dwHubCount = 0;
-    CRootHubFilter* m_pRootHubFilter; ///< owned
-    CU3HubFilter* m_pU3HubFilter;     ///< owned
+    std::unique_ptr<CRootHubFilter> m_pRootHubFilter;
+    std::unique_ptr<CU3HubFilter> m_pU3HubFilter;
 };

@@ -26,7 +26,7 @@ std::string ModuleFolder()
 }
 } // namespace
 
-CLogResponder::CLogResponder() : m_pStream(new CLogStream)
+CLogResponder::CLogResponder() : m_pStream(std::make_unique<CLogStream>())
 {
     const std::string strPath = ModuleFolder() + "info.txt";
     if (strPath.size() >= sizeof m_szPath)
@@ -35,7 +35,7 @@ CLogResponder::CLogResponder() : m_pStream(new CLogStream)
 }
 
 CLogResponder::CLogResponder(const CLogResponder& other)
-    : IResponder(other), m_eLevel(other.m_eLevel), m_pStream(new CLogStream)
+    : IResponder(other), m_eLevel(other.m_eLevel), m_pStream(std::make_unique<CLogStream>())
 {
     std::memcpy(m_szPath, other.m_szPath, sizeof m_szPath);
 }
@@ -49,10 +49,7 @@ CLogResponder& CLogResponder::operator=(const CLogResponder& other)
     return *this;
 }
 
-CLogResponder::~CLogResponder()
-{
-    delete m_pStream;
-}
+CLogResponder::~CLogResponder() = default;
 
 void CLogResponder::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "msg/IResponder.h"
 
 class CLogStream;
@@ -29,5 +31,5 @@ public:
 private:
     ERRORLEVEL m_eLevel = MSG_INFO;
     char m_szPath[260] = {};
-    CLogStream* m_pStream; ///< owned
+    std::unique_ptr<CLogStream> m_pStream;
 };

@@ -14,7 +14,6 @@ public:
     void Open(const char* pszPath);
     void Write(const char* pszText); ///< nothing while failed or not open
     void Close();
-    bool Failed() const { return m_bFailed; }
 
 private:
     HANDLE m_hFile = InvalidHandle();
