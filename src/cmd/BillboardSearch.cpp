@@ -1,13 +1,12 @@
 #include "cmd/BillboardSearch.h"
 
-#include <algorithm>
-#include <vector>
-
 #include "msg/CMsg.h"
+#include "platform/AsciiCase.h"
 #include "platform/HexText.h"
 #include "platform/IDeviceTree.h"
 #include "platform/Platform.h"
 #include "transport/CScopedHandle.h"
+#include "transport/InterfaceSearch.h"
 
 namespace
 {
@@ -40,16 +39,10 @@ WString ReadInterfacePath(HANDLE hSet, const DEVINFO_DATA& dev)
     }
     DWORD cbNeeded = 0;
     (void)tree.GetInterfaceDetail(hSet, &data, nullptr, 0, &cbNeeded);
-    // One zero character more than was asked for, so that the path always ends.
-    std::vector<BYTE> vDetail(std::max<size_t>(cbNeeded, sizeof(DEVINTERFACE_DETAIL)) +
-                              sizeof(WCHAR));
-    auto* const pDetail = reinterpret_cast<DEVINTERFACE_DETAIL*>(vDetail.data());
-    pDetail->cbSize = kDetailHeadSize;
-    if (!tree.GetInterfaceDetail(hSet, &data, pDetail, cbNeeded, nullptr)) {
+    WString strPath;
+    if (!FetchInterfacePath(hSet, data, cbNeeded, &strPath))
         CMsg::GetObj()->ShowMsg(MSG_ERROR, kFunction, "SetupDiGetDeviceInterfaceDetail FAIL\n");
-        return {};
-    }
-    return pDetail->DevicePath;
+    return strPath;
 }
 
 /// Reads a registry text of an element, its first string. @return false when unreadable
@@ -66,10 +59,8 @@ bool ReadText(HANDLE hSet, const DEVINFO_DATA& dev, DWORD dwProperty, WString& s
 
 WString LowerCase(WString strText)
 {
-    for (WCHAR& ch : strText) {
-        if (ch >= WTEXT('A') && ch <= WTEXT('Z'))
-            ch = static_cast<WCHAR>(ch - WTEXT('A') + WTEXT('a'));
-    }
+    for (WCHAR& ch : strText)
+        ch = LowerAscii(ch);
     return strText;
 }
 

@@ -39,7 +39,6 @@ constexpr DWORD kErrNoSuchDevInst = 0xE000020B;
 
 /// Configuration manager results (DWORD, 0 = success).
 constexpr DWORD kCrSuccess = 0x00;
-constexpr DWORD kCrDefault = 0x01;
 constexpr DWORD kCrInvalidPointer = 0x03;
 constexpr DWORD kCrInvalidDevNode = 0x05;
 constexpr DWORD kCrNoSuchDevNode = 0x0D;

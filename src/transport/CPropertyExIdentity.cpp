@@ -1,6 +1,7 @@
 // Whether a hub is one of the maker's own.
 #include "msg/CMsg.h"
 #include "msg/NarrowText.h"
+#include "platform/AsciiCase.h"
 #include "platform/ErrorCodes.h"
 #include "platform/IClock.h"
 #include "platform/IDeviceTree.h"
@@ -67,13 +68,6 @@ WString TextOf(const USB_STRING_DESCRIPTOR& descriptor)
     return strText;
 }
 
-void UpperAscii(WString* pstrText)
-{
-    for (WCHAR& ch : *pstrText)
-        if (ch >= 'a' && ch <= 'z')
-            ch = static_cast<WCHAR>(ch - 'a' + 'A');
-}
-
 int JudgeIdentity(const WString& strIdentity, int nAcceptSmBus)
 {
     CMsg* const pMsg = CMsg::GetObj();
@@ -91,6 +85,7 @@ int JudgeIdentity(const WString& strIdentity, int nAcceptSmBus)
 
 int CPropertyEx::KyUsb_GetDeviceDescriptor(LONGLONG llDevice, USB_DEVICE_DESCRIPTOR* pOut)
 {
+    *pOut = {};
     URB urb = BuildDescriptorUrb(m_nWow64,
                                  {USB_DESCRIPTOR_DEVICE, 0, 0, pOut, USB_DEVICE_DESCRIPTOR_LENGTH});
     if (KyProxy_SendUrb(llDevice, &urb, kDescriptorTimeoutMs) != 0 &&
@@ -160,11 +155,11 @@ int CPropertyEx::ProbeIdentity(DWORD devInst, int nAcceptSmBus)
         interfaceFile.Release();
         return 0;
     }
-    pMsg->ShowMsg(MSG_INFO, kIsVoHub,
-                  "Device Descriptor: bDescriptorType:%x, bcdUSB:%x, bDeviceClass:%x, "
-                  "bDeviceSubClass:%x, bDeviceProtocol:%x\n",
-                  device.bDescriptorType, device.bcdUSB, device.bDeviceClass,
-                  device.bDeviceSubClass, device.bDeviceProtocol);
+    pMsg->ShowMsg(
+        MSG_INFO, kIsVoHub,
+        "Device Descriptor: bDescriptorType:%x, bcdUSB:%x, bDeviceClass:%x, bDeviceSubClass:%x, bDeviceProtocol:%x\n",
+        device.bDescriptorType, device.bcdUSB, device.bDeviceClass, device.bDeviceSubClass,
+        device.bDeviceProtocol);
 
     WString strIdentity;
     const int nResult =
@@ -208,7 +203,8 @@ int CPropertyEx::ReadIdentity(LONGLONG llDevice, WString* pstrIdentity)
     }
     *pstrIdentity = TextOf(*pDescriptor);
     pMsg->ShowMsg(MSG_INFO, kIsVoHub, "Dev_String is %s\n", ToNarrow(*pstrIdentity).c_str());
-    UpperAscii(pstrIdentity);
+    for (WCHAR& ch : *pstrIdentity)
+        ch = UpperAscii(ch);
     return 1;
 }
 

@@ -1,5 +1,6 @@
 // Opening and closing hubs and HID devices.
 #include "msg/CMsg.h"
+#include "platform/AsciiCase.h"
 #include "platform/ErrorCodes.h"
 #include "platform/IDeviceFile.h"
 #include "platform/IDeviceTree.h"
@@ -33,11 +34,6 @@ constexpr INTERFACE_OPEN kHubInterface = {
     "GetDevInstInterfaceHandle::SetupDiGetDeviceInterfaceDetail_2nd error %d\n",
     "GetDevInstInterfaceHandle::CreateFile failed %d\n",
 };
-
-WCHAR LowerAscii(WCHAR ch)
-{
-    return ch >= 'A' && ch <= 'Z' ? static_cast<WCHAR>(ch - 'A' + 'a') : ch;
-}
 
 /// The two decimal digits behind "Port_#00"; 0 where the text has no "Port_#".
 DWORD PortOfLocation(const WCHAR (&szLocation)[kLocationChars])

@@ -21,9 +21,9 @@ constexpr DWORD kNodeSetFlags = kSetPresent | kSetAllClasses | kSetDeviceInterfa
 DWORD ReadInterfacePath(const INTERFACE_OPEN& how, HANDLE hSet, const DEVINTERFACE_DATA& data,
                         WString* pPath)
 {
-    IDeviceTree& tree = CurrentPlatform().DeviceTree();
     DWORD cbNeeded = 0;
-    const bool bSized = tree.GetInterfaceDetail(hSet, &data, nullptr, 0, &cbNeeded);
+    const bool bSized =
+        CurrentPlatform().DeviceTree().GetInterfaceDetail(hSet, &data, nullptr, 0, &cbNeeded);
     const DWORD dwSizeError = bSized ? kErrNone : SystemError();
     if (dwSizeError != kErrInsufficientBuffer) {
         CMsg::GetObj()->ShowMsg(how.eFail, how.pszFunction, how.pszSizeError, dwSizeError);
@@ -31,17 +31,11 @@ DWORD ReadInterfacePath(const INTERFACE_OPEN& how, HANDLE hSet, const DEVINTERFA
     }
     CMsg::GetObj()->ShowMsg(how.eDetail, how.pszFunction, how.pszNewBuffer, cbNeeded);
 
-    // One zero character more than was asked for, so that the path always ends.
-    std::vector<BYTE> buffer(std::max<size_t>(cbNeeded, sizeof(DEVINTERFACE_DETAIL)) +
-                             sizeof(WCHAR));
-    auto* const pDetail = reinterpret_cast<DEVINTERFACE_DETAIL*>(buffer.data());
-    pDetail->cbSize = kDetailHeadSize;
-    if (!tree.GetInterfaceDetail(hSet, &data, pDetail, cbNeeded, nullptr)) {
+    if (!FetchInterfacePath(hSet, data, cbNeeded, pPath)) {
         const DWORD dwError = SystemError();
         CMsg::GetObj()->ShowMsg(how.eFail, how.pszFunction, how.pszDetailError, dwError);
         return dwError;
     }
-    *pPath = pDetail->DevicePath;
     return 0;
 }
 
@@ -78,6 +72,19 @@ HANDLE RequestSetOfNode(DWORD devInst)
         return InvalidHandle();
     }
     return CurrentPlatform().DeviceTree().GetClassDevs(nullptr, strId.c_str(), kNodeSetFlags);
+}
+
+bool FetchInterfacePath(HANDLE hSet, const DEVINTERFACE_DATA& data, DWORD cbNeeded, WString* pPath)
+{
+    // One zero character more than was asked for, so that the path always ends.
+    std::vector<BYTE> buffer(std::max<size_t>(cbNeeded, sizeof(DEVINTERFACE_DETAIL)) +
+                             sizeof(WCHAR));
+    auto* const pDetail = reinterpret_cast<DEVINTERFACE_DETAIL*>(buffer.data());
+    pDetail->cbSize = kDetailHeadSize;
+    if (!CurrentPlatform().DeviceTree().GetInterfaceDetail(hSet, &data, pDetail, cbNeeded, nullptr))
+        return false;
+    *pPath = pDetail->DevicePath;
+    return true;
 }
 
 DWORD OpenNodeInterface(const INTERFACE_OPEN& how, DWORD devInst, const GUID* pGuid,

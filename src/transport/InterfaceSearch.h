@@ -1,7 +1,7 @@
 #pragma once
 
 #include "msg/ERRORLEVEL.h"
-#include "platform/Types.h"
+#include "platform/IDeviceTree.h"
 
 /// Reads a node's instance ID, at most 199 characters. @return empty when it is unreadable
 WString ReadInstanceId(DWORD devInst);
@@ -10,6 +10,10 @@ WString ReadInstanceId(DWORD devInst);
 /// ID makes the request fail with 0xE000020B.
 /// @return a set for DestroySet, or InvalidHandle() with the last error set
 HANDLE RequestSetOfNode(DWORD devInst);
+
+/// Fetches an interface's path. @param cbNeeded bytes that the sizing call reported
+/// @return false, with the last error set and *pPath untouched, after a failure
+bool FetchInterfacePath(HANDLE hSet, const DEVINTERFACE_DATA& data, DWORD cbNeeded, WString* pPath);
 
 /// How one kind of interface is opened, and what is said about it.
 struct INTERFACE_OPEN

@@ -1,7 +1,9 @@
 #include "TransportBench.h"
 
 #include "platform/ErrorCodes.h"
+#include "wire/UsbDescriptors.h"
 
+#include <cstring>
 #include <optional>
 
 namespace
@@ -148,6 +150,18 @@ TEST(IdentityTest, RefusesAShortDeviceDescriptor)
         });
     EXPECT_EQ(Ask(bench), 1);
     EXPECT_TRUE(bench.log.Says("Urb failed 0000000000000000\n"));
+}
+
+TEST(IdentityTest, LeavesNothingOfAnEarlierReadInADescriptor)
+{
+    CBench bench;
+    bench.StartAndOpen();
+    bench.FailTransfer(1, kErrGenFailure);
+    USB_DEVICE_DESCRIPTOR device;
+    std::memset(&device, 0xA5, sizeof(device));
+    const USB_DEVICE_DESCRIPTOR kZeros = {};
+    EXPECT_EQ(bench.Access().DeviceDescriptor(bench.Access().Instance().llDevice, &device), 0);
+    EXPECT_EQ(std::memcmp(&device, &kZeros, sizeof(device)), 0);
 }
 
 /// How often an aborted string read is tried again.

@@ -58,6 +58,10 @@ public:
     }
     int OpenByHandle(HANDLE h, LONGLONG* pll) { return m_t.KyProxy_OpenByHandle(h, pll); }
     int Close(LONGLONG ll) { return m_t.KyProxy_Close(ll); }
+    int DeviceDescriptor(LONGLONG ll, USB_DEVICE_DESCRIPTOR* p)
+    {
+        return m_t.KyUsb_GetDeviceDescriptor(ll, p);
+    }
     DWORD SendUrb(URB* pUrb) { return m_t.KyHub_SendUrb(pUrb); }
     int Install(const WCHAR* pszPath, int nUpdated, int nFlag)
     {
