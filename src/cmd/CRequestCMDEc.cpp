@@ -2,6 +2,7 @@
 // waits has a limit, and failed port operations are not seen: a host that needs a bound runs this
 // where it can end it.
 #include "cmd/CRequestCMD.h"
+#include "cmd/ECAccess.h"
 #include "platform/IClock.h"
 #include "platform/Platform.h"
 

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "platform/Export.h"
 #include "platform/Types.h"
 
 /// One EC access as hosts describe it; the library gives the fields no meaning.
-struct ECAccessReg
+struct ZEL_API ECAccessReg
 {
     ECAccessReg() = default;
     ECAccessReg(bool bFlagIn, BYTE byValueIn) : bFlag(bFlagIn), byValue(byValueIn) {}
@@ -13,7 +14,7 @@ struct ECAccessReg
 };
 
 /// Six accesses with their frame.
-struct ECAccessTable
+struct ZEL_API ECAccessTable
 {
     ECAccessReg regs[6];
     BYTE byFirst = 0;
