@@ -36,23 +36,28 @@ typedef struct IDevFinder IDevFinder;
     ZEL_API void ZEL_CALL XH_ReleaseDevice(void) ZEL_NOEXCEPT; /* the same, with a message */
 
     /* Lists the maker's hubs: *ppList receives an array of *pdwCount records for XH_FreeAllDevice.
+     * Every hub is asked who made it; without elevation that waits for the companion service
+     * without limit.
      * Returns true on success; without any hub false with count 0 and *ppList untouched. */
     ZEL_API bool ZEL_CALL XH_ListAllDevice(_Hub_Info** ppList, DWORD* pdwCount) ZEL_NOEXCEPT;
 
     /* Frees a list of hubs or of ports. Needs no start; null is only logged. */
     ZEL_API void ZEL_CALL XH_FreeAllDevice(_Hub_Info* pList) ZEL_NOEXCEPT;
 
-    /* Binds the process's hub device to a listed hub (DevInst of its record) and waits up to 10
-     * seconds for it; what was open is closed before. Returns true when the hub is open. */
+    /* Binds the process's hub device to a listed hub (DevInst of its record) and waits about 10
+     * seconds for it (longer where it does not answer; without elevation, for the companion service
+     * without limit); what was open is closed before. Returns true when the hub is open. */
     ZEL_API bool ZEL_CALL XH_OpenDeviceEx2(DWORD dwInst) ZEL_NOEXCEPT;
 
     /* Closes the hub; the hub device keeps its location. Returns true. */
     ZEL_API bool ZEL_CALL XH_CloseDevice(void) ZEL_NOEXCEPT;
 
-    /* Reads the 20-byte status block of the hub that is open. Returns true on success. */
+    /* Reads the status block of the hub that is open into the caller's 20 bytes, within 5 seconds.
+     * Returns true on success. */
     ZEL_API bool ZEL_CALL XH_DetectHubStatusForTest(BYTE* pBuffer) ZEL_NOEXCEPT;
 
-    /* I2C through the open hub. Each returns 1 for success, 0 for failure. */
+    /* I2C through the open hub, 5 seconds each; pBuf is the caller's, wLen bytes, not kept.
+     * Each returns 1 for success, 0 for failure. */
     ZEL_API DWORD ZEL_CALL XH_I2CConfigImpl(BYTE byA, BYTE byB, BYTE byC) ZEL_NOEXCEPT;
     ZEL_API DWORD ZEL_CALL XH_I2CWriteImpl(DWORD dwAddr, BYTE* pBuf, USHORT wLen) ZEL_NOEXCEPT;
     ZEL_API DWORD ZEL_CALL XH_I2CReadImpl(DWORD dwAddr, BYTE* pBuf, USHORT wLen) ZEL_NOEXCEPT;

@@ -14,8 +14,6 @@
 namespace
 {
 constexpr size_t kPathChars = 260;
-constexpr USHORT kInstallAndStart = 1;
-constexpr USHORT kStopAndRemove = 2;
 constexpr const WCHAR* kService = VOPORT_SERVICE_NAME;
 constexpr const WCHAR* kDevice = VOPORT_DEVICE_PATH;
 
@@ -141,16 +139,16 @@ bool AskWow64(int& nWow64)
 /// Installs and starts the driver, with one more try after a removal. @return non-zero: it runs
 int InstallWithRetry(CRequestCMD& cmd, const WCHAR* pszPath)
 {
-    if (cmd.ManageDriver(kService, pszPath, kInstallAndStart) != 0)
+    if (cmd.ManageDriver(kService, pszPath, CRequestCMD::kInstallAndStart) != 0)
         return 1;
     CMsg::GetObj()->ShowMsg(MSG_FAIL, "CRequestCMD::XH_InitVoPortDriver",
                             "CSmBus::LoadVoportDriver(): Unable to install driver!\n");
-    cmd.ManageDriver(kService, pszPath, kStopAndRemove);
-    if (cmd.ManageDriver(kService, pszPath, kInstallAndStart) != 0)
+    cmd.ManageDriver(kService, pszPath, CRequestCMD::kStopAndRemove);
+    if (cmd.ManageDriver(kService, pszPath, CRequestCMD::kInstallAndStart) != 0)
         return 1;
     CMsg::GetObj()->ShowMsg(MSG_FAIL, "CRequestCMD::XH_InitVoPortDriver",
                             "CSmBus::LoadVoportDriver(): Unable to install driver again!\n");
-    cmd.ManageDriver(kService, pszPath, kStopAndRemove);
+    cmd.ManageDriver(kService, pszPath, CRequestCMD::kStopAndRemove);
     return 0;
 }
 } // namespace

@@ -9,9 +9,6 @@
 
 namespace
 {
-constexpr USHORT kInstallAndStart = 1;
-constexpr USHORT kStopAndRemove = 2;
-
 CScopedHandle OpenService(HANDLE hManager, const WCHAR* pszName)
 {
     return {CurrentPlatform().ServiceManager().OpenNamed(hManager, pszName, kServiceAllAccess),

@@ -44,28 +44,29 @@ public:
     bool IsAbsent() override;
     void ForceRemove() override;
 
-    virtual bool IsDualBank() = 0;  ///< the device has two flash banks
-    virtual bool IsRomCode() = 0;   ///< it runs ROM (boot) code
-    virtual bool IsNeedReset() = 0; ///< Reset2RomEx goes ahead only on true
-    virtual bool Reset2RomEx() = 0;
-    virtual bool Reset2FlashEx() = 0;
-    virtual bool WriteFlashEx(const std::vector<BYTE>& vFw) = 0;
+    virtual bool IsDualBank() = 0;    ///< the device has two flash banks
+    virtual bool IsRomCode() = 0;     ///< it runs ROM (boot) code
+    virtual bool IsNeedReset() = 0;   ///< Reset2RomEx goes ahead only on true
+    virtual bool Reset2RomEx() = 0;   ///< sends the device to ROM code; the state then waits
+    virtual bool Reset2FlashEx() = 0; ///< starts the flash code; the state then waits
+    virtual bool WriteFlashEx(const std::vector<BYTE>& vFw) = 0; ///< vFw is not kept
 
-    /// Reads as many bytes as the firmware buffer holds; a shorter vOut is grown first.
+    /// Reads as many bytes as the firmware buffer holds; a shorter vOut is grown first. After a
+    /// failure vOut holds what was read before it.
     virtual bool ReadFlashEx(std::vector<BYTE>& vOut) = 0;
 
     /// Reads back and compares with the firmware buffer; a difference alone does not fail it.
     virtual bool CheckFlashWithCmp();
-    virtual bool CheckFlashInFlash() = 0; ///< the device's own check
-    virtual bool DevReadVersionEx(USHORT& wVersion) = 0;
+    virtual bool CheckFlashInFlash() = 0;                ///< the device's own check
+    virtual bool DevReadVersionEx(USHORT& wVersion) = 0; ///< untouched after a failure
     virtual bool DevEraseEx() = 0;
-    virtual bool MP_Vdcmdenable(BYTE byValue) = 0;
+    virtual bool MP_Vdcmdenable(BYTE byValue) = 0; ///< enables vendor commands
 
     void InitState();   ///< builds the five states; offline is current
     void UninitState(); ///< deletes them; no state is current
 
-    void AttachDevMatchList(__DevMatchID& id);
-    void UnattachDevMatchList(__DevMatchID& id);
+    void AttachDevMatchList(__DevMatchID& id);   ///< appends a copy; no duplicate check
+    void UnattachDevMatchList(__DevMatchID& id); ///< removes the first equal pair, if any
 
 protected:
     // What concrete devices share; pszFunc is the function that their log lines name.

@@ -46,7 +46,7 @@ public:
     /// then the first. @return false past the end, outputs unchanged
     virtual bool GetDevID(DWORD& dwFirst, DWORD& dwSecond, DWORD dwIndex);
 
-    virtual void AddHidDevID(DWORD dwFirst, DWORD dwSecond);
+    virtual void AddHidDevID(DWORD dwFirst, DWORD dwSecond); ///< not used by hubs
     virtual void SetTopo(WCHAR* pszLocation);    ///< never written through; null = empty
     virtual void SetTopo(int nLevel, int nPort); ///< level 0: matches every node
     virtual WString GetLocationPath();           ///< empty when none is held
@@ -55,15 +55,22 @@ public:
     virtual bool ForceReset2Rom();               ///< resets whatever the state
     virtual bool Reset2Rom();
     virtual bool Reset2Flash();
-    virtual bool WriteFlash(); ///< writes the firmware buffer
-    virtual bool CheckFlash();
+    virtual bool WriteFlash();              ///< writes the firmware buffer
+    virtual bool CheckFlash();              ///< the written image, by whatever check the mode has
     virtual void JudgeCodeMode(IDev* pDev); ///< asks which code runs; sets pDev's state
+
+    /// Makes the finder that loads the image file; earlier ones live as long as the device.
     virtual void InitFwFinder(const std::string& strPath);
-    virtual bool DevReadVersion(USHORT& wVersion); ///< running version, big end first
+
+    /// The running version, major in the high byte. After a failure wVersion is as it was.
+    virtual bool DevReadVersion(USHORT& wVersion);
     virtual bool DevErase();
     virtual bool IsPresent();
     virtual bool IsAbsent();
-    virtual bool Arrive(DWORD devInst, DWORD dwOldSS); ///< saved selective-suspend value
+
+    /// The finder's news: the node is there and open (dwOldSS: its saved selective-suspend value,
+    /// 0 = nothing to restore), or it has gone.
+    virtual bool Arrive(DWORD devInst, DWORD dwOldSS);
     virtual bool Arrive(DWORD devInst);
     virtual bool Remove();
     virtual bool InitDev(BYTE byParam);
@@ -77,19 +84,23 @@ public:
     virtual void InitMaster();
     virtual void UninitMaster();
 
-    /// Block transfers to a device behind this one. @param byCommand high byte of wValue
+    /// Block transfers to a device behind this one; each blocks at most dwTimeoutMs.
+    /// @param byCommand high byte of wValue @param wOffset register or address in the device
+    /// @param pData byLen bytes, borrowed for the call
     /// @return status: 0 = success, 0xFFFFFFFF = not supported
     virtual DWORD BlockOutTrans(const DEVICE_ATTR& attr, BYTE byCommand, USHORT wOffset,
                                 BYTE* pData, BYTE byLen, DWORD dwTimeoutMs);
     virtual DWORD BlockInTrans(const DEVICE_ATTR& attr, BYTE byCommand, USHORT wOffset, BYTE* pData,
                                BYTE byLen, DWORD dwTimeoutMs);
 
-    /// I2C through the device. @return 1 = success, 0 = failure or not supported
+    /// I2C through the device; pBuf is borrowed and holds wLen bytes.
+    /// @return 1 = success, 0 = failure or not supported
     virtual DWORD I2CConfigImpl(BYTE byA, BYTE byB, BYTE byC);
     virtual DWORD I2CWriteImpl(DWORD dwAddr, BYTE* pBuf, USHORT wLen);
     virtual DWORD I2CReadImpl(DWORD dwAddr, BYTE* pBuf, USHORT wLen);
 
     /// A version inside the loaded image: 1 = the one that a running device reports.
+    /// @return false, with wVersion as it was, when the image has none
     virtual bool DevReadBINVersion(USHORT& wVersion, int nWhich);
     virtual bool MatchDev(DWORD devInst); ///< true: this node may be taken
     virtual void ForceRemove();           ///< offline, whatever the state was

@@ -26,7 +26,7 @@ public:
     ///                    above never match
     bool IsLevelAndPort(int nLevel, DWORD devInst, const WString& strPortTail);
 
-    bool IsU3Hub(DWORD devInst);
+    bool IsU3Hub(DWORD devInst); ///< true: the SuperSpeed half of a hub
     bool HasHardwareId(DWORD devInst, const WString& strText); ///< case-sensitive substring
 
 private:

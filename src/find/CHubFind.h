@@ -21,7 +21,8 @@ public:
 
     void EnumDevs(); ///< refreshes the hub list; a failed request keeps it
 
-    /// The transport's identity test. @return non-zero: one of the maker's hubs
+    /// The transport's identity test. @param nAcceptSmBus non-zero: "SM BUS" hubs count too
+    /// @return non-zero: one of the maker's hubs
     int KyHub_IsVoHub(DWORD devInst, int nAcceptSmBus);
 
 private:

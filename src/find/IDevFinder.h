@@ -21,9 +21,11 @@ public:
     IDevFinder& operator=(const IDevFinder&) = delete;
     virtual ~IDevFinder();
 
-    virtual void WatchAllDevs();
+    virtual void WatchAllDevs(); ///< one cycle: removals, then at most one arrival
 
-    /// Waits block up to nSeconds * 8 polls, 128 ms apart, and show a count-down.
+    /// Waits block up to nSeconds * 8 polls, 128 ms apart, and show a count-down. Each poll runs a
+    /// cycle, whose own time comes on top: an arrival that does not answer costs 5 s and more, and
+    /// without elevation opens wait for the companion service without limit.
     /// @return true when the device came (went) in time
     virtual bool WaitDevConnect(IDev* pDev, int nSeconds);
     virtual bool WaitDevUnconnect(IDev* pDev, int nSeconds);
@@ -31,11 +33,14 @@ public:
 
     /// The interface class to enumerate; null: none, every request then fails.
     virtual const GUID* GetClassGUID();
+
+    /// Not supported by any finder here: 0, with the outputs untouched.
     virtual DWORD ListHidAllDevice(_KYHID_INST** ppList, DWORD* pdwCount);
     virtual DWORD ListHidAllDevice(_KYHID_INST** ppList, DWORD* pdwCount, DWORD dwExtra);
 
     /// Lists the devices on the ports of all hubs into a new array (delete[], or
-    /// XH_FreeAllDevice). @return status: 0 = success
+    /// XH_FreeAllDevice). After a failure *ppList is null, and *pdwCount 0 or untouched.
+    /// @return status: 0 = success, 0xFFFFFFFF = no port, 87 = null pointer, or the system's code
     virtual DWORD ListAllDevPortInfo(_Hub_Info** ppList, DWORD* pdwCount);
 
     /// Appends; no duplicate check. Throws std::length_error when the list is full.
@@ -45,11 +50,15 @@ public:
     /// Closes the transport, forgets what was present and tells the device that it has gone.
     /// @return true when supported
     virtual bool DummyRemove(IDev* pDev);
+
+    /// As WaitDevConnect with the extended cycle, which collects the suitable nodes once and
+    /// hands them out one a cycle.
     virtual bool WaitDevConnectEx(IDev* pDev, int nSeconds);
     virtual void WatchAllDevsEx();
-    virtual void WatchAllHidDevs();
+    virtual void WatchAllHidDevs(); ///< one cycle that opens HID devices
 
-    /// Lists the maker's hubs into a new array (delete[], or XH_FreeAllDevice).
+    /// Lists the maker's hubs into a new array (delete[], or XH_FreeAllDevice). Each hub is asked;
+    /// without elevation that waits for the companion service without limit.
     /// @return false with count 0 and the list untouched when there is none
     virtual bool ListDevice(_Hub_Info*& pList, DWORD& dwCount);
     virtual bool ForceRemove(IDev* pDev);  ///< as DummyRemove, but the device goes offline

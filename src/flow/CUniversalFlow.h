@@ -31,6 +31,7 @@ public:
     bool DevErase() override;
 
     /// Reads the file into the device's firmware buffer; the firmware length stays as it is.
+    /// @return false, with the buffer as it was, when the file is missing, unreadable or empty
     bool InitFwFinder(const std::string& strPath) override;
     bool DevReadBINVersion(USHORT& wVersion, int nWhich) override;
 

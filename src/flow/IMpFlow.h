@@ -21,6 +21,7 @@ public:
     virtual bool DevErase();
     virtual bool InitFwFinder(const std::string& strPath); ///< loads the image into the device
 
-    /// A version inside the loaded image: 1 = the one that a running device reports.
+    /// A version inside the loaded image: 1 = the one that a running device reports. After a
+    /// failure wVersion is as it was.
     virtual bool DevReadBINVersion(USHORT& wVersion, int nWhich);
 };

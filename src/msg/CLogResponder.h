@@ -24,8 +24,8 @@ public:
     void ShowProgress(int nPercent) override;                                       ///< nothing
     void SetMsgLevel(ERRORLEVEL eLevel) override;
 
-    /// Writes the library file's full path as narrow text. @param pBuffer 1,024 bytes
-    /// @return true on success
+    /// Writes the library file's full path as narrow text, in the system's own form.
+    /// @param pBuffer 1,024 bytes @return true on success
     static bool GetSelfModulePath(char* pBuffer);
 
 private:

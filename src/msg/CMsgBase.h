@@ -36,8 +36,8 @@ public:
 
     /// Sends the text alone, cut at 1,024 bytes with its terminator.
     void ShowUIMsg(RESTYPE eType, const char* pszFormat, ...);
-    void CountDown(const char* pszTitle, int nSeconds, ERRORLEVEL eLevel);
-    void ShowProgress(int nPercent);
+    void CountDown(const char* pszTitle, int nSeconds, ERRORLEVEL eLevel); ///< seconds left
+    void ShowProgress(int nPercent);                                       ///< 0 to 100
 
 private:
     class CDispatchLock;

@@ -12,7 +12,7 @@ public:
 
     virtual void ShowMsg(const char* pszText, ERRORLEVEL eLevel) = 0; ///< one log line
     virtual void ShowUIMsg(const char* pszText, RESTYPE eType) = 0;   ///< one text for people
-    virtual void CountDown(const char* pszTitle, int nSeconds, ERRORLEVEL eLevel) = 0;
-    virtual void ShowProgress(int nPercent) = 0;
+    virtual void CountDown(const char* pszTitle, int nSeconds, ERRORLEVEL eLevel) = 0; ///< left
+    virtual void ShowProgress(int nPercent) = 0;                                       ///< 0 to 100
     virtual void SetMsgLevel(ERRORLEVEL eLevel) = 0; ///< sets the threshold
 };

@@ -54,14 +54,14 @@ public:
     virtual DWORD KyHub_CtlPipeOut(BYTE* pSetup, BYTE* pData) = 0;
     virtual DWORD KyHub_CtlPipeIn(BYTE* pSetup, BYTE* pData) = 0;
 
-    virtual DWORD KyHub_Speed(_myUSB_DEVICE_SPEED* pSpeed) = 0;
+    virtual DWORD KyHub_Speed(_myUSB_DEVICE_SPEED* pSpeed) = 0; ///< 87 for a null pointer
 
     /// Reads a hub's identity without touching the open device; waits up to 2.2 s for one that is
     /// resuming. Selective suspend is as before afterwards.
     /// @return 1 when the hub is one of the maker's, else 0; "SM BUS" hubs count with a non-zero
     ///         nAcceptSmBus
     virtual int KyHub_IsVoHub(DWORD devInst, int nAcceptSmBus) = 0;
-    virtual DWORD KyHub_OpenHidDeviceByDevInst(DWORD devInst) = 0;
+    virtual DWORD KyHub_OpenHidDeviceByDevInst(DWORD devInst) = 0; ///< as for a hub
     virtual void KyHub_Free(_KYHUB_INST** ppInstance) = 0; ///< deletes and nulls *ppInstance
     virtual int KyHid_IsITEHid(DWORD devInst) = 0;         ///< 1: the vendor-defined collection
 
