@@ -1,6 +1,9 @@
 #include "DriverRoad.h"
 
 #include <fstream>
+#include <iterator>
+
+#include "NormalisedLog.h"
 
 namespace
 {
@@ -95,12 +98,7 @@ std::string DriverRoad::InstalledVersion()
 std::vector<std::string> DriverRoad::Log()
 {
     std::ifstream file(OwnFolder() + "info.txt", std::ios::binary);
-    std::vector<std::string> lines;
-    for (std::string strLine; std::getline(file, strLine);) {
-        const size_t nStamp = strLine.find("]  ");
-        lines.push_back(nStamp == std::string::npos ? strLine : strLine.substr(nStamp + 3));
-    }
-    return lines;
+    return LinesBehindStamps(std::string(std::istreambuf_iterator<char>(file), {}));
 }
 
 bool DriverRoad::HasLogged(const std::string& strText)

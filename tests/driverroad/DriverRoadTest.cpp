@@ -1,4 +1,5 @@
 #include "DriverRoad.h"
+#include "NormalisedLog.h"
 
 #include <fstream>
 
@@ -75,6 +76,58 @@ TEST_F(DriverRoad, UpdateSendsTheDriverWhatItSendsTheSimulatedMachine)
     EXPECT_TRUE(bus.Hub().Runs(NewImage()));
     EXPECT_GT(strDriver.size(), 1000u);
     EXPECT_EQ(strDriver, strSimulated);
+}
+
+TEST_F(DriverRoad, EraseSendsTheDriverWhatItSendsTheSimulatedMachine)
+{
+    ASSERT_TRUE(XH_InitDevice(false));
+    EXPECT_TRUE(BenchJob(m_road.Bus().HubNode()).pFlow->DevErase());
+    const std::string strDriver = m_road.RequestLog();
+    XH_UnInitDevice();
+
+    CBenchBus bus;
+    CSimMachine machine(bus.System());
+    ZelSetPlatform(&machine);
+    ASSERT_TRUE(XH_InitDevice(false));
+    EXPECT_TRUE(BenchJob(bus.HubNode()).pFlow->DevErase());
+    std::string strSimulated;
+    for (const std::string& strLine : machine.Driver().Lines())
+        strSimulated += strLine + "\n";
+    XH_UnInitDevice();
+    ZelSetPlatform(&m_road);
+
+    EXPECT_FALSE(bus.Hub().RunsFlash());
+    EXPECT_EQ(strDriver, strSimulated);
+}
+
+// What the two logs say differently, and nothing else: the stamps and the interfaces' handles.
+TEST_F(DriverRoad, UpdateIsLoggedAsOnTheSimulatedMachine)
+{
+    const std::string strFile = NewImageFile();
+    ASSERT_TRUE(XH_InitDevice(true));
+    EXPECT_TRUE(Update(m_road.Bus().HubNode(), strFile));
+    XH_UnInitDevice();
+    const std::string strReal = NormalisedLog(Log());
+
+    CBenchBus bus;
+    CSimMachine machine(bus.System());
+    machine.HostFiles().UseMemory();
+    machine.HostFiles().Put(strFile, NewImage());
+    machine.Traits().modulePath = "/host/Zelhublib64.dll";
+    WCHAR szTemporary[260] = {};
+    Files().TemporaryFolder(szTemporary, 260);
+    machine.FileSystem().SetTemporaryFolder(szTemporary);
+    machine.Volume().AddFolder(szTemporary);
+    ZelSetPlatform(&machine);
+    ASSERT_TRUE(XH_InitDevice(true));
+    EXPECT_TRUE(Update(bus.HubNode(), strFile));
+    XH_UnInitDevice();
+    ZelSetPlatform(&m_road);
+    const std::string strSimulated =
+        NormalisedLog(LinesBehindStamps(machine.HostFiles().Text("/host/info.txt")));
+
+    EXPECT_GT(strReal.size(), 10000u);
+    EXPECT_EQ(strReal, strSimulated);
 }
 
 struct Installed
