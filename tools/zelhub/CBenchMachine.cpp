@@ -254,6 +254,16 @@ std::vector<std::string> CBenchMachine::Ids() const
     return ids;
 }
 
+std::string CBenchMachine::IdAt(const std::string& strLocation) const
+{
+    for (const auto& [strId, node] : m_nodes) {
+        const std::vector<WString>& paths = node.pNode->Spec().locationPaths;
+        if (!paths.empty() && paths.front() == Wide(strLocation))
+            return strId;
+    }
+    return {};
+}
+
 void CBenchMachine::ForgetFaults()
 {
     for (const std::unique_ptr<CSimHub>& pHub : m_hubs) {

@@ -28,6 +28,9 @@ public:
 
     std::vector<std::string> Ids() const; ///< of hubs and devices
 
+    /// What hangs at a location path; empty: nothing.
+    std::string IdAt(const std::string& strLocation) const;
+
     void AddFault(const BenchFault& fault);
     void ForgetFaults();
 

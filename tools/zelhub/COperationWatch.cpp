@@ -175,11 +175,13 @@ void COperationWatch::RefreshLeaveCard()
 
 std::string COperationWatch::NextText(bool bPresent, bool bBlank) const
 {
-    const CToolContext& context = m_session.Context();
+    CToolContext& context = m_session.Context();
     std::string strNext;
-    if (!bPresent)
-        strNext = context.OnBench() ? "Plug the hub in again (zelhub ... bench plug ID), then: "
-                                    : "Unplug the hub and plug it in again, then: ";
+    if (!bPresent && context.OnBench())
+        strNext = CommandPrefix(context.Opts()) + " bench plug " +
+                  ShellWord(context.Bench().IdAt(m_session.Chosen().strLocation)) + ", then: ";
+    else if (!bPresent)
+        strNext = "Unplug the hub and plug it in again, then: ";
     strNext += CommandPrefix(context.Opts()) + " " + m_strRepeat + " " + m_session.SelectorText();
     const bool bForced = m_strRepeat.find(" --force") != std::string::npos;
     if (bBlank && !bForced && m_strRepeat.rfind("update", 0) == 0)
