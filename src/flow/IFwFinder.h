@@ -9,6 +9,9 @@
 class ZEL_API IFwFinder
 {
 public:
+    IFwFinder() = default;
+    IFwFinder(const IFwFinder&) = delete;
+    IFwFinder& operator=(const IFwFinder&) = delete;
     virtual ~IFwFinder() = default;
 
     /// Replaces vFw by the image. @return true when there is at least one byte; after a failure
