@@ -6,7 +6,7 @@
 std::string SizeText(unsigned long long n)
 {
     constexpr unsigned long long kKib = 1024;
-    const std::string strBytes = std::to_string(n) + " bytes";
+    std::string strBytes = std::to_string(n) + " bytes";
     if (n == 0 || n % kKib != 0)
         return strBytes;
     return std::to_string(n / kKib) + " KiB (" + strBytes + ")";

@@ -93,7 +93,7 @@ std::string LockFolder()
 }
 
 /// @return 0, or the system's error code
-DWORD WriteTo(HANDLE hFile, const void* pData, size_t cb)
+DWORD WriteTo(HANDLE hFile, const void* pData, size_t cb, bool bSync)
 {
     constexpr size_t kPiece = 1 << 20;
     const char* p = static_cast<const char*>(pData);
@@ -108,18 +108,19 @@ DWORD WriteTo(HANDLE hFile, const void* pData, size_t cb)
         cb -= cbDone;
     }
     // Pipes and devices cannot be flushed and need not be.
-    if (::GetFileType(hFile) == FILE_TYPE_DISK && ::FlushFileBuffers(hFile) == FALSE)
+    if (bSync && ::GetFileType(hFile) == FILE_TYPE_DISK && ::FlushFileBuffers(hFile) == FALSE)
         return ::GetLastError();
     return 0;
 }
 
-DWORD WriteFileAt(const std::string& strPath, DWORD dwDisposition, const void* pData, size_t cb)
+DWORD WriteFileAt(const std::string& strPath, DWORD dwDisposition, const void* pData, size_t cb,
+                  bool bSync)
 {
     HANDLE const hFile = ::CreateFileA(strPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                        dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (hFile == INVALID_HANDLE_VALUE)
         return ::GetLastError();
-    const DWORD dwError = WriteTo(hFile, pData, cb);
+    const DWORD dwError = WriteTo(hFile, pData, cb, bSync);
     ::CloseHandle(hFile);
     return dwError;
 }
@@ -202,17 +203,18 @@ HostSystem::LockResult HostSystem::TakeLock(const std::string& strName,
     return dwError == ERROR_SHARING_VIOLATION ? LockResult::Busy : LockResult::Failed;
 }
 
-std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData, size_t cb)
+std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData, size_t cb,
+                                   bool bSync)
 {
     const DWORD dwAttributes = ::GetFileAttributesA(strPath.c_str());
     if (dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return Words(ERROR_DIRECTORY);
     if (IsDeviceOrPipe(strPath)) {
-        const DWORD dwError = WriteFileAt(strPath, OPEN_EXISTING, pData, cb);
+        const DWORD dwError = WriteFileAt(strPath, OPEN_EXISTING, pData, cb, bSync);
         return dwError == 0 ? std::string() : Words(dwError);
     }
     const std::string strPart = strPath + ".part" + std::to_string(::GetCurrentProcessId());
-    DWORD dwError = WriteFileAt(strPart, CREATE_ALWAYS, pData, cb);
+    DWORD dwError = WriteFileAt(strPart, CREATE_ALWAYS, pData, cb, bSync);
     if (dwError == 0 && ::MoveFileExA(strPart.c_str(), strPath.c_str(),
                                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE)
         dwError = ::GetLastError();

@@ -78,10 +78,9 @@ void HubProbe::AskStranger(HubRow& row)
                         static_cast<USHORT>(device[10] | device[11] << 8));
     std::vector<BYTE> text(0xFF);
     const DWORD dwRes = ReadDescriptor(USB_DESCRIPTOR_STRING, HUB_IDENTITY_STRING_INDEX, text);
-    if (dwRes == kErrNone && !SaysItIsOurs(text)) {
+    const bool bNoSuchString = dwRes == kErrGenFailure; // the hub stalled
+    if (bNoSuchString || (dwRes == kErrNone && !SaysItIsOurs(text))) {
         row.eKind = HubKind::Foreign;
-    } else if (dwRes == kErrGenFailure) {
-        row.eKind = HubKind::Foreign; // a stall: it has no such string
     } else {
         row.strReason = dwRes == kErrNone
                             ? "it answered twice in different ways"

@@ -54,7 +54,7 @@ private:
     {
         const size_t nFrom = m_n + 1;
         SkipText();
-        const std::string strKey = m_strText.substr(nFrom, m_n - nFrom - 1);
+        std::string strKey = m_strText.substr(nFrom, m_n - nFrom - 1);
         Blank();
         ++m_n; // the colon
         Blank();
