@@ -258,16 +258,16 @@ TEST_F(Smbus, AReadGivesUpAfterAHundredTries)
 struct BUS_FAULT
 {
     const char* pszCase;
-    SimSmbusFault eFault;
     const char* pszSays;
+    SimSmbusFault eFault;
     bool bClearsCrc;
 };
 
 const BUS_FAULT kBusFaults[] = {
-    {"Failed", SimSmbusFault::Failed, "Bus fail is occured\n", false},
-    {"DevErr", SimSmbusFault::DevErr, "IntelBlockWrite(): DEV_ERR is occured\n", false},
-    {"DevErrByCrc", SimSmbusFault::Crc, "IntelBlockWrite(): DEV_ERR is occured\n", true},
-    {"BusErr", SimSmbusFault::BusErr, "BUS_ERR is occured\n", false},
+    {"Failed", "Bus fail is occured\n", SimSmbusFault::Failed, false},
+    {"DevErr", "IntelBlockWrite(): DEV_ERR is occured\n", SimSmbusFault::DevErr, false},
+    {"DevErrByCrc", "IntelBlockWrite(): DEV_ERR is occured\n", SimSmbusFault::Crc, true},
+    {"BusErr", "BUS_ERR is occured\n", SimSmbusFault::BusErr, false},
 };
 
 class BusFault : public Smbus, public testing::WithParamInterface<BUS_FAULT>
