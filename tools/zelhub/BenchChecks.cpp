@@ -51,6 +51,7 @@ public:
         Ports();
         Instances();
         Texts();
+        PdControllers();
         References();
     }
 
@@ -213,6 +214,28 @@ private:
             CheckText(device.strDescription, kLongestText, device.strWhere + "/description");
     }
 
+    void PdControllers()
+    {
+        std::set<std::pair<std::string, BYTE>> used;
+        for (const BenchPd& pd : m_bench.pds) {
+            Claim(pd.strId, pd.strWhere);
+            const auto same = [&](const BenchHub& hub) { return hub.strId == pd.strHub; };
+            if (std::none_of(m_bench.hubs.begin(), m_bench.hubs.end(), same))
+                RefuseJson(m_source, pd.strWhere + "/hub",
+                           "\"hub\" names no hub of \"hubs\": \"" + Printable(pd.strHub) + "\"");
+            if (!used.insert({pd.strHub, pd.byAddress}).second)
+                RefuseJson(m_source, pd.strWhere + "/address",
+                           "address " + Hex(pd.byAddress, 2) + " behind \"" + Printable(pd.strHub) +
+                               "\" is used twice");
+        }
+    }
+
+    bool IsPd(const std::string& strId) const
+    {
+        return std::any_of(m_bench.pds.begin(), m_bench.pds.end(),
+                           [&](const BenchPd& pd) { return pd.strId == strId; });
+    }
+
     void References()
     {
         for (const BenchFault& fault : m_bench.faults) {
@@ -222,13 +245,17 @@ private:
             if (bCall && std::find(calls.begin(), calls.end(), fault.strCall) == calls.end())
                 RefuseJson(m_source, fault.strWhere + "/call",
                            "\"call\" names no call of a service");
-            if (!bCall && std::none_of(m_bench.hubs.begin(), m_bench.hubs.end(), same))
+            if (fault.bPd && !IsPd(fault.strHub))
+                RefuseJson(m_source, fault.strWhere + "/pd",
+                           "\"pd\" names no PD controller: \"" + Printable(fault.strHub) + "\"");
+            if (!bCall && !fault.bPd &&
+                std::none_of(m_bench.hubs.begin(), m_bench.hubs.end(), same))
                 RefuseJson(m_source, fault.strWhere + "/hub",
                            "\"hub\" names no hub of \"hubs\": \"" + Printable(fault.strHub) + "\"");
         }
         for (const BenchEvent& event : m_bench.events) {
             const auto same = [&](const Entry& entry) { return entry.pNode->strId == event.strId; };
-            if (std::none_of(m_entries.begin(), m_entries.end(), same))
+            if (!IsPd(event.strId) && std::none_of(m_entries.begin(), m_entries.end(), same))
                 RefuseJson(m_source, event.strWhere,
                            "the event names no hub or device: \"" + Printable(event.strId) + "\"");
         }

@@ -13,6 +13,13 @@ const std::vector<BenchRequestName> kBenchRequests = {
     {"i2c-write", REQ_I2C_WRITE},       {"i2c-read", REQ_I2C_READ},
 };
 
+const std::vector<BenchRequestName> kBenchPdCommands = {
+    {"enable", 0x01},  {"reset-to-rom", 0x02}, {"erase", 0x03},   {"write-0", 0x04},
+    {"write-1", 0x06}, {"write-2", 0x13},      {"write-3", 0x14}, {"reset-to-flash", 0x05},
+    {"read-0", 0x24},  {"read-1", 0x26},       {"read-2", 0x33},  {"read-3", 0x34},
+    {"status", 0x3A},  {"validate", 0x16},     {"crc", 0x35},
+};
+
 const std::vector<BenchFaultName> kBenchFaults = {
     {"fail", SimFaultKind::Fail},       {"stall", SimFaultKind::Stall},
     {"timeout", SimFaultKind::TimeOut}, {"urb-status", SimFaultKind::UrbStatus},

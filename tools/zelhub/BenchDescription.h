@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sim/CSimHub.h"
+#include "sim/CSimPd.h"
 
 #include <optional>
 #include <string>
@@ -68,10 +69,26 @@ struct BenchDevice : BenchNode
     BYTE byClass = 0xFF;
 };
 
+/// A PD controller on a hub's I2C bus.
+struct BenchPd
+{
+    std::string strWhere;
+    std::string strId;
+    std::string strHub;
+    BYTE byAddress = 0; ///< 8-bit
+    bool bIspValidation = false;
+    bool bCrcCheck = true;
+    std::optional<BenchImage> image;       ///< bank 0; none: blank
+    std::optional<BenchImage> secondImage; ///< bank 1
+    SimReturn timing = {5'000, 400'000, false, false};
+    bool bPlugged = true;
+};
+
 struct BenchFault
 {
     std::string strWhere;
-    std::string strHub;
+    std::string strHub; ///< or a PD controller
+    bool bPd = false;
     std::optional<BYTE> byRequest; ///< none: any transfer
     std::uint64_t nNth = 0;
     SimFault fault;
@@ -100,6 +117,7 @@ struct BenchDescription
     std::vector<BenchHub> hubs;
     std::vector<BenchForeignHub> foreignHubs;
     std::vector<BenchDevice> devices;
+    std::vector<BenchPd> pds;
     std::vector<BenchFault> faults;
     std::vector<BenchEvent> events;
 };
@@ -111,6 +129,7 @@ struct BenchRequestName
     BYTE byRequest;
 };
 extern const std::vector<BenchRequestName> kBenchRequests;
+extern const std::vector<BenchRequestName> kBenchPdCommands; ///< of a PD controller
 
 struct BenchFaultName
 {

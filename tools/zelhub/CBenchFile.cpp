@@ -144,6 +144,31 @@ BenchDevice ReadDevice(CJsonObject object)
     return device;
 }
 
+BenchPd ReadPd(CJsonObject object, const std::filesystem::path& folder)
+{
+    BenchPd pd;
+    pd.strWhere = object.Pointer();
+    pd.strId = object.Text("id");
+    pd.strHub = object.Text("hub");
+    pd.byAddress = static_cast<BYTE>(object.Number("address", 0x10, 0xEE));
+    if (pd.byAddress % 2 != 0)
+        object.Refuse("address", "has to be even: the 8-bit form, twice the 7-bit address");
+    pd.bIspValidation = object.Flag("validates", pd.bIspValidation);
+    pd.bCrcCheck = object.Flag("checksCrc", pd.bCrcCheck);
+    if (object.Has("image"))
+        pd.image = ReadImage(object.Object("image"), folder);
+    if (object.Has("secondImage"))
+        pd.secondImage = ReadImage(object.Object("secondImage"), folder);
+    for (const auto& image : {pd.image, pd.secondImage})
+        if (image && image->cbSize > CSimPdBanks::kBankSize)
+            object.Refuse("image", "is larger than a bank of 131072 bytes");
+    if (object.Has("timing"))
+        pd.timing = ReadTiming(object.Object("timing"));
+    pd.bPlugged = object.Flag("plugged", true);
+    object.Done();
+    return pd;
+}
+
 BenchEvent ReadEvent(CJsonObject object)
 {
     BenchEvent event;
@@ -184,9 +209,9 @@ const Entry& ByName(CJsonObject& object, const char* pszKey, const std::string& 
 void ReadTransferFault(CJsonObject& object, BenchFault& fault)
 {
     if (object.Has("request"))
-        fault.byRequest =
-            ByName<BenchRequestName>(object, "request", object.Text("request"), kBenchRequests)
-                .byRequest;
+        fault.byRequest = ByName<BenchRequestName>(object, "request", object.Text("request"),
+                                                   fault.bPd ? kBenchPdCommands : kBenchRequests)
+                              .byRequest;
     fault.fault.eKind =
         ByName<BenchFaultName>(object, "kind", object.Text("kind"), kBenchFaults).eKind;
     SimFault& details = fault.fault;
@@ -211,7 +236,8 @@ BenchFault CBenchFile::ParseFault(CJsonObject object)
         object.Done();
         return fault;
     }
-    fault.strHub = object.Text("hub");
+    fault.bPd = object.Has("pd");
+    fault.strHub = object.Text(fault.bPd ? "pd" : "hub");
     fault.bPowerCut = object.Has("powerCut");
     if (fault.bPowerCut) {
         fault.nNth = object.Number("powerCut", 0, kMaxDword);
@@ -242,6 +268,8 @@ BenchDescription CBenchFile::Parse(const JsonSource& source)
         bench.foreignHubs.push_back(ReadForeignHub(entry));
     for (CJsonObject& entry : object.Objects("devices"))
         bench.devices.push_back(ReadDevice(entry));
+    for (CJsonObject& entry : object.Objects("pdControllers"))
+        bench.pds.push_back(ReadPd(entry, folder));
     for (CJsonObject& entry : object.Objects("faults"))
         bench.faults.push_back(ParseFault(entry));
     for (CJsonObject& entry : object.Objects("events"))

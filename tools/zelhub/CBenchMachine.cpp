@@ -87,6 +87,8 @@ CBenchMachine::CBenchMachine(BenchDescription bench)
         throw CToolError(ExitCode::Usage, std::string("bench file: ") + error.what(),
                          "Give the devices other instance numbers.");
     }
+    for (const BenchPd& pd : m_bench.pds)
+        AddPd(pd);
     SetUpProcess();
     for (const BenchFault& fault : m_bench.faults)
         AddFault(fault);
@@ -203,6 +205,25 @@ void CBenchMachine::AddDevice(const BenchDevice& device)
     m_nodes[device.strId] = node;
 }
 
+void CBenchMachine::AddPd(const BenchPd& pd)
+{
+    SimPdSettings settings;
+    settings.bIspValidation = pd.bIspValidation;
+    settings.bCrcCheck = pd.bCrcCheck;
+    const bool bFromFile = pd.image && !pd.image->strFile.empty();
+    settings.eImageCheck = bFromFile ? SimImageCheck::NotBlank : SimImageCheck::Crc;
+    auto pModel = std::make_unique<CSimPd>(m_pMachine->Time(), settings);
+    if (pd.secondImage)
+        pModel->LoadImage(BuildBenchImage(*pd.secondImage), 1);
+    if (pd.image)
+        pModel->LoadImage(BuildBenchImage(*pd.image), 0);
+    pModel->SetReturn(pd.timing);
+    if (!pd.bPlugged)
+        pModel->PowerDown();
+    Hub(pd.strHub)->AttachI2cTarget(pd.byAddress, pModel.get());
+    m_pds[pd.strId] = std::move(pModel);
+}
+
 void CBenchMachine::SetUpProcess()
 {
     CSimMachine& machine = *m_pMachine;
@@ -232,14 +253,38 @@ CSimHub* CBenchMachine::Hub(const std::string& strId)
     return it == m_nodes.end() ? nullptr : it->second.pHub;
 }
 
+CSimPd* CBenchMachine::Pd(const std::string& strId)
+{
+    const auto it = m_pds.find(strId);
+    return it == m_pds.end() ? nullptr : it->second.get();
+}
+
+std::vector<std::string> CBenchMachine::PdIds() const
+{
+    std::vector<std::string> ids;
+    for (const auto& [strId, pPd] : m_pds)
+        ids.push_back(strId);
+    return ids;
+}
+
 bool CBenchMachine::IsPlugged(const std::string& strId) const
 {
+    const auto itPd = m_pds.find(strId);
+    if (itPd != m_pds.end())
+        return itPd->second->IsOnBus();
     const auto it = m_nodes.find(strId);
     return it != m_nodes.end() && it->second.bPlugged;
 }
 
 void CBenchMachine::Plug(const std::string& strId, bool bPlugged)
 {
+    if (CSimPd* const pPd = Pd(strId)) {
+        if (!bPlugged)
+            pPd->PowerDown();
+        else if (!pPd->IsOnBus())
+            pPd->PowerUp();
+        return;
+    }
     Node& node = m_nodes.at(strId);
     node.bPlugged = bPlugged;
     Show(node);
@@ -270,6 +315,10 @@ void CBenchMachine::ForgetFaults()
         pHub->Faults().Clear();
         pHub->Banks().Flash().KeepPower();
     }
+    for (const auto& [strId, pPd] : m_pds) {
+        pPd->Faults().Clear();
+        pPd->Banks().Flash().KeepPower();
+    }
     m_faults.clear();
 }
 
@@ -281,31 +330,39 @@ void CBenchMachine::AddFault(const BenchFault& fault)
         return;
     }
     CSimHub* const pHub = Hub(fault.strHub);
-    if (pHub == nullptr)
+    CSimPd* const pPd = Pd(fault.strHub);
+    if (pHub == nullptr && pPd == nullptr)
         return;
+    SimFaultPlan& plan = pPd != nullptr ? pPd->Faults() : pHub->Faults();
     BenchFault kept = fault;
-    if (fault.bPowerCut) {
-        kept.nNth += pHub->FlashOperations();
+    kept.nNth += SoFar(fault);
+    if (fault.bPowerCut && pPd != nullptr)
+        pPd->LosePowerAt(kept.nNth, fault.eWhen);
+    else if (fault.bPowerCut)
         pHub->LosePowerAt(kept.nNth, fault.eWhen);
-    } else if (fault.byRequest) {
-        kept.nNth += pHub->Faults().Transfers(*fault.byRequest);
-        pHub->Faults().OnRequest(*fault.byRequest, kept.nNth, fault.fault);
-    } else {
-        kept.nNth += pHub->Transfers();
-        pHub->Faults().At(kept.nNth, fault.fault);
-    }
+    else if (fault.byRequest)
+        plan.OnRequest(*fault.byRequest, kept.nNth, fault.fault);
+    else
+        plan.At(kept.nNth, fault.fault);
     m_faults.push_back(kept);
+}
+
+/// What a fault's count is about: how many there have been.
+std::uint64_t CBenchMachine::SoFar(const BenchFault& fault)
+{
+    CSimHub* const pHub = Hub(fault.strHub);
+    CSimPd* const pPd = Pd(fault.strHub);
+    if (fault.bPowerCut)
+        return pPd != nullptr ? pPd->FlashOperations() : pHub->FlashOperations();
+    const SimFaultPlan& plan = pPd != nullptr ? pPd->Faults() : pHub->Faults();
+    return fault.byRequest ? plan.Transfers(*fault.byRequest) : plan.Transfers();
 }
 
 std::vector<BenchFault> CBenchMachine::PendingFaults()
 {
     std::vector<BenchFault> pending;
     for (const BenchFault& fault : m_faults) {
-        CSimHub& hub = *Hub(fault.strHub);
-        const std::uint64_t nSoFar =
-            fault.bPowerCut
-                ? hub.FlashOperations()
-                : (fault.byRequest ? hub.Faults().Transfers(*fault.byRequest) : hub.Transfers());
+        const std::uint64_t nSoFar = SoFar(fault);
         const std::uint64_t nTimes = fault.bPowerCut ? 1 : fault.fault.nTimes;
         if (nSoFar >= fault.nNth + nTimes)
             continue;

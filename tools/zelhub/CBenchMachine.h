@@ -22,8 +22,14 @@ public:
 
     /// A hub's model by its id, null: there is none.
     CSimHub* Hub(const std::string& strId);
+    /// A PD controller's model by its id, null: there is none.
+    CSimPd* Pd(const std::string& strId);
+    std::vector<std::string> PdIds() const;
     bool IsPlugged(const std::string& strId) const;
-    bool Knows(const std::string& strId) const { return m_nodes.count(strId) != 0; }
+    bool Knows(const std::string& strId) const
+    {
+        return m_nodes.count(strId) + m_pds.count(strId) != 0;
+    }
     void Plug(const std::string& strId, bool bPlugged); ///< what hangs below follows
 
     std::vector<std::string> Ids() const; ///< of hubs and devices
@@ -64,12 +70,15 @@ private:
     void AddHub(const BenchHub& hub);
     void AddForeignHub(const BenchForeignHub& hub);
     void AddDevice(const BenchDevice& device);
+    void AddPd(const BenchPd& pd);
     void SetUpProcess();
     void Show(Node& node);
+    std::uint64_t SoFar(const BenchFault& fault);
 
     BenchDescription m_bench;
     std::unique_ptr<CSimMachine> m_pMachine;
-    std::map<std::string, Node> m_nodes; ///< controllers stand for their root hubs
+    std::map<std::string, Node> m_nodes;                  ///< controllers stand for their root hubs
+    std::map<std::string, std::unique_ptr<CSimPd>> m_pds; ///< outlive their hubs
     std::vector<std::unique_ptr<CSimHub>> m_hubs;
     std::vector<std::unique_ptr<CSimPlainDevice>> m_plain;
     std::vector<BenchFault> m_faults;

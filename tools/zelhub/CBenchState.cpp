@@ -62,15 +62,15 @@ std::string NameOf(const Names& names, const auto& matches)
 
 ordered_json FaultJson(const BenchFault& fault)
 {
-    ordered_json json = {{"hub", fault.strHub}};
+    ordered_json json = {{fault.bPd ? "pd" : "hub", fault.strHub}};
     if (fault.bPowerCut) {
         json["powerCut"] = fault.nNth;
         json["when"] = NameOf(kBenchCuts, [&](const auto& e) { return e.eWhen == fault.eWhen; });
         return json;
     }
     if (fault.byRequest)
-        json["request"] =
-            NameOf(kBenchRequests, [&](const auto& e) { return e.byRequest == *fault.byRequest; });
+        json["request"] = NameOf(fault.bPd ? kBenchPdCommands : kBenchRequests,
+                                 [&](const auto& e) { return e.byRequest == *fault.byRequest; });
     json["nth"] = fault.nNth;
     const SimFault& details = fault.fault;
     json["kind"] = NameOf(kBenchFaults, [&](const auto& e) { return e.eKind == details.eKind; });
@@ -99,6 +99,23 @@ void LoadHub(CJsonObject object, CBenchMachine& bench)
     kept.bFresh = object.Flag("fresh", false);
     kept.bRunsFlash = object.Flag("runsFlash", false);
     pHub->Restore(kept, pHub->IsOnBus());
+    object.Done();
+}
+
+void LoadPd(CJsonObject object, CBenchMachine& bench)
+{
+    CSimPd* const pPd = bench.Pd(object.Text("id"));
+    if (pPd == nullptr)
+        object.Refuse("id", "names no PD controller of the bench: this state belongs to another");
+    CSimPdBanks::Kept kept = pPd->Keep();
+    std::vector<BYTE> flash;
+    if (!FromHex(object.Text("flash"), flash) || flash.size() != kept.flash.size())
+        object.Refuse("flash", "does not fit the PD controller's flash");
+    kept.flash = std::move(flash);
+    kept.nActive = static_cast<unsigned>(object.Number("activeBank", 0, 1));
+    kept.bFresh = object.Flag("fresh", false);
+    kept.bRunsFlash = object.Flag("runsFlash", false);
+    pPd->Restore(kept, object.Flag("onBus", true));
     object.Done();
 }
 
@@ -137,6 +154,8 @@ void CBenchState::Load(CBenchMachine& bench) const
         LoadPlugged(entry, bench);
     for (CJsonObject& entry : object.Objects("hubs"))
         LoadHub(entry, bench);
+    for (CJsonObject& entry : object.Objects("pdControllers"))
+        LoadPd(entry, bench);
     bench.ForgetFaults(); // those of the bench file were taken over when the state was made
     for (CJsonObject& entry : object.Objects("faults"))
         bench.AddFault(CBenchFile::ParseFault(entry));
@@ -161,6 +180,18 @@ void CBenchState::Save(CBenchMachine& bench) const
                                     {"fresh", kept.bFresh},
                                     {"runsFlash", kept.bRunsFlash},
                                     {"flash", ToHex(kept.flash)}});
+    }
+    if (!bench.PdIds().empty())
+        document["pdControllers"] = ordered_json::array();
+    for (const std::string& strId : bench.PdIds()) {
+        const CSimPd& pd = *bench.Pd(strId);
+        const CSimPdBanks::Kept kept = pd.Keep();
+        document["pdControllers"].push_back({{"id", strId},
+                                             {"onBus", pd.IsOnBus()},
+                                             {"activeBank", kept.nActive},
+                                             {"fresh", kept.bFresh},
+                                             {"runsFlash", kept.bRunsFlash},
+                                             {"flash", ToHex(kept.flash)}});
     }
     for (const BenchFault& fault : bench.PendingFaults())
         document["faults"].push_back(FaultJson(fault));

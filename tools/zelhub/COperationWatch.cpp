@@ -35,15 +35,18 @@ bool MovesImage(Phase ePhase)
 
 std::string FailedWhat(const OperationFacts& facts)
 {
+    const std::string strThe = "the " + facts.strDevice;
     const std::string strWhy =
         facts.strTransferError.empty() ? "" : " (" + facts.strTransferError + ")";
     switch (facts.ePhase) {
     case Phase::Connect:
-        return "the hub did not answer" + strWhy;
+        return strThe + " did not answer" + strWhy;
     case Phase::ResetToRom:
+        if (!facts.strCheckError.empty())
+            return facts.strCheckError + strWhy;
         if (facts.bReset)
-            return "the hub did not come back after its reset to ROM code";
-        return "the hub could not be reset to ROM code" + strWhy;
+            return strThe + " did not come back after its reset to ROM code";
+        return strThe + " could not be reset to ROM code" + strWhy;
     case Phase::Erase:
         return "the flash could not be erased" + strWhy;
     case Phase::Write:
@@ -52,15 +55,16 @@ std::string FailedWhat(const OperationFacts& facts)
         if (facts.difference)
             return "the flash differs from the image at offset " +
                    Hex(facts.difference->dwOffset, 6) + ": image " +
-                   Hex(facts.difference->byImage, 2) + ", hub " + Hex(facts.difference->byHub, 2);
+                   Hex(facts.difference->byImage, 2) + ", " + facts.strDevice + " " +
+                   Hex(facts.difference->byDevice, 2);
         return facts.strCheckError.empty() ? "the flash could not be checked" + strWhy
                                            : facts.strCheckError;
     case Phase::ResetToFlash:
         if (facts.bStarted)
-            return "the hub did not come back after its restart";
-        return "the hub could not be restarted into its flash code" + strWhy;
+            return strThe + " did not come back after its restart";
+        return strThe + " could not be restarted into its flash code" + strWhy;
     case Phase::Return:
-        return "the hub did not come back after its restart";
+        return strThe + " did not come back after its restart";
     }
     return {};
 }
@@ -92,14 +96,26 @@ ExitCode FailedCode(const OperationFacts& facts, bool bPresent)
 
 COperationWatch::COperationWatch(CHubSession& session, std::string strRepeat,
                                  unsigned long long cbImage, bool bDualBank)
-    : m_session(session), m_strRepeat(std::move(strRepeat)), m_cbImage(cbImage)
+    : COperationWatch(
+          session, session.Dev(), [&session] { return session.IsOnBus(); }, std::move(strRepeat),
+          cbImage, bDualBank)
+{}
+
+COperationWatch::COperationWatch(CHubSession& session, COperationNotes& notes,
+                                 std::function<bool()> isPresent, std::string strRepeat,
+                                 unsigned long long cbImage, bool bDualBank)
+    : m_session(session),
+      m_notes(notes),
+      m_isPresent(std::move(isPresent)),
+      m_strRepeat(std::move(strRepeat)),
+      m_cbImage(cbImage)
 {
-    CGuardedHubDev::Hooks hooks;
+    COperationNotes::Hooks hooks;
     hooks.step = [this](Phase ePhase, int n) { Step(ePhase, n); };
     hooks.wantsToStop = [this] { return WantsToStop(); };
     hooks.transferError = [this] { return m_session.Responder().LastFailure(); };
-    session.Dev().SetHooks(std::move(hooks));
-    session.Dev().ForgetFacts(bDualBank);
+    m_notes.SetHooks(std::move(hooks));
+    m_notes.ForgetFacts(bDualBank);
     session.Responder().ForgetFailure();
     session.Responder().OnProgress([this](int n) { LibraryProgress(n); });
     RefreshLeaveCard();
@@ -108,7 +124,7 @@ COperationWatch::COperationWatch(CHubSession& session, std::string strRepeat,
 COperationWatch::~COperationWatch()
 {
     m_session.Responder().OnProgress({});
-    m_session.Dev().SetHooks({});
+    m_notes.SetHooks({});
 }
 
 void COperationWatch::Step(Phase ePhase, int nPhasePercent)
@@ -130,12 +146,12 @@ void COperationWatch::Step(Phase ePhase, int nPhasePercent)
 
 void COperationWatch::LibraryProgress(int nPercent)
 {
-    const Phase ePhase = m_session.Dev().Facts().ePhase;
+    const Phase ePhase = m_notes.Facts().ePhase;
     if (ePhase == Phase::Write && nPercent >= kWriteFrom && nPercent < kWriteTo)
         m_session.Context().Progress().Step((nPercent - kWriteFrom) * 100 / (kWriteTo - kWriteFrom),
                                             nPercent);
     m_session.Context().SaveBenchNowAndThen();
-    if (!m_bSaidSo && HostSystem::Interrupts() != 0 && m_session.Dev().Facts().FlashTouched())
+    if (!m_bSaidSo && HostSystem::Interrupts() != 0 && m_notes.Facts().FlashTouched())
         (void)WantsToStop(); // only to say so: from here on it goes on to its end
 }
 
@@ -147,7 +163,7 @@ bool COperationWatch::WantsToStop()
         m_bSaidSo = true;
         m_session.Context().Progress().Clear();
         m_session.Context().Out().Warn(
-            m_session.Dev().Facts().FlashTouched()
+            m_notes.Facts().FlashTouched()
                 ? "interrupted: the flash is being changed, so this goes on to its end; press "
                   "Ctrl-C again to leave at once"
                 : "interrupted: stopping before the flash is touched");
@@ -157,12 +173,12 @@ bool COperationWatch::WantsToStop()
 
 void COperationWatch::RefreshLeaveCard()
 {
-    const OperationFacts& facts = m_session.Dev().Facts();
+    const OperationFacts& facts = m_notes.Facts();
     Failure failure;
     failure.eCode = facts.FlashTouched() && !facts.bVerified ? ExitCode::WriteFailed
                     : facts.bReset || facts.bStarted         ? ExitCode::DeviceLost
                                                              : ExitCode::General;
-    failure.strWhat = "ended before the hub was done";
+    failure.strWhat = "ended before the " + facts.strDevice + " was done";
     failure.strPhase = PhaseName(facts.ePhase);
     const bool bRestarting =
         facts.ePhase == Phase::ResetToRom || facts.ePhase == Phase::ResetToFlash;
@@ -184,15 +200,15 @@ std::string COperationWatch::NextText(bool bPresent, bool bBlank) const
         strNext = "Unplug the hub and plug it in again, then: ";
     strNext += CommandPrefix(context.Opts()) + " " + m_strRepeat + " " + m_session.SelectorText();
     const bool bForced = m_strRepeat.find(" --force") != std::string::npos;
-    if (bBlank && !bForced && m_strRepeat.rfind("update", 0) == 0)
+    if (bBlank && !bForced && m_strRepeat.find("update ") != std::string::npos)
         strNext += " --force"; // its chip ID cannot be read any more
     return strNext;
 }
 
 void COperationWatch::Fail(ExitCode eCode, const std::string& strWhat)
 {
-    const OperationFacts& facts = m_session.Dev().Facts();
-    const bool bPresent = m_session.IsOnBus();
+    const OperationFacts& facts = m_notes.Facts();
+    const bool bPresent = m_isPresent();
     const bool bBlank = facts.FlashTouched() && !facts.bVerified && !facts.bDualBank;
     throw CToolError(Failure{
         eCode, strWhat.empty() ? FailedWhat(facts) : strWhat, PhaseName(facts.ePhase),
@@ -201,8 +217,8 @@ void COperationWatch::Fail(ExitCode eCode, const std::string& strWhat)
 
 void COperationWatch::FailByFacts()
 {
-    const OperationFacts& facts = m_session.Dev().Facts();
+    const OperationFacts& facts = m_notes.Facts();
     if (facts.bInterrupted)
         Fail(ExitCode::General, "interrupted before the flash was touched");
-    Fail(FailedCode(facts, m_session.IsOnBus()));
+    Fail(FailedCode(facts, m_isPresent()));
 }

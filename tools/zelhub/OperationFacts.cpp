@@ -48,16 +48,16 @@ std::string FlashText(const OperationFacts& facts)
 
 std::string StateText(const OperationFacts& facts, Presence ePresence)
 {
-    std::string strState;
+    std::string strState = "the " + facts.strDevice;
     switch (ePresence) {
     case Presence::OnBus:
-        strState = "the hub is on the bus";
+        strState += " is on the bus";
         break;
     case Presence::Gone:
-        strState = "the hub is not on the bus";
+        strState += " is not on the bus";
         break;
     case Presence::Restarting:
-        strState = "the hub is restarting";
+        strState += " is restarting";
         break;
     }
     if (facts.bStarted && !facts.bVerified)

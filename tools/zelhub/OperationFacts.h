@@ -11,12 +11,13 @@ struct FirstDifference
 {
     DWORD dwOffset = 0;
     BYTE byImage = 0;
-    BYTE byHub = 0;
+    BYTE byDevice = 0;
 };
 
-/// What really happened to a hub, step by step; the library's results alone do not tell.
+/// What really happened to a device, step by step; the library's results alone do not tell.
 struct OperationFacts
 {
+    std::string strDevice;         ///< what messages call it ("hub")
     Phase ePhase = Phase::Connect; ///< the last one that was begun
     bool bReset = false;           ///< a reset to ROM code was accepted
     bool bEraseBegun = false;
@@ -41,5 +42,5 @@ enum class Presence
     Restarting ///< told to restart, and nobody has looked since
 };
 
-/// What state a hub is in after the operation, in words.
+/// What state a device is in after the operation, in words.
 std::string StateText(const OperationFacts& facts, Presence ePresence);

@@ -5,25 +5,31 @@
 namespace
 {
 
-[[noreturn]] void Refuse(const std::string& strWhat, const std::string& strNext)
+[[noreturn]] void Refuse(const HubBefore& before, const std::string& strWhat,
+                         const std::string& strNext)
 {
-    throw CToolError(Failure{ExitCode::ImageRefused, strWhat, "check",
-                             "the hub is on the bus; its flash was not touched", strNext});
+    throw CToolError(
+        Failure{ExitCode::ImageRefused, strWhat, "check",
+                "the " + before.strDevice + " is on the bus; its flash was not touched", strNext});
 }
 
 void CheckChip(COutput& output, const CImageFile& image, const HubBefore& before,
                const UpdateWishes& wishes)
 {
     if (!before.chipId) {
-        const std::string strWhat = "the chip ID in the hub's own flash cannot be read, so it "
+        const std::string strWhat = "the chip ID in the " + before.strDevice +
+                                    "'s own flash cannot be read, so it "
                                     "cannot be told whether this image is for it";
         if (!wishes.bForce)
-            Refuse(strWhat, "If you are sure that image and hub belong together, add --force.");
+            Refuse(before, strWhat,
+                   "If you are sure that image and " + before.strDevice +
+                       " belong together, add --force.");
         output.Warn(strWhat + "; going on because of --force");
     } else if (*before.chipId != image.ChipId()) {
-        Refuse("the image is for chip " + Hex(image.ChipId(), 4) + ", the hub is " +
-                   Hex(*before.chipId, 4),
-               "Give the image for this hub.");
+        Refuse(before,
+               "the image is for chip " + Hex(image.ChipId(), 4) + ", the " + before.strDevice +
+                   " is " + Hex(*before.chipId, 4),
+               "Give the image for this " + before.strDevice + ".");
     }
 }
 
@@ -52,20 +58,22 @@ HubBefore AskHub(CHubSession& session)
     return before;
 }
 
-bool MayUpdate(CHubSession& session, const CImageFile& image, const HubBefore& before,
+bool MayUpdate(COutput& output, const CImageFile& image, const HubBefore& before,
                const UpdateWishes& wishes)
 {
-    COutput& output = session.Context().Out();
     CheckChip(output, image, before, wishes);
     if (!before.bRunsFlash) {
-        output.Say("the hub runs ROM code; there is no running version to compare with");
+        output.Say("the " + before.strDevice +
+                   " runs ROM code; there is no running version to compare with");
         return true;
     }
-    const std::string strBoth = "the hub runs " + VersionText(before.wVersion) + ", the image is " +
+    const std::string strBoth = "the " + before.strDevice + " runs " +
+                                VersionText(before.wVersion) + ", the image is " +
                                 VersionText(image.Version());
     if (image.Version() == before.wVersion)
         return wishes.bForce;
     if (image.Version() < before.wVersion && !wishes.bAllowDowngrade)
-        Refuse("the image is older: " + strBoth, "To go back on purpose, add --allow-downgrade.");
+        Refuse(before, "the image is older: " + strBoth,
+               "To go back on purpose, add --allow-downgrade.");
     return true;
 }

@@ -3,9 +3,10 @@
 #include "tools/zelhub/CHubSession.h"
 #include "tools/zelhub/CImageFile.h"
 
-/// What the hub says before an update.
+/// What a device says before an update.
 struct HubBefore
 {
+    std::string strDevice = "hub"; ///< what messages call it
     bool bRunsFlash = false;
     bool bDualBank = false;
     USHORT wVersion = 0;          ///< while flash code runs
@@ -21,9 +22,9 @@ struct UpdateWishes
 /// Reads what the guards compare. Throws CToolError.
 HubBefore AskHub(CHubSession& session);
 
-/// Whether an image may be written to a hub. Throws CToolError (image refused) when it may not.
-/// @return false when the hub runs that version already, and nobody insists
-bool MayUpdate(CHubSession& session, const CImageFile& image, const HubBefore& before,
+/// Whether an image may be written to a device. Throws CToolError (image refused) when it may not.
+/// @return false when it runs that version already, and nobody insists
+bool MayUpdate(COutput& output, const CImageFile& image, const HubBefore& before,
                const UpdateWishes& wishes);
 
 /// The chip ID in the hub's own flash; nothing when it is blank or cannot be read.

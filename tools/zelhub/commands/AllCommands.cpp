@@ -6,6 +6,7 @@
 #include "tools/zelhub/commands/CI2cCommand.h"
 #include "tools/zelhub/commands/CInfoCommand.h"
 #include "tools/zelhub/commands/CListCommand.h"
+#include "tools/zelhub/commands/CPdCommand.h"
 #include "tools/zelhub/commands/CPortsCommand.h"
 #include "tools/zelhub/commands/CResetCommand.h"
 #include "tools/zelhub/commands/CStatusCommand.h"
@@ -31,5 +32,5 @@ std::vector<std::unique_ptr<ICommand>> AllCommands()
 {
     return Make<CListCommand, CStatusCommand, CPortsCommand, CVersionCommand, CInfoCommand,
                 CUpdateCommand, CEraseCommand, CDumpCommand, CVerifyCommand, CResetCommand,
-                CWatchCommand, CI2cCommand, CBenchCommand>();
+                CWatchCommand, CPdCommand, CI2cCommand, CBenchCommand>();
 }

@@ -47,6 +47,28 @@ USHORT ParseVersion(const std::string& strText)
     return static_cast<USHORT>(n);
 }
 
+std::vector<std::string> AllRequests()
+{
+    std::vector<std::string> all = AllNames(kBenchRequests);
+    for (const std::string& strName : AllNames(kBenchPdCommands))
+        if (std::find(all.begin(), all.end(), strName) == all.end())
+            all.push_back(strName);
+    return all;
+}
+
+BYTE RequestOf(const std::string& strName, bool bPd)
+{
+    const std::vector<BenchRequestName>& names = bPd ? kBenchPdCommands : kBenchRequests;
+    const auto it = std::find_if(names.begin(), names.end(),
+                                 [&](const auto& entry) { return strName == entry.pszName; });
+    if (it == names.end())
+        throw CToolError(ExitCode::Usage,
+                         "--request: " + strName + " is no request of a " +
+                             (bPd ? "PD controller" : "hub"),
+                         "Name another.");
+    return it->byRequest;
+}
+
 } // namespace
 
 void CBenchCommand::Declare(CArguments& root)
@@ -65,18 +87,19 @@ void CBenchCommand::Declare(CArguments& root)
     m_unplug->Text("ID", m_strId, "its id in the bench file", true);
     m_plug = group.Sub("plug", "Plug a hub or device in; a hub that was off starts anew");
     m_plug->Text("ID", m_strId, "its id in the bench file", true);
-    m_cut = group.Sub("power-cut", "Let a hub lose its power at a later flash operation");
-    m_cut->Text("ID", m_strId, "the hub's id in the bench file", true);
+    m_cut = group.Sub("power-cut",
+                      "Let a hub or PD controller lose its power at a later flash operation");
+    m_cut->Text("ID", m_strId, "its id in the bench file", true);
     m_cut->Number("--at", m_nNth, 0, 0xFFFFFFFE, "flash operation, 0 is the next (default 0)");
     m_cut->Choice("--when", m_strWhen, AllNames(kBenchCuts), "within it (default middle)");
-    m_fault = group.Sub("fault", "Let a later transfer of a hub go wrong");
+    m_fault = group.Sub("fault", "Let a later transfer of a hub or PD controller go wrong");
     DeclareFault(*m_fault);
 }
 
 void CBenchCommand::DeclareFault(CArguments& args)
 {
-    args.Text("ID", m_strId, "the hub's id in the bench file", true);
-    args.Choice("--request", m_strRequest, AllNames(kBenchRequests),
+    args.Text("ID", m_strId, "its id in the bench file", true);
+    args.Choice("--request", m_strRequest, AllRequests(),
                 "only transfers of this kind (default: any)");
     args.Number("--nth", m_nNth, 0, 0xFFFFFFFE, "which of them, 0 is the next (default 0)");
     args.Number("--times", m_nTimes, 1, 0xFFFFFFFE, "so many in a row (default 1)");
@@ -122,9 +145,10 @@ CBenchMachine& CBenchCommand::Machine(CToolContext& context) const
                          "nothing on the bench has the id " + Printable(m_strId),
                          "zelhub --bench FILE.json bench check shows the ids.");
     const bool bHub = m_fault->Chosen() || m_cut->Chosen();
-    if (bHub && context.Bench().Hub(m_strId) == nullptr)
+    if (bHub && context.Bench().Hub(m_strId) == nullptr && context.Bench().Pd(m_strId) == nullptr)
         throw CToolError(ExitCode::NoDevice, Printable(m_strId) + " is not one of the bench's hubs",
-                         "Name one of those under \"hubs\" in the bench file.");
+                         "Name one of those under \"hubs\" or \"pdControllers\" in the bench "
+                         "file.");
     return context.Bench();
 }
 
@@ -162,6 +186,13 @@ void CBenchCommand::Check(CToolContext& context) const
              bFlash ? Cell(VersionText(pHub->Version())) : Cell::None(),
              pHub == nullptr ? Cell::None() : Cell::Number(pHub->Misuse().Count())});
     }
+    for (const std::string& strId : bench.PdIds()) {
+        CSimPd& pd = *bench.Pd(strId);
+        const bool bFlash = pd.Banks().RunsFlash();
+        table.rows.push_back({Cell(Printable(strId)), Cell::YesNo(pd.IsOnBus()), CodeCell(bFlash),
+                              bFlash ? Cell(VersionText(pd.Version())) : Cell::None(),
+                              Cell::Number(pd.Misuse().Count())});
+    }
     context.Out().Show("bench", table);
 }
 
@@ -178,8 +209,9 @@ void CBenchCommand::Fault(CToolContext& context) const
     CBenchMachine& bench = Machine(context);
     BenchFault fault;
     fault.strHub = m_strId;
+    fault.bPd = bench.Pd(m_strId) != nullptr;
     if (!m_strRequest.empty())
-        fault.byRequest = Named(kBenchRequests, m_strRequest).byRequest;
+        fault.byRequest = RequestOf(m_strRequest, fault.bPd);
     fault.nNth = m_nNth;
     fault.fault.eKind = Named(kBenchFaults, m_strKind).eKind;
     fault.fault.dwCode = static_cast<DWORD>(m_dwCode);
@@ -199,6 +231,7 @@ void CBenchCommand::PowerCut(CToolContext& context) const
     CBenchMachine& bench = Machine(context);
     BenchFault fault;
     fault.strHub = m_strId;
+    fault.bPd = bench.Pd(m_strId) != nullptr;
     fault.bPowerCut = true;
     fault.nNth = m_nNth;
     fault.eWhen = Named(kBenchCuts, m_strWhen).eWhen;

@@ -91,7 +91,7 @@ void CUpdateCommand::Run(CToolContext& context)
     CHubSession session(context);
     session.OpenChosen();
     const HubBefore before = AskHub(session);
-    if (!MayUpdate(session, image, before, m_wishes)) {
+    if (!MayUpdate(context.Out(), image, before, m_wishes)) {
         Current(session, image);
         return;
     }
