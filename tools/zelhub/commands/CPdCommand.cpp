@@ -179,10 +179,14 @@ void CPdCommand::Status(CPdSession& pd)
 void CPdCommand::Version(CPdSession& pd)
 {
     const PdStatus status = pd.Status();
+    if (!status.RunsFlash())
+        throw CToolError(ExitCode::General,
+                         "the PD controller runs its ROM code, which has no version",
+                         "zelhub pd update writes an image to it.");
     pd.Context().Progress().Clear();
     pd.Context().Out().Show(
-        pd.Fields({{{"code", "Code"}, CodeCell(status.RunsFlash())},
-                   {{"version", "Version"}, VersionCell(status.RunsFlash(), status.Version())}}));
+        pd.Fields({{{"code", "Code"}, CodeCell(true)},
+                   {{"version", "Version"}, Cell(VersionText(status.Version()))}}));
 }
 
 void CPdCommand::Info(CPdSession& pd)
