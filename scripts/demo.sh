@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Shows an update from end to end without hardware: builds the tool, lists the hubs of a simulated
-# desk, updates one of them from an image file, and compares before and after.
+# dock, updates the hub and a PD controller behind it, and compares before and after.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,29 +17,41 @@ mkdir -p $work
 }
 tool=build/release/tools/zelhub/zelhub
 hub=inst:11
+pd=0x42
 
-# Every call is a process of its own; the state file keeps the desk between them.
-zelhub() { $tool --bench examples/desk.json --bench-state $work/desk.state "$@"; }
+# Every call is a process of its own; the state file keeps the dock between them.
+zelhub() { $tool --bench examples/dock.json --bench-state $work/dock.state "$@"; }
 show() {
     printf '\n$ zelhub %s\n' "$*"
     zelhub "$@"
 }
 
 echo
-echo "A simulated desk (examples/desk.json); with real hubs leave out --bench and --bench-state."
+echo "A simulated dock (examples/dock.json); with real hubs leave out --bench and --bench-state."
 show list
+show pd list --hub $hub
 before=$(zelhub list)
+pd_before=$(zelhub --quiet pd list --hub $hub)
 
 show bench image --version 0x0200 --chip 0x6560 $work/new.bin
 show info $work/new.bin
 show --hub $hub --bench-pace 2 update $work/new.bin
 show --hub $hub verify $work/new.bin
+
+show bench image --version 0x0222 --chip 0x7310 --size 131072 $work/pd.bin
+show --hub $hub --bench-pace 20 pd update $work/pd.bin --addr $pd
+show --hub $hub pd verify $work/pd.bin --addr $pd
 after=$(zelhub list)
+pd_after=$(zelhub --quiet pd list --hub $hub)
 
 # Instance number, port and version of the maker's hubs, out of a list.
 versions() { awk -F '  +' '$5 == "hub" { print $2, $3, $7 }' <<<"$1"; }
+# Address, 7-bit address and version of the PD controllers behind it.
+pd_versions() { awk '$1 ~ /^0x/ { print "PD:" $1, "7bit:" $2, $4 }' <<<"$1"; }
+all_before=$(versions "$before" && pd_versions "$pd_before")
+all_after=$(versions "$after" && pd_versions "$pd_after")
 
-printf '\nBefore and after:\n\n%-10s %-6s %-8s %-8s\n' Instance Port Before After
+printf '\nBefore and after:\n\n%-10s %-10s %-8s %-8s\n' Device Place Before After
 changed=0
 while read -r instance port was is; do
     note=
@@ -47,11 +59,11 @@ while read -r instance port was is; do
         note="<- updated"
         changed=$((changed + 1))
     fi
-    printf '%-10s %-6s %-8s %-8s %s\n' "$instance" "$port" "$was" "$is" "$note"
-done < <(join -o 1.1,1.2,1.3,2.3 <(versions "$before" | sort) <(versions "$after" | sort))
+    printf '%-10s %-10s %-8s %-8s %s\n' "$instance" "$port" "$was" "$is" "$note"
+done < <(join -o 1.1,1.2,1.3,2.3 <(sort <<<"$all_before") <(sort <<<"$all_after"))
 cat <<END
 
 Go on by yourself:
-  $tool --bench examples/desk.json --bench-state $work/desk.state list
+  $tool --bench examples/dock.json --bench-state $work/dock.state list
 END
-[ $changed -eq 1 ] || { echo "demo: expected one updated hub, found $changed" >&2; exit 1; }
+[ $changed -eq 2 ] || { echo "demo: expected an updated hub and PD controller, found $changed" >&2; exit 1; }
