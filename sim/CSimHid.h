@@ -4,7 +4,7 @@
 
 class CSimMachine;
 
-/// The HID class services over nodes that have capabilities in their specification.
+/// The HID class services over nodes whose Spec has capabilities.
 class CSimHid : public IHid
 {
 public:

@@ -47,7 +47,7 @@ public:
     /// The number that the node gets when its device returns with a new instance (0: derived).
     void SetNextDevInst(DWORD devInst) { m_nextDevInst = devInst; }
 
-    /// The path of interface n; composed when the specification gives none.
+    /// The path of interface n; composed when the Spec gives none.
     WString InterfacePath(size_t n) const;
     bool HasPath(const WString& strPath) const; ///< any interface's, case ignored
 
