@@ -18,7 +18,8 @@ endif()
 
 if(ZELHUB_TIDY)
     find_program(CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
-    set(CMAKE_CXX_CLANG_TIDY ${CLANG_TIDY} --quiet)
+    # It is handed g++'s own warning options as well, some of which it does not know.
+    set(CMAKE_CXX_CLANG_TIDY ${CLANG_TIDY} --quiet --extra-arg=-Wno-unknown-warning-option)
 endif()
 
 # The cache must be told that a precompiled header counts by its content.
