@@ -1,4 +1,5 @@
 #include "tools/zelhub/HostSystem.h"
+#include "tools/zelhub/LeaveCard.h"
 
 #include <atomic>
 #include <cerrno>
@@ -17,20 +18,6 @@
 namespace
 {
 
-/// The card is kept twice: the handler reads the one that is not being written.
-struct LeaveText
-{
-    char text[4096];
-    size_t cb;
-};
-struct LeaveCard
-{
-    LeaveText error;
-    LeaveText data;
-    int nExitCode;
-};
-LeaveCard g_cards[2] = {{{}, {}, 1}, {{}, {}, 1}};
-std::atomic<int> g_nCard{0};
 std::atomic<int> g_nInterrupts{0};
 
 void WriteAll(int nFile, const char* p, size_t cb)
@@ -50,16 +37,10 @@ void WriteAll(int nFile, const char* p, size_t cb)
 [[noreturn]] void Leave(const char* pszReason)
 {
     WriteAll(STDERR_FILENO, pszReason, std::strlen(pszReason));
-    const LeaveCard& card = g_cards[g_nCard.load()];
+    const LeaveCard& card = CurrentLeaveCard();
     WriteAll(STDERR_FILENO, card.error.text, card.error.cb);
     WriteAll(STDOUT_FILENO, card.data.text, card.data.cb);
     ::_exit(card.nExitCode);
-}
-
-void Fill(LeaveText& text, const std::string& str)
-{
-    text.cb = str.size() < sizeof(text.text) ? str.size() : sizeof(text.text);
-    std::memcpy(text.text, str.data(), text.cb);
 }
 
 void OnInterrupt(int /*nSignal*/)
@@ -164,17 +145,6 @@ void HostSystem::CatchInterrupts()
 int HostSystem::Interrupts()
 {
     return g_nInterrupts.load();
-}
-
-void HostSystem::SetLeaveCard(const std::string& strError, const std::string& strData,
-                              int nExitCode)
-{
-    const int nNext = 1 - g_nCard.load();
-    LeaveCard& card = g_cards[nNext];
-    Fill(card.error, strError);
-    Fill(card.data, strData);
-    card.nExitCode = nExitCode;
-    g_nCard.store(nNext);
 }
 
 void HostSystem::LeaveNow(const char* pszReason)

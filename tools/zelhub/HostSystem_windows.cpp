@@ -1,4 +1,5 @@
 #include "tools/zelhub/HostSystem.h"
+#include "tools/zelhub/LeaveCard.h"
 
 #include <atomic>
 #include <cstring>
@@ -14,20 +15,6 @@
 namespace
 {
 
-/// The card is kept twice: whoever leaves reads the one that is not being written.
-struct LeaveText
-{
-    char text[4096];
-    size_t cb;
-};
-struct LeaveCard
-{
-    LeaveText error;
-    LeaveText data;
-    int nExitCode;
-};
-LeaveCard g_cards[2] = {{{}, {}, 1}, {{}, {}, 1}};
-std::atomic<int> g_nCard{0};
 std::atomic<int> g_nInterrupts{0};
 
 void WriteAll(DWORD dwStream, const char* p, size_t cb)
@@ -39,7 +26,7 @@ void WriteAll(DWORD dwStream, const char* p, size_t cb)
 [[noreturn]] void Leave(const char* pszReason)
 {
     WriteAll(STD_ERROR_HANDLE, pszReason, std::strlen(pszReason));
-    const LeaveCard& card = g_cards[g_nCard.load()];
+    const LeaveCard& card = CurrentLeaveCard();
     WriteAll(STD_ERROR_HANDLE, card.error.text, card.error.cb);
     WriteAll(STD_OUTPUT_HANDLE, card.data.text, card.data.cb);
     // Neither destructors nor other modules get a say: the thread in the middle of an operation
@@ -47,12 +34,6 @@ void WriteAll(DWORD dwStream, const char* p, size_t cb)
     ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(card.nExitCode));
     for (;;)
         ::Sleep(INFINITE);
-}
-
-void Fill(LeaveText& text, const std::string& str)
-{
-    text.cb = str.size() < sizeof(text.text) ? str.size() : sizeof(text.text);
-    std::memcpy(text.text, str.data(), text.cb);
 }
 
 /// Called on a thread of the system's own.
@@ -168,17 +149,6 @@ void HostSystem::CatchInterrupts()
 int HostSystem::Interrupts()
 {
     return g_nInterrupts.load();
-}
-
-void HostSystem::SetLeaveCard(const std::string& strError, const std::string& strData,
-                              int nExitCode)
-{
-    const int nNext = 1 - g_nCard.load();
-    LeaveCard& card = g_cards[nNext];
-    Fill(card.error, strError);
-    Fill(card.data, strData);
-    card.nExitCode = nExitCode;
-    g_nCard.store(nNext);
 }
 
 void HostSystem::LeaveNow(const char* pszReason)
