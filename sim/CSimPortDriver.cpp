@@ -1,6 +1,6 @@
 #include "sim/CSimPortDriver.h"
 
-#include "wire/PortIo.h"
+#include "wire/CPortIoDecoder.h"
 
 #include <cstdio>
 #include <cstring>
@@ -8,33 +8,6 @@
 namespace
 {
 constexpr DWORD kErrInvalidFunction = 1;
-
-struct Request
-{
-    DWORD dwCode;
-    bool bWrite;
-    bool bMapped;
-    unsigned cbValue;
-};
-
-constexpr Request kRequests[] = {
-    {IOCTL_VOPORT_READ_BYTE, false, false, 1},
-    {IOCTL_VOPORT_READ_DWORD, false, false, 4},
-    {IOCTL_VOPORT_WRITE_BYTE, true, false, 1},
-    {IOCTL_VOPORT_WRITE_DWORD, true, false, 4},
-    {IOCTL_VOPORT_READ_BYTE_MAPPED, false, true, 1},
-    {IOCTL_VOPORT_READ_DWORD_MAPPED, false, true, 4},
-    {IOCTL_VOPORT_WRITE_BYTE_MAPPED, true, true, 1},
-    {IOCTL_VOPORT_WRITE_DWORD_MAPPED, true, true, 4},
-};
-
-const Request* FindRequest(DWORD dwCode)
-{
-    for (const Request& entry : kRequests)
-        if (entry.dwCode == dwCode)
-            return &entry;
-    return nullptr;
-}
 } // namespace
 
 CSimPortDriver::CSimPortDriver(ISimPortSpace& ports, ISimPortSpace& memory)
@@ -43,36 +16,24 @@ CSimPortDriver::CSimPortDriver(ISimPortSpace& ports, ISimPortSpace& memory)
 
 DWORD CSimPortDriver::Control(ISimDriverCaller& /*caller*/, SimControlRequest& request)
 {
-    const Request* const pKind = FindRequest(request.dwCode);
-    if (pKind == nullptr) {
+    if (!CPortIoDecoder::Knows(request.dwCode)) {
         Reject(request, "the code is not one of the eight");
         return kErrInvalidFunction;
     }
-    const DWORD cbValueIn = pKind->bWrite ? pKind->cbValue : 0;
-    const bool bShort = !pKind->bMapped && request.cbIn == 4 + cbValueIn;
-    if (request.pIn == nullptr || (!bShort && request.cbIn != 8 + cbValueIn))
-        return Reject(request, "the input fits neither layout");
-    if (request.cbOut != (pKind->bWrite ? 0 : pKind->cbValue))
-        return Reject(request, "the output has not the request's length");
-
-    ULONGLONG address = 0;
-    const size_t cbAddress = bShort ? 4 : 8;
-    std::memcpy(&address, request.pIn, cbAddress);
-    if (!pKind->bMapped && address > 0xFFFF)
-        return Reject(request, "there is no such port");
-    ISimPortSpace& space = pKind->bMapped ? m_memory : m_ports;
-    DWORD dwValue = 0;
-    if (pKind->bWrite) {
-        std::memcpy(&dwValue, static_cast<const BYTE*>(request.pIn) + cbAddress, cbValueIn);
-        space.Write(address, dwValue, pKind->cbValue);
+    DECODED_PORT_IO io;
+    if (const char* const pszReason = CPortIoDecoder::Decode(request, &io))
+        return Reject(request, pszReason);
+    ISimPortSpace& space = io.bMapped ? m_memory : m_ports;
+    if (io.bWrite) {
+        space.Write(io.address, io.dwValue, io.cbValue);
     } else {
-        dwValue = space.Read(address, pKind->cbValue);
-        std::memcpy(request.pOut, &dwValue, pKind->cbValue);
-        request.cbDone = m_cbLie != 0 ? m_cbLie : pKind->cbValue;
+        io.dwValue = space.Read(io.address, io.cbValue);
+        std::memcpy(request.pOut, &io.dwValue, io.cbValue);
+        request.cbDone = m_cbLie != 0 ? m_cbLie : io.cbValue;
     }
-    Note(pKind->bWrite ? (pKind->bMapped ? "write mapped" : "write port")
-                       : (pKind->bMapped ? "read mapped" : "read port"),
-         address, pKind->cbValue, dwValue);
+    Note(io.bWrite ? (io.bMapped ? "write mapped" : "write port")
+                   : (io.bMapped ? "read mapped" : "read port"),
+         io.address, io.cbValue, io.dwValue);
     return kErrNone;
 }
 

@@ -132,7 +132,7 @@ DWORD CSimProxyDriver::OpenDevice(ISimDriverCaller& caller, SimControlRequest& r
                                   SimProxyRecord& record)
 {
     PROXY_DEVICE_REQUEST open;
-    if (const char* const pszReason = CSimProxyDecoder::Open(request, &open))
+    if (const char* const pszReason = CProxyDecoder::Open(request, &open))
         return Reject(request, pszReason);
     std::shared_ptr<ISimUsbDevice> pDevice = caller.DeviceBehind(open.interfaceHandle);
     if (pDevice == nullptr)
@@ -148,7 +148,7 @@ DWORD CSimProxyDriver::OpenDevice(ISimDriverCaller& caller, SimControlRequest& r
 DWORD CSimProxyDriver::CloseDevice(SimControlRequest& request, SimProxyRecord& record)
 {
     PROXY_DEVICE_REQUEST close;
-    if (const char* const pszReason = CSimProxyDecoder::Close(request, &close))
+    if (const char* const pszReason = CProxyDecoder::Close(request, &close))
         return Reject(request, pszReason);
     record.deviceHandle = close.deviceHandle;
     return m_devices.erase(close.deviceHandle) != 0 ? kErrNone : NoSuchDevice(close.deviceHandle);
@@ -158,13 +158,13 @@ DWORD CSimProxyDriver::SendUrb(ISimDriverCaller& caller, SimControlRequest& requ
                                SimProxyRecord& record)
 {
     PROXY_URB_REQUEST send;
-    if (const char* const pszReason = CSimProxyDecoder::SendUrb(request, &send))
+    if (const char* const pszReason = CProxyDecoder::SendUrb(request, &send))
         return Reject(request, pszReason);
     auto* const pUrb = static_cast<URB*>(caller.Memory(send.urbAddress, sizeof(URB)));
     if (pUrb == nullptr)
         return kErrNoAccess;
-    SimDecodedUrb decoded;
-    if (const char* const pszReason = CSimProxyDecoder::Urb(*pUrb, &decoded))
+    DECODED_URB decoded;
+    if (const char* const pszReason = CProxyDecoder::Urb(*pUrb, &decoded))
         return Reject(request, pszReason);
     record.bUrb = true;
     record.urb = *pUrb;
@@ -184,7 +184,7 @@ DWORD CSimProxyDriver::SendUrb(ISimDriverCaller& caller, SimControlRequest& requ
     return Transfer(*pDevice, decoded, pData, *pUrb, record);
 }
 
-DWORD CSimProxyDriver::Transfer(ISimUsbDevice& device, const SimDecodedUrb& decoded, BYTE* pData,
+DWORD CSimProxyDriver::Transfer(ISimUsbDevice& device, const DECODED_URB& decoded, BYTE* pData,
                                 URB& urb, SimProxyRecord& record)
 {
     if (m_bKeepLog && !decoded.bIn && pData != nullptr)
@@ -223,8 +223,8 @@ SimTransferResult CSimProxyDriver::Spoil(const SimTransferResult& result, DWORD 
 DWORD CSimProxyDriver::Port(SimControlRequest& request, bool bWrite)
 {
     PROXY_PORT_REQUEST port;
-    const char* const pszReason = bWrite ? CSimProxyDecoder::WritePort(request, &port)
-                                         : CSimProxyDecoder::ReadPort(request, &port);
+    const char* const pszReason =
+        bWrite ? CProxyDecoder::WritePort(request, &port) : CProxyDecoder::ReadPort(request, &port);
     if (pszReason != nullptr)
         return Reject(request, pszReason);
     if (m_pPorts == nullptr)
@@ -241,7 +241,7 @@ DWORD CSimProxyDriver::Port(SimControlRequest& request, bool bWrite)
 DWORD CSimProxyDriver::WriteMemory(const SimControlRequest& request)
 {
     PROXY_MEMORY_REQUEST memory;
-    if (const char* const pszReason = CSimProxyDecoder::WriteMemory(request, &memory))
+    if (const char* const pszReason = CProxyDecoder::WriteMemory(request, &memory))
         return Reject(request, pszReason);
     if (m_pMemory == nullptr)
         return kErrInvalidFunction;
@@ -255,7 +255,7 @@ DWORD CSimProxyDriver::WriteMemory(const SimControlRequest& request)
 DWORD CSimProxyDriver::ReadMemory(SimControlRequest& request)
 {
     PROXY_MEMORY_REQUEST memory;
-    if (const char* const pszReason = CSimProxyDecoder::ReadMemory(request, &memory))
+    if (const char* const pszReason = CProxyDecoder::ReadMemory(request, &memory))
         return Reject(request, pszReason);
     if (m_pMemory == nullptr)
         return kErrInvalidFunction;

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "sim/CSimProxyDecoder.h"
+#include "sim/ISimDriver.h"
 #include "sim/ISimPortSpace.h"
+#include "wire/CProxyDecoder.h"
 
 #include <functional>
 #include <map>
@@ -75,7 +76,7 @@ private:
     DWORD OpenDevice(ISimDriverCaller& caller, SimControlRequest& request, SimProxyRecord& record);
     DWORD CloseDevice(SimControlRequest& request, SimProxyRecord& record);
     DWORD SendUrb(ISimDriverCaller& caller, SimControlRequest& request, SimProxyRecord& record);
-    DWORD Transfer(ISimUsbDevice& device, const SimDecodedUrb& decoded, BYTE* pData, URB& urb,
+    DWORD Transfer(ISimUsbDevice& device, const DECODED_URB& decoded, BYTE* pData, URB& urb,
                    SimProxyRecord& record);
     SimTransferResult Carry(ISimUsbDevice& device, const SETUP_PACKET& setup, BYTE* pData,
                             DWORD dwTimeoutMs);

@@ -1,19 +1,11 @@
 #pragma once
 
 #include "sim/ISimUsbDevice.h"
+#include "wire/ControlRequest.h"
 
 #include <memory>
 
-/// One I/O control request as it reaches a driver.
-struct SimControlRequest
-{
-    DWORD dwCode;
-    const void* pIn;
-    DWORD cbIn;
-    void* pOut;
-    DWORD cbOut;
-    DWORD cbDone = 0; ///< set by the driver: bytes written to pOut
-};
+using SimControlRequest = CONTROL_REQUEST;
 
 /// The process that sends a request, as a driver sees it.
 class ISimDriverCaller

@@ -1,4 +1,4 @@
-#include "sim/CSimProxyDecoder.h"
+#include "wire/CProxyDecoder.h"
 
 #include <cstring>
 
@@ -18,7 +18,7 @@ bool AllZero(const void* pData, size_t cb)
 
 /// Checks both lengths and copies the head of the input.
 template<class T>
-const char* Take(const SimControlRequest& request, DWORD cbOut, T* pOut)
+const char* Take(const CONTROL_REQUEST& request, DWORD cbOut, T* pOut)
 {
     if (request.pIn == nullptr || request.cbIn != sizeof(T))
         return "the input has not the request's length";
@@ -86,7 +86,7 @@ const char* DecodeDescriptor(const URB& urb, SETUP_PACKET* pSetup)
 }
 } // namespace
 
-const char* CSimProxyDecoder::Open(const SimControlRequest& request, PROXY_DEVICE_REQUEST* pOut)
+const char* CProxyDecoder::Open(const CONTROL_REQUEST& request, PROXY_DEVICE_REQUEST* pOut)
 {
     if (const char* const pszReason = Take(request, sizeof *pOut, pOut))
         return pszReason;
@@ -95,7 +95,7 @@ const char* CSimProxyDecoder::Open(const SimControlRequest& request, PROXY_DEVIC
                : "a byte of the open request is not zero";
 }
 
-const char* CSimProxyDecoder::Close(const SimControlRequest& request, PROXY_DEVICE_REQUEST* pOut)
+const char* CProxyDecoder::Close(const CONTROL_REQUEST& request, PROXY_DEVICE_REQUEST* pOut)
 {
     if (const char* const pszReason = Take(request, 0, pOut))
         return pszReason;
@@ -104,7 +104,7 @@ const char* CSimProxyDecoder::Close(const SimControlRequest& request, PROXY_DEVI
                : "a byte of the close request is not zero";
 }
 
-const char* CSimProxyDecoder::SendUrb(const SimControlRequest& request, PROXY_URB_REQUEST* pOut)
+const char* CProxyDecoder::SendUrb(const CONTROL_REQUEST& request, PROXY_URB_REQUEST* pOut)
 {
     if (const char* const pszReason = Take(request, 0, pOut))
         return pszReason;
@@ -113,7 +113,7 @@ const char* CSimProxyDecoder::SendUrb(const SimControlRequest& request, PROXY_UR
     return pOut->urbAddress == 0 ? "the URB request has no URB" : nullptr;
 }
 
-const char* CSimProxyDecoder::WritePort(const SimControlRequest& request, PROXY_PORT_REQUEST* pOut)
+const char* CProxyDecoder::WritePort(const CONTROL_REQUEST& request, PROXY_PORT_REQUEST* pOut)
 {
     if (const char* const pszReason = Take(request, 0, pOut))
         return pszReason;
@@ -123,7 +123,7 @@ const char* CSimProxyDecoder::WritePort(const SimControlRequest& request, PROXY_
                : "a byte of the port write is not zero";
 }
 
-const char* CSimProxyDecoder::ReadPort(const SimControlRequest& request, PROXY_PORT_REQUEST* pOut)
+const char* CProxyDecoder::ReadPort(const CONTROL_REQUEST& request, PROXY_PORT_REQUEST* pOut)
 {
     if (const char* const pszReason = Take(request, 1, pOut))
         return pszReason;
@@ -133,8 +133,7 @@ const char* CSimProxyDecoder::ReadPort(const SimControlRequest& request, PROXY_P
                : "a byte of the port read is not zero";
 }
 
-const char* CSimProxyDecoder::WriteMemory(const SimControlRequest& request,
-                                          PROXY_MEMORY_REQUEST* pOut)
+const char* CProxyDecoder::WriteMemory(const CONTROL_REQUEST& request, PROXY_MEMORY_REQUEST* pOut)
 {
     if (request.pIn == nullptr || request.cbIn < PROXY_MEMORY_OVERHEAD || request.cbOut != 0)
         return "the memory write has not its length";
@@ -148,8 +147,7 @@ const char* CSimProxyDecoder::WriteMemory(const SimControlRequest& request,
                : "a byte of the memory write is not zero";
 }
 
-const char* CSimProxyDecoder::ReadMemory(const SimControlRequest& request,
-                                         PROXY_MEMORY_REQUEST* pOut)
+const char* CProxyDecoder::ReadMemory(const CONTROL_REQUEST& request, PROXY_MEMORY_REQUEST* pOut)
 {
     if (request.pIn == nullptr || request.cbIn != sizeof *pOut)
         return "the input has not the request's length";
@@ -161,7 +159,7 @@ const char* CSimProxyDecoder::ReadMemory(const SimControlRequest& request,
                : "a byte of the memory read is not zero";
 }
 
-const char* CSimProxyDecoder::Urb(const URB& urb, SimDecodedUrb* pOut)
+const char* CProxyDecoder::Urb(const URB& urb, DECODED_URB* pOut)
 {
     const char* pszReason = CheckHeader(urb.Transfer);
     if (pszReason != nullptr)
