@@ -1,8 +1,11 @@
 #include "tool/BenchFolder.h"
 
+#include "tools/zelhub/BenchFlashText.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -105,13 +108,18 @@ bool CBenchFolder::Runs(const std::string& strImage, const std::string& strId) c
     const nlohmann::json hub = HubState(strId);
     if (hub["onBus"] != true)
         return false;
-    const std::string strFlash = hub["flash"];
+    const std::vector<BYTE> flash = FlashOf(hub);
     std::ifstream file(strImage, std::ios::binary);
-    std::ostringstream hex;
-    for (int ch = file.get(); ch != EOF; ch = file.get()) {
-        constexpr const char* kDigits = "0123456789abcdef";
-        hex << kDigits[ch >> 4] << kDigits[ch & 15];
-    }
-    const std::string strBank = strFlash.substr(hub["activeBank"] == 1 ? strFlash.size() / 2 : 0);
-    return hub["runsFlash"] == true && strBank.rfind(hex.str(), 0) == 0;
+    const std::vector<char> image((std::istreambuf_iterator<char>(file)), {});
+    const size_t nBank = hub["activeBank"] == 1 ? flash.size() / 2 : 0;
+    return hub["runsFlash"] == true && !image.empty() && image.size() <= flash.size() - nBank &&
+           std::memcmp(image.data(), flash.data() + nBank, image.size()) == 0;
+}
+
+std::vector<BYTE> FlashOf(const nlohmann::json& device)
+{
+    constexpr size_t kMost = 1 << 24;
+    std::vector<BYTE> flash;
+    EXPECT_TRUE(ParseBenchFlashText(device["flash"], kMost, flash)) << device["id"];
+    return flash;
 }

@@ -49,3 +49,6 @@ private:
     std::string m_strFolder;
     std::string m_strBench;
 };
+
+/// The flash contents in a device's part of a state file.
+std::vector<BYTE> FlashOf(const nlohmann::json& device);

@@ -81,3 +81,22 @@ TEST_F(KeptBench, SaysWhenItCannotBeKept)
     EXPECT_EQ(result.nExit, 1);
     EXPECT_THAT(result.strErr, HasSubstr("cannot be written"));
 }
+
+TEST_F(KeptBench, RefusesAStateWhoseFlashIsNone)
+{
+    ASSERT_EQ(Listed(), 1u);
+    nlohmann::json state = nlohmann::json::parse(m_bench.ReadText("state"));
+    for (const char* const pszFlash :
+         {"", "*65535", "*65537", "*99999999999999999999", "*-1", "*", "*65536 AA==", "*65532 AA=A",
+          "*65535 ====", "*65533 AA%A"}) {
+        state["hubs"][0]["flash"] = pszFlash;
+        (void)m_bench.Write("state", state.dump());
+        EXPECT_EQ(m_bench.Run({"list"}).nExit, 2) << pszFlash;
+    }
+    state["hubs"][0]["flash"] = "*65532 AAECAw==";
+    (void)m_bench.Write("state", state.dump());
+    EXPECT_EQ(m_bench.Run({"list"}).nExit, 0);
+    std::vector<BYTE> flash(65532, 0xFF);
+    flash.insert(flash.end(), {0, 1, 2, 3});
+    EXPECT_EQ(FlashOf(m_bench.HubState()), flash) << "as it was, also after another saving";
+}

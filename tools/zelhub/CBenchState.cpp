@@ -1,5 +1,6 @@
 #include "tools/zelhub/CBenchState.h"
 
+#include "tools/zelhub/BenchFlashText.h"
 #include "tools/zelhub/CBenchFile.h"
 #include "tools/zelhub/COutput.h"
 #include "tools/zelhub/Failure.h"
@@ -14,41 +15,15 @@ using nlohmann::ordered_json;
 namespace
 {
 
-constexpr int kSchema = 1;
+constexpr int kSchema = 2;
 constexpr const char* kKind = "zelhub bench state";
-constexpr const char kDigits[] = "0123456789abcdef";
-
-std::string ToHex(const std::vector<BYTE>& bytes)
+/// The two banks' (or the one flash's) contents. Refuses what does not fit.
+std::vector<BYTE> ReadFlash(CJsonObject& object, size_t cb)
 {
-    std::string strHex;
-    strHex.reserve(bytes.size() * 2);
-    for (const BYTE by : bytes) {
-        strHex += kDigits[by >> 4];
-        strHex += kDigits[by & 15];
-    }
-    return strHex;
-}
-
-int Digit(char ch)
-{
-    const size_t n = std::string_view(kDigits, 16).find(ch);
-    return n == std::string_view::npos ? -1 : static_cast<int>(n);
-}
-
-bool FromHex(const std::string& strHex, std::vector<BYTE>& bytes)
-{
-    if (strHex.size() % 2 != 0)
-        return false;
-    bytes.clear();
-    bytes.reserve(strHex.size() / 2);
-    for (size_t i = 0; i < strHex.size(); i += 2) {
-        const int nHigh = Digit(strHex[i]);
-        const int nLow = Digit(strHex[i + 1]);
-        if (nHigh < 0 || nLow < 0)
-            return false;
-        bytes.push_back(static_cast<BYTE>(nHigh << 4 | nLow));
-    }
-    return true;
+    std::vector<BYTE> flash;
+    if (!ParseBenchFlashText(object.Text("flash"), cb, flash) || flash.size() != cb)
+        object.Refuse("flash", "does not fit this device: the state belongs to another bench");
+    return flash;
 }
 
 template<typename Names>
@@ -90,10 +65,7 @@ void LoadHub(CJsonObject object, CBenchMachine& bench)
     if (pHub == nullptr)
         object.Refuse("id", "names no hub of the bench: this state belongs to another");
     CSimHubBanks::Kept kept = pHub->Keep();
-    std::vector<BYTE> flash;
-    if (!FromHex(object.Text("flash"), flash) || flash.size() != kept.flash.size())
-        object.Refuse("flash", "does not fit the hub's flash: this state belongs to another bench");
-    kept.flash = std::move(flash);
+    kept.flash = ReadFlash(object, kept.flash.size());
     (void)object.Flag("onBus", true); // for people and tests; "plugged" decides
     kept.nActive = static_cast<unsigned>(object.Number("activeBank", 0, 1));
     kept.bFresh = object.Flag("fresh", false);
@@ -108,10 +80,7 @@ void LoadPd(CJsonObject object, CBenchMachine& bench)
     if (pPd == nullptr)
         object.Refuse("id", "names no PD controller of the bench: this state belongs to another");
     CSimPdBanks::Kept kept = pPd->Keep();
-    std::vector<BYTE> flash;
-    if (!FromHex(object.Text("flash"), flash) || flash.size() != kept.flash.size())
-        object.Refuse("flash", "does not fit the PD controller's flash");
-    kept.flash = std::move(flash);
+    kept.flash = ReadFlash(object, kept.flash.size());
     kept.nActive = static_cast<unsigned>(object.Number("activeBank", 0, 1));
     kept.bFresh = object.Flag("fresh", false);
     kept.bRunsFlash = object.Flag("runsFlash", false);
@@ -179,7 +148,7 @@ void CBenchState::Save(CBenchMachine& bench) const
                                     {"activeBank", kept.nActive},
                                     {"fresh", kept.bFresh},
                                     {"runsFlash", kept.bRunsFlash},
-                                    {"flash", ToHex(kept.flash)}});
+                                    {"flash", BenchFlashText(kept.flash)}});
     }
     if (!bench.PdIds().empty())
         document["pdControllers"] = ordered_json::array();
@@ -191,7 +160,7 @@ void CBenchState::Save(CBenchMachine& bench) const
                                              {"activeBank", kept.nActive},
                                              {"fresh", kept.bFresh},
                                              {"runsFlash", kept.bRunsFlash},
-                                             {"flash", ToHex(kept.flash)}});
+                                             {"flash", BenchFlashText(kept.flash)}});
     }
     for (const BenchFault& fault : bench.PendingFaults())
         document["faults"].push_back(FaultJson(fault));
