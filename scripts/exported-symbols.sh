@@ -12,7 +12,7 @@ case $library in
         sed -n '/Ordinal\/Name Pointer/,/^$/s/^[[:space:]]*\[ *[0-9]*\] //p' | c++filt
     ;;
 *)
-    nm --dynamic --demangle --defined-only "$library" | sed 's/^[0-9a-f]* [A-Za-z] //' |
+    nm --dynamic --demangle --defined-only "$library" | sed 's/^[0-9a-f]* [A-Za-z] //; s/@@.*//; /^ZELHUBLIB64_1$/d' |
         grep -v '^__odr_asan'
     ;;
 esac | LC_ALL=C sort -u

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the build needs and this machine lacks, with apt-get; does nothing where all is
-# there. Usage: scripts/setup.sh [build] [lint] [clang] [fuzz] [bench] [windows]      (default: build)
+# there. Usage: scripts/setup.sh [build] [lint] [clang] [fuzz] [bench] [package] [windows]
+#        (default: build)
 set -euo pipefail
 
 missing=()
@@ -41,13 +42,18 @@ for group in "${@:-build}"; do
     bench)
         need libbenchmark-dev header benchmark/benchmark.h
         ;;
+    package)
+        need dpkg-dev has dpkg-shlibdeps
+        need file has file
+        need lintian has lintian
+        ;;
     windows)
         need g++-mingw-w64-x86-64-posix has x86_64-w64-mingw32-g++-posix
         need wine has wine
         need googletest test -e /usr/src/googletest/CMakeLists.txt
         ;;
     *)
-        echo "setup: no group named '$group' (build, lint, clang, fuzz, bench, windows)" >&2
+        echo "setup: no group named '$group' (build, lint, clang, fuzz, bench, package, windows)" >&2
         exit 2
         ;;
     esac
