@@ -2,35 +2,12 @@
 #include "wire/DriverNames.h"
 #include "wire/PortIo.h"
 
-#include <cstring>
 #include <gmock/gmock.h>
 
-using testing::ElementsAre;
 using testing::SizeIs;
 
 namespace
 {
-/// A device whose requests take a time of their own.
-class CSlowDevice : public ISimUsbDevice
-{
-public:
-    explicit CSlowDevice(CSimClock& clock) : m_clock(clock) {}
-    SimTransferResult Control(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeoutMs) override
-    {
-        const CSimClock::Micros limit = CSimClock::Micros{dwTimeoutMs} * 1000;
-        m_clock.Advance(std::min(takes, limit));
-        if (takes > limit)
-            return {kErrSemTimeout, 0, 0};
-        if (pData != nullptr)
-            std::memset(pData, 0x42, setup.wLength);
-        return {kErrNone, 0, setup.wLength};
-    }
-    CSimClock::Micros takes = 100;
-
-private:
-    CSimClock& m_clock;
-};
-
 class DeviceFile : public testing::Test
 {
 protected:
@@ -42,21 +19,7 @@ protected:
     DWORD LastError() { return m_machine.Process().LastError(); }
 
     CSimMachine m_machine;
-    CSlowDevice m_device{m_machine.Time()};
 };
-
-TEST_F(DeviceFile, OpensOnlyWhatIsThere)
-{
-    CSimNode& hub = m_machine.Tree().AddHub(m_machine.RootHub(), 1, {});
-    const WString strPath = hub.InterfacePath(0);
-    EXPECT_NE(Open(strPath), InvalidHandle());
-    hub.Spec().dwOpenError = kErrAccessDenied;
-    EXPECT_EQ(Open(strPath), InvalidHandle());
-    EXPECT_EQ(LastError(), kErrAccessDenied);
-    hub.Plug(false);
-    EXPECT_EQ(Open(strPath), InvalidHandle());
-    EXPECT_EQ(LastError(), kErrFileNotFound);
-}
 
 TEST_F(DeviceFile, StaysDeadAfterItsDeviceLeftAndReturned)
 {
@@ -70,87 +33,21 @@ TEST_F(DeviceFile, StaysDeadAfterItsDeviceLeftAndReturned)
     EXPECT_EQ(hub.TransferError(hub.Generation()), kErrNone);
 }
 
-class WinUsb : public DeviceFile
+TEST_F(DeviceFile, IsDrivenByWinUsbWhereTheNodeHasItAndTheOpenIsOverlapped)
 {
-protected:
-    void SetUp() override
-    {
-        DeviceNodeOptions options;
-        options.bWinUsb = true;
-        m_pNode = &m_machine.Tree().AddDevice(m_machine.RootHub(), 6, options, &m_device);
-        m_hFile = Open(m_pNode->InterfacePath(0), kFlagOverlapped);
-    }
-    bool Start(OVERLAPPED_TRANSFER* pTransfer)
-    {
-        const BYTE setup[8] = {0xC0, 0x0C, 0, 0, 0, 0, 4, 0};
-        return m_winUsb.ControlTransfer(m_hInterface, setup, m_data, 4, nullptr, pTransfer);
-    }
-
-    CSimWinUsb& m_winUsb = m_machine.WinUsb();
-    CSimNode* m_pNode = nullptr;
-    HANDLE m_hFile = nullptr;
-    HANDLE m_hInterface = nullptr;
-    BYTE m_data[4] = {};
-    DWORD m_cbDone = 0;
-};
-
-TEST_F(WinUsb, CarriesAnOverlappedTransfer)
-{
-    ASSERT_TRUE(m_winUsb.Initialize(m_hFile, &m_hInterface));
-    OVERLAPPED_TRANSFER transfer = {};
-    EXPECT_FALSE(Start(&transfer));
-    EXPECT_EQ(LastError(), 997u);
-    EXPECT_EQ(m_data[0], 0);
-    EXPECT_TRUE(m_winUsb.TransferResult(m_hFile, &transfer, &m_cbDone, 5000, false));
-    EXPECT_EQ(m_cbDone, 4u);
-    EXPECT_THAT(m_data, ElementsAre(0x42, 0x42, 0x42, 0x42));
-    EXPECT_TRUE(m_winUsb.Free(m_hInterface));
-}
-
-TEST_F(WinUsb, TimesAWaitOutAndLeavesTheTransferUnderWay)
-{
-    ASSERT_TRUE(m_winUsb.Initialize(m_hFile, &m_hInterface));
-    m_device.takes = 20000000;
-    OVERLAPPED_TRANSFER transfer = {};
-    Start(&transfer);
-    for (int i = 1; i <= 2; ++i) {
-        EXPECT_FALSE(m_winUsb.TransferResult(m_hFile, &transfer, &m_cbDone, 10000, false));
-        EXPECT_EQ(LastError(), 258u);
-        EXPECT_EQ(m_machine.Time().Now(), 10000000u * static_cast<unsigned>(i));
-    }
-}
-
-TEST_F(WinUsb, RefusesFilesThatItDoesNotDrive)
-{
-    EXPECT_FALSE(m_winUsb.Initialize(Open(m_pNode->InterfacePath(0)), &m_hInterface));
+    DeviceNodeOptions options;
+    options.bWinUsb = true;
+    CSimNode& node = m_machine.Tree().AddDevice(m_machine.RootHub(), 6, options);
+    CSimWinUsb& winUsb = m_machine.WinUsb();
+    HANDLE hInterface = nullptr;
+    EXPECT_FALSE(winUsb.Initialize(Open(node.InterfacePath(0)), &hInterface));
     EXPECT_EQ(LastError(), kErrInvalidParameter);
-    m_pNode->Spec().bWinUsb = false;
-    EXPECT_FALSE(m_winUsb.Initialize(m_hFile, &m_hInterface));
+    const HANDLE hFile = Open(node.InterfacePath(0), kFlagOverlapped);
+    EXPECT_TRUE(winUsb.Initialize(hFile, &hInterface));
+    node.Spec().bWinUsb = false;
+    EXPECT_FALSE(winUsb.Initialize(hFile, &hInterface));
     EXPECT_EQ(LastError(), 8u);
-    EXPECT_FALSE(m_winUsb.Initialize(InvalidHandle(), &m_hInterface));
-    EXPECT_EQ(LastError(), kErrInvalidHandle);
-}
-
-TEST_F(DeviceFile, OfHidNodesHaveCapabilities)
-{
-    CSimNode& device = m_machine.Tree().AddDevice(m_machine.RootHub(), 7, {}, &m_device);
-    HidNodeOptions options;
-    options.wUsagePage = 0xFF70;
-    options.wUsage = 0x20;
-    CSimNode& node = m_machine.Tree().AddHid(device, options);
-    CSimHid& hid = m_machine.Hid();
-    HANDLE hData = nullptr;
-    ASSERT_EQ(hid.GetPreparsedData(Open(node.InterfacePath(0)), &hData), 1);
-    HID_CAPS caps = {};
-    EXPECT_EQ(hid.GetCaps(hData, &caps), kHidSuccess);
-    EXPECT_EQ(caps.UsagePage, 0xFF70);
-    EXPECT_EQ(caps.Usage, 0x20);
-    node.Spec().lHidCapsStatus = -1;
-    EXPECT_EQ(hid.GetCaps(hData, &caps), -1);
-    EXPECT_EQ(hid.FreePreparsedData(hData), 1);
-    EXPECT_LT(hid.GetCaps(hData, &caps), 0);
-    EXPECT_EQ(hid.GetPreparsedData(Open(device.InterfacePath(0)), &hData), 0);
-    EXPECT_EQ(hid.GetPreparsedData(nullptr, &hData), 0);
+    EXPECT_FALSE(winUsb.Initialize(InvalidHandle(), &hInterface));
     EXPECT_EQ(LastError(), kErrInvalidHandle);
 }
 

@@ -98,19 +98,6 @@ TEST_F(DeviceTree, KeepsASetAsItWasWhenItWasMade)
     EXPECT_EQ(m_machine.Handles().Misuses().size(), 1u);
 }
 
-TEST_F(DeviceTree, TakesWhatHangsBelowAlongWhenAHubGoes)
-{
-    CSimNode& outer = m_tree.AddHub(m_root, 1, Numbered(7));
-    m_tree.AddHub(outer, 1, Numbered(8));
-    m_tree.ScheduleRemoval(outer, 500);
-    m_tree.ScheduleArrival(outer, 1500);
-
-    m_machine.Clock().Sleep(1);
-    EXPECT_THAT(Hubs(), ElementsAre(m_root.DevInst()));
-    m_machine.Clock().Sleep(1);
-    EXPECT_THAT(Hubs(), ElementsAre(m_root.DevInst(), 7u, 8u));
-}
-
 TEST_F(DeviceTree, ReturnsADeviceAsOrderedByItsModel)
 {
     CSimNode& half = m_tree.AddHubPair(m_root, 1, m_root, 11, Numbered(7));
@@ -150,17 +137,6 @@ TEST_F(DeviceTree, ClearsTheLastErrorOrKeeps1300AfterAGoodRequest)
         EXPECT_EQ(LastError(), dwLeft);
         m_sets.DestroySet(hSet);
     }
-}
-
-TEST_F(DeviceTree, GivesAnEmptySetForAKnownNodeThatIsAbsent)
-{
-    CSimNode& hub = m_tree.AddHub(m_root, 1, {});
-    hub.Plug(false);
-    const HANDLE hSet = m_sets.GetClassDevs(nullptr, hub.Spec().strInstanceId.c_str(),
-                                            kSetPresent | kSetAllClasses | kSetDeviceInterface);
-    EXPECT_NE(hSet, InvalidHandle());
-    EXPECT_THAT(Elements(hSet), ElementsAre());
-    m_sets.DestroySet(hSet);
 }
 
 TEST_F(DeviceTree, HandsOutAnInterfacePathInTwoCalls)
@@ -222,48 +198,4 @@ TEST_F(DeviceTree, CountsPropertySizesInBytes)
     EXPECT_EQ(cb, 3u);
 }
 
-TEST_F(DeviceTree, WalksParentsChildrenAndSiblingsThatArePresent)
-{
-    m_tree.AddHub(m_root, 1, Numbered(7));
-    CSimNode& absent = m_tree.AddHub(m_root, 2, Numbered(8));
-    m_tree.AddHub(m_root, 3, Numbered(9));
-    absent.Plug(false);
-    DWORD devInst = 0;
-    EXPECT_EQ(m_sets.GetChild(&devInst, m_root.DevInst()), kCrSuccess);
-    EXPECT_EQ(devInst, 7u);
-    EXPECT_EQ(m_sets.GetSibling(&devInst, 7), kCrSuccess);
-    EXPECT_EQ(devInst, 9u);
-    EXPECT_EQ(m_sets.GetSibling(&devInst, 9), kCrNoSuchDevNode);
-    EXPECT_EQ(m_sets.GetParent(&devInst, 9), kCrSuccess);
-    EXPECT_EQ(devInst, m_root.DevInst());
-    EXPECT_EQ(m_sets.GetParent(&devInst, 8), kCrNoSuchDevNode);
-    EXPECT_EQ(m_sets.GetParent(&devInst, 0), kCrInvalidDevNode);
-    DWORD dwStatus = 0;
-    DWORD dwProblem = 0;
-    EXPECT_EQ(m_sets.GetNodeStatus(&dwStatus, &dwProblem, 8), kCrNoSuchDevNode);
-}
-
-TEST_F(DeviceTree, ReadsRegistryPropertiesOfAnElement)
-{
-    DeviceNodeOptions options;
-    options.strDescription = WTEXT("Billboard Device");
-    CSimNode& device = m_tree.AddDevice(m_root, 5, options);
-    const HANDLE hSet = m_sets.GetClassDevs(&kGuidUsbDevice, nullptr, kSetPresent);
-    DEVINFO_DATA dev = {};
-    dev.cbSize = sizeof dev;
-    dev.DevInst = device.DevInst();
-    WCHAR text[64] = {};
-    DWORD cb = 0;
-    auto* const pBytes = reinterpret_cast<BYTE*>(text);
-    EXPECT_FALSE(m_sets.GetRegistryProperty(hSet, &dev, kPropDeviceDesc, nullptr, pBytes, 33, &cb));
-    EXPECT_EQ(LastError(), kErrInsufficientBuffer);
-    EXPECT_EQ(cb, 34u);
-    EXPECT_TRUE(m_sets.GetRegistryProperty(hSet, &dev, kPropDeviceDesc, nullptr, pBytes, 34, &cb));
-    EXPECT_EQ(WString(text), WTEXT("Billboard Device"));
-    device.Spec().strLocationInformation.clear();
-    EXPECT_FALSE(m_sets.GetRegistryProperty(hSet, &dev, kPropLocationInformation, nullptr, pBytes,
-                                            128, &cb));
-    EXPECT_EQ(LastError(), kErrInvalidData);
-    m_sets.DestroySet(hSet);
-}
 } // namespace

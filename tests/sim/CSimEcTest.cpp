@@ -25,36 +25,6 @@ protected:
     CSimEc m_ec{m_clock, kCommand, kData};
 };
 
-TEST_F(Ec, WritesAndReadsARegister)
-{
-    Put(kCommand, 0x81);
-    Put(kData, 0x2A);
-    EXPECT_EQ(m_ec.Registers()[0x2A], 0x00);
-    Put(kData, 0x5C);
-    EXPECT_EQ(m_ec.Registers()[0x2A], 0x5C);
-    Put(kCommand, 0x80);
-    Put(kData, 0x2A);
-    EXPECT_EQ(Status(), CSimEc::kOutputFull);
-    EXPECT_EQ(Data(), 0x5C);
-    EXPECT_EQ(Status(), 0);
-    EXPECT_EQ(Misuse(), "");
-}
-
-TEST_F(Ec, TakesItsTimeOverBytesAndAnswers)
-{
-    m_ec.SetPace(30'000, 200'000);
-    m_ec.Registers()[1] = 9;
-    Put(kCommand, 0x80, 29'000);
-    EXPECT_EQ(Status(), CSimEc::kInputFull);
-    m_clock.Advance(2'000);
-    EXPECT_EQ(Status(), 0);
-    Put(kData, 1, 100'000);
-    EXPECT_EQ(Status(), 0);
-    m_clock.Advance(131'000);
-    EXPECT_EQ(Status(), CSimEc::kOutputFull);
-    EXPECT_EQ(Data(), 9);
-}
-
 TEST_F(Ec, HurriedByteIsLost)
 {
     Put(kCommand, 0x81, 0);
@@ -78,13 +48,6 @@ TEST_F(Ec, BurstModeServesAtOnce)
     Put(kCommand, 0x83);
     EXPECT_EQ(Status(), 0);
     EXPECT_EQ(Misuse(), "");
-}
-
-TEST_F(Ec, HangingControllerKeepsTheByte)
-{
-    m_ec.Hang();
-    Put(kCommand, 0x80, 100'000'000);
-    EXPECT_EQ(Status(), CSimEc::kInputFull);
 }
 
 TEST_F(Ec, SwappedPortsAndStrayReadsAreNoticed)

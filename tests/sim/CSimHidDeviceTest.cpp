@@ -57,16 +57,4 @@ TEST(HidDevice, BrokenDescriptorsGiveNothing)
         EXPECT_FALSE(CSimHidDevice::Capabilities(report)) << testing::PrintToString(report);
 }
 
-TEST(HidDevice, AnswersItsReportDescriptor)
-{
-    CSimClock clock;
-    const Bytes report = CSimHidDevice::SimpleReport(0xFF00, 1, 8, 8, 8);
-    CSimHidDevice device(clock, {}, report);
-    Bytes data(255);
-    const auto res = device.Control({0x81, 0x06, 0x2200, 0, 255}, data.data(), 5000);
-    EXPECT_EQ(res.dwError, 0u);
-    data.resize(res.cbDone);
-    EXPECT_EQ(data, report);
-}
-
 } // namespace

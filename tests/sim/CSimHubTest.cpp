@@ -1,138 +1,9 @@
 #include "SimHubFixture.h"
 
-#include "wire/UsbDescriptors.h"
-
-#include <cstring>
-
 namespace
 {
 
-class HubIdentity : public SimHubTest
-{
-protected:
-    Bytes Describe(USHORT value, USHORT length)
-    {
-        Bytes data(length, 0xCC);
-        const auto res = Send(0x80, 0x06, value, 0, data.data(), length);
-        data.resize(res.dwError == 0 ? res.cbDone : 0);
-        return data;
-    }
-};
-
-TEST_F(HubIdentity, DeviceDescriptorNamesTheHub)
-{
-    SimHubSettings settings;
-    settings.usb.usVid = 0x5678;
-    settings.usb.usPid = 0x4321;
-    Build(settings);
-    const Bytes data = Describe(0x0100, 18);
-    ASSERT_EQ(data.size(), sizeof(USB_DEVICE_DESCRIPTOR));
-    USB_DEVICE_DESCRIPTOR desc;
-    std::memcpy(&desc, data.data(), sizeof(desc));
-    EXPECT_EQ(desc.bLength, 18);
-    EXPECT_EQ(desc.bDeviceClass, 9);
-    EXPECT_EQ(desc.idVendor, 0x5678);
-    EXPECT_EQ(desc.idProduct, 0x4321);
-}
-
-TEST_F(HubIdentity, StringAtIndex34SaysWhatWasSet)
-{
-    SimHubSettings settings;
-    settings.identity = WTEXT("Vo\u00e9");
-    Build(settings);
-    EXPECT_EQ(Describe(0x0334, 255), (Bytes{8, 3, 'V', 0, 'o', 0, 0xE9, 0}));
-}
-
-TEST_F(HubIdentity, MissingStringIsStalledWithoutBlame)
-{
-    SimHubSettings settings;
-    settings.identity.clear();
-    Build(settings);
-    EXPECT_TRUE(Describe(0x0334, 255).empty());
-    EXPECT_EQ(Hub().Misuse().Count(), 0u);
-}
-
-TEST_F(HubIdentity, SleepingHubNeedsAFewDescriptorReads)
-{
-    Build();
-    Hub().Suspend(2);
-    Bytes data(18);
-    EXPECT_EQ(Send(0x80, 6, 0x0100, 0, data.data(), 18).dwError, kErrNotReady);
-    EXPECT_EQ(Send(0x80, 6, 0x0100, 0, data.data(), 18).dwError, kErrNotReady);
-    EXPECT_EQ(Send(0x80, 6, 0x0100, 0, data.data(), 18).dwError, kErrNone);
-}
-
-using HubStatus = SimHubTest;
-
-TEST_F(HubStatus, TellsRunningVersionAndCode)
-{
-    Build();
-    const Bytes status = Status();
-    ASSERT_EQ(status.size(), 20u);
-    EXPECT_EQ(status[7] & 0x80, 0);
-    EXPECT_EQ(status[10], 0x01);
-    EXPECT_EQ(status[11], 0x10);
-    EXPECT_EQ(status[13] & 0x02, 0x02);
-    EXPECT_EQ(status[15] & 0x02, 0x02);
-}
-
-TEST_F(HubStatus, RomCodeReportsItsOwnVersion)
-{
-    SimHubSettings settings;
-    settings.usRomVersion = 0x0007;
-    settings.bDualBank = true;
-    Build(settings);
-    ToRom();
-    const Bytes status = Status();
-    EXPECT_EQ(status[7] & 0x80, 0x80);
-    EXPECT_EQ(status[11], 0x07);
-    EXPECT_EQ(status[13] & 0x02, 0);
-    EXPECT_EQ(status[15] & 0x02, 0);
-}
-
 using HubReset = SimHubTest;
-
-TEST_F(HubReset, LeavesTheBusAndComesBackInRom)
-{
-    Build();
-    ASSERT_EQ(Out(REQ_FW_RESET, 0), 0u);
-    EXPECT_TRUE(Hub().IsOnBus());
-    m_clock.Advance(60'000);
-    EXPECT_FALSE(Hub().IsOnBus());
-    EXPECT_EQ(m_port.nLeft, 1);
-    EXPECT_EQ(Enable(1), kErrDeviceGone);
-    m_clock.Advance(1'500'000);
-    EXPECT_EQ(m_port.nReturned, 1);
-    EXPECT_FALSE(m_port.bNew);
-    EXPECT_FALSE(Hub().RunsFlash());
-}
-
-TEST_F(HubReset, NextResetAloneMayDiffer)
-{
-    Build();
-    Hub().SetNextReturn({10'000, 5'000'000, true, false});
-    ASSERT_EQ(Out(REQ_FW_RESET, 0), 0u);
-    m_clock.Advance(5'000'000);
-    EXPECT_FALSE(Hub().IsOnBus());
-    m_clock.Advance(100'000);
-    EXPECT_TRUE(Hub().IsOnBus());
-    EXPECT_TRUE(m_port.bNew);
-    ToFlash();
-    EXPECT_TRUE(Hub().IsOnBus());
-    EXPECT_FALSE(m_port.bNew);
-}
-
-TEST_F(HubReset, HubToldNeverToReturnWaitsForPower)
-{
-    Build();
-    Hub().SetNextReturn({10'000, 10'000, false, true});
-    ASSERT_EQ(Out(REQ_FW_RESET, 0), 0u);
-    m_clock.Advance(60'000'000);
-    EXPECT_FALSE(Hub().IsOnBus());
-    Hub().PowerUp();
-    EXPECT_TRUE(Hub().IsOnBus());
-    EXPECT_TRUE(Hub().RunsFlash());
-}
 
 TEST_F(HubReset, PullingThePlugCancelsTheReturn)
 {
@@ -291,13 +162,125 @@ TEST_F(HubI2c, MemoryIsReachedAfterConfiguration)
     EXPECT_EQ(Hub().I2cConfig(), (std::pair<USHORT, USHORT>{0x1122, 0x80B3}));
 }
 
-TEST_F(HubI2c, DownloadSlaveAddressesAreKeptApart)
+/// A hub of two banks that downloads into the one that does not run.
+class HubOfTwoBanks : public SimHubTest
 {
-    Build();
-    EXPECT_EQ(Out(REQ_SET_DL_SLAVE, 0x6601), 0u);
-    EXPECT_EQ(Out(REQ_SET_DL_SLAVE_SUB, 0x6802), 0u);
-    EXPECT_EQ(Hub().DownloadSlave(), 0x6601);
-    EXPECT_EQ(Hub().DownloadSlaveSub(), 0x6802);
+protected:
+    void SetUp() override
+    {
+        SimHubSettings settings;
+        settings.bDualBank = true;
+        Build(settings);
+    }
+};
+
+TEST_F(HubOfTwoBanks, DownloadsToTheOtherAndKeepsTheOld)
+{
+    Hub().Banks().Load(1, CSimImage(0x20000).Seed(9).Build()); // must erase itself
+    EXPECT_EQ(Read(0x100, 16), Bytes(m_old.begin() + 0x100, m_old.begin() + 0x110));
+    ASSERT_EQ(Enable(3), 0u);
+    ASSERT_EQ(WriteImage(m_new), 0u);
+    EXPECT_EQ(Read(0x100, 16), Bytes(m_new.begin() + 0x100, m_new.begin() + 0x110));
+    EXPECT_EQ(Out(REQ_ISP_VALIDATION, 1), 0u);
+    EXPECT_TRUE(Hub().Runs(m_old));
+    ToFlash();
+    EXPECT_TRUE(Hub().Runs(m_new));
+    EXPECT_TRUE(Hub().Banks().IsComplete(0));
+    EXPECT_EQ(Hub().Misuse().Count(), 0u) << Hub().Misuse().Text();
+}
+
+TEST_F(HubOfTwoBanks, ResetWithoutADownloadKeepsTheBank)
+{
+    Hub().Banks().Load(1, m_new);
+    ToFlash();
+    EXPECT_TRUE(Hub().Runs(m_old));
+}
+
+TEST_F(HubOfTwoBanks, ValidationSeesADifferenceOfOneBit)
+{
+    Bytes bad = m_new;
+    bad[0x4000] ^= 0x01;
+    ASSERT_EQ(Enable(3), 0u);
+    ASSERT_EQ(WriteImage(bad), 0u);
+    EXPECT_EQ(Out(REQ_ISP_VALIDATION, 1), kErrGenFailure);
+    EXPECT_EQ(Out(REQ_ISP_VALIDATION, 0), 0u);
+    ToFlash();
+    EXPECT_TRUE(Hub().Runs(m_old));
+}
+
+/// A hub in ROM code that is prepared to be erased.
+class HubErase : public SimHubTest
+{
+protected:
+    void SetUp() override
+    {
+        Build();
+        ToRom();
+        PrepareErase();
+    }
+};
+
+TEST_F(HubErase, NeedsEveryUnlockRegister)
+{
+    const std::pair<USHORT, BYTE> spoilt[] = {{0xD820, 0}, {0xD825, 1}, {0xD826, 0},
+                                              {0xD900, 1}, {0xD800, 1}, {0xD800, 0x40}};
+    for (const auto& [usRegister, by] : spoilt) {
+        SetUp();
+        EXPECT_EQ(Out(REQ_WRITE_MEM, 0, usRegister, {by}), 0u);
+        m_clock.Advance(20'000);
+        EXPECT_EQ(Erase(), kErrGenFailure);
+        ASSERT_EQ(Hub().Misuse().Count(), 1u);
+        EXPECT_NE(Hub().Misuse().Text().find(CSimMisuse::Hex(usRegister, 4)), std::string::npos);
+        EXPECT_TRUE(Hub().Banks().IsComplete(0));
+    }
+}
+
+TEST_F(HubErase, NeedsTheUnlockToSettle)
+{
+    EXPECT_EQ(Out(REQ_WRITE_MEM, 0, 0xD800, {0x41}), 0u);
+    m_clock.Advance(15'000);
+    EXPECT_EQ(Erase(), kErrGenFailure);
+    m_clock.Advance(5'000);
+    EXPECT_EQ(Erase(), 0u);
+}
+
+TEST_F(HubErase, LocksItselfAgain)
+{
+    EXPECT_EQ(Erase(), 0u);
+    EXPECT_EQ(Erase(), kErrGenFailure);
+}
+
+TEST_F(HubErase, WorkThatOutlastsTheTimeOutGoesOnBehindIt)
+{
+    EXPECT_EQ(Send(0x40, REQ_ERASE_FLASH, 0, 0, nullptr, 0, 10).dwError, kErrSemTimeout);
+    const auto usBefore = m_clock.Now();
+    EXPECT_EQ(Enable(3), 0u);
+    EXPECT_GT(m_clock.Now() - usBefore, 100'000u);
+    EXPECT_EQ(Write(0, {1, 2, 3}), 0u);
+}
+
+TEST_F(HubErase, LetsBitsBeClearedOnceAndTheSameDataComeAgain)
+{
+    ASSERT_EQ(Erase(), 0u);
+    ASSERT_EQ(Enable(3), 0u);
+    const auto nBefore = Hub().FlashOperations();
+    EXPECT_EQ(Write(0, {0x12, 0x34}), 0u);
+    EXPECT_EQ(Write(0, {0x12, 0x34}), 0u);
+    EXPECT_EQ(Write(0, {0x02, 0x30}), 0u);
+    EXPECT_EQ(Write(0, {0x12, 0x34}), kErrGenFailure);
+    EXPECT_EQ(Hub().FlashOperations() - nBefore, 3u);
+    EXPECT_EQ(Read(0, 3), (Bytes{0x02, 0x30, 0xFF}));
+}
+
+TEST_F(HubOfTwoBanks, ErasesASectorOncePerEnable)
+{
+    ASSERT_EQ(Enable(3), 0u);
+    EXPECT_EQ(Write(0, {0x00}), 0u);
+    EXPECT_EQ(Write(0, {0x01}), kErrGenFailure);
+    ASSERT_EQ(Enable(3), 0u);
+    EXPECT_EQ(Write(0, {0x01}), 0u);
+    EXPECT_EQ(Write(4095, {0x01, 0x02}), 0u); // the next sector erases itself as well
+    EXPECT_EQ(Read(4095, 2), (Bytes{0x01, 0x02}));
 }
 
 } // namespace

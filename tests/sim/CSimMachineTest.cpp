@@ -1,87 +1,339 @@
 #include "sim/CSimMachine.h"
-
-#include "transport/CPropertyEx.h"
+#include "sim/CSimLikePattern.h"
 
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
+using testing::Pair;
 
 namespace
 {
-/// Answers every request; keeps what was sent.
-class CEchoDevice : public ISimUsbDevice
+TEST(MachineFaults, HitTheCallThatWasNamedAndCountAll)
 {
-public:
-    SimTransferResult Control(const SETUP_PACKET& setup, BYTE* pData,
-                              DWORD /*dwTimeoutMs*/) override
-    {
-        last = setup;
-        if (pData != nullptr && (setup.bmRequestType & 0x80) != 0)
-            for (unsigned i = 0; i < setup.wLength; ++i)
-                pData[i] = static_cast<BYTE>(i + 1);
-        return {kErrNone, 0, setup.wLength};
-    }
-    SETUP_PACKET last = {};
-};
+    CSimMachine machine;
+    CSimFileSystem& files = machine.FileSystem();
+    WCHAR folder[64];
+    machine.Faults().FailCall("IFileSystem::SystemFolder", 2, 1234);
+    EXPECT_NE(files.SystemFolder(folder, 64), 0u);
+    EXPECT_EQ(machine.Faults().Pending(), 1u);
+    EXPECT_EQ(files.SystemFolder(folder, 64), 0u);
+    EXPECT_EQ(machine.Process().LastError(), 1234u);
+    EXPECT_NE(files.SystemFolder(folder, 64), 0u);
+    EXPECT_EQ(machine.Faults().Fired(), 1u);
+    EXPECT_THAT(machine.Faults().Counts(), ElementsAre(Pair("IFileSystem::SystemFolder", 3u)));
 
-/// The library's own transport on a machine with one hub.
-class MachineUnderTheTransport : public testing::Test
+    machine.Faults().FailAlways("IFileSystem::SystemFolder", 5);
+    EXPECT_EQ(files.SystemFolder(folder, 64), 0u);
+    machine.Faults().Clear();
+    EXPECT_NE(files.SystemFolder(folder, 64), 0u);
+}
+
+TEST(MachineFaults, RefuseNamesThatCannotHappen)
+{
+    CSimFaults faults;
+    EXPECT_THROW(faults.FailNext("IFileSystem::Opne", 5), std::invalid_argument);
+    EXPECT_THROW(faults.FailNext("IClock::Sleep", 5), std::invalid_argument);
+    faults.Count("IFileSystem::Open");
+    EXPECT_THROW(faults.FailCall("IFileSystem::Open", 1, 5), std::invalid_argument);
+}
+
+TEST(MachineHandles, ShowWhatIsOpenAndWhatWasClosedWrongly)
+{
+    CSimMachine machine;
+    const HANDLE hEvent = machine.EventPipe().MakeEvent(false, false);
+    EXPECT_EQ(machine.Handles().Describe(), "event unnamed\n");
+    EXPECT_FALSE(machine.FileSystem().Close(hEvent));
+    EXPECT_EQ(machine.Process().LastError(), kErrInvalidHandle);
+    EXPECT_TRUE(machine.EventPipe().CloseEvent(hEvent));
+    EXPECT_FALSE(machine.EventPipe().CloseEvent(hEvent));
+    EXPECT_THAT(machine.Handles().Misuses(),
+                ElementsAre("close of 0x1000: a event, closed by another service",
+                            "close of 0x1000: not open"));
+}
+
+TEST(MachineClock, TellsTheCalendarTime)
+{
+    CSimMachine machine;
+    machine.Clock().SetStart({2023, 11, 31, 23, 59, 58});
+    machine.Clock().Sleep(3000);
+    CALENDAR_TIME time = {};
+    machine.Clock().LocalTime(&time);
+    EXPECT_EQ(time.nYear, 2024);
+    EXPECT_EQ(time.nMonth, 0);
+    EXPECT_EQ(time.nDay, 1);
+    EXPECT_EQ(time.nHour * 3600 + time.nMinute * 60 + time.nSecond, 1);
+    machine.Time().Advance(CSimClock::Micros{59} * 86400 * 1000000);
+    machine.Clock().LocalTime(&time);
+    EXPECT_EQ(time.nMonth, 1);
+    EXPECT_EQ(time.nDay, 29);
+}
+
+TEST(MachineClock, ReportsPollingThatNothingCanEnd)
+{
+    CSimMachine machine;
+    machine.Polls().SetLimit(100);
+    machine.Time().Schedule(500, [] {});
+    EXPECT_THROW(for (;;) machine.Clock().Counter(), CWouldBlockForever);
+    EXPECT_GE(machine.Time().Now(), 500u) << "while something is scheduled, polling goes on";
+    machine.Polls().Progress();
+    EXPECT_THROW(for (;;) machine.Ports().Read(0x66, 1), CWouldBlockForever);
+    EXPECT_THROW(machine.Clock().Sleep(0xFFFFFFFF), CWouldBlockForever);
+    machine.Polls().SetDeadline(machine.Time().Now() + 5000);
+    EXPECT_THROW(for (;;) machine.Clock().Sleep(1), CWouldBlockForever);
+}
+
+constexpr const WCHAR* kFlag = WTEXT("C:\\Temp\\\\ZelUpx.flag"); // doubled, as composed paths are
+constexpr const WCHAR* kFile = WTEXT("C:\\Temp\\a.sys");
+
+class FileSystem : public testing::Test
 {
 protected:
-    void SetUp() override { SetCurrentPlatform(&m_machine); }
+    HANDLE MakeFlag(CSimMachine& machine)
+    {
+        return machine.FileSystem().Open(kFlag, kGenericRead | kGenericWrite | kAccessDelete,
+                                         kShareAll, kOpenAlways,
+                                         kAttributeTemporary | kFlagDeleteOnClose);
+    }
+    HANDLE OpenFlag(CSimMachine& machine)
+    {
+        return machine.FileSystem().Open(kFlag, kGenericRead, kShareAll, kOpenExisting,
+                                         kAttributeNormal);
+    }
 
-    CSimMachine m_machine;
-    CEchoDevice m_device;
-    CSimNode& m_hub = m_machine.Tree().AddHub(m_machine.RootHub(), 3, {}, &m_device);
-    CPropertyEx m_transport;
+    CSimMachine m_first;
+    CSimMachine m_second{m_first.System()};
+    CSimFileSystem& m_files = m_first.FileSystem();
 };
 
-TEST_F(MachineUnderTheTransport, InstallsOpensAndCarriesARequest)
+TEST_F(FileSystem, LosesTheFlagFileWithItsLastHolder)
 {
-    ASSERT_NE(m_transport.InitProxyDriver(), 0);
-    ASSERT_EQ(m_transport.KyHub_OpenDeviceByDevInst(m_hub.DevInst()), 0u);
+    const HANDLE hFirst = MakeFlag(m_first);
+    const HANDLE hSecond = OpenFlag(m_second);
+    ASSERT_NE(hSecond, InvalidHandle());
+    m_second.FileSystem().Close(hSecond);
+    EXPECT_NE(OpenFlag(m_second), InvalidHandle()) << "its maker still holds it";
 
-    BYTE data[4] = {};
-    EXPECT_EQ(m_transport.KyHub_SendVDCmd(0xC0, 0x09, 0x1122, 0x3344, data, 4, 5000), 0u);
-
-    EXPECT_THAT(data, ElementsAre(1, 2, 3, 4));
-    EXPECT_EQ(m_device.last.bRequest, 0x09);
-    EXPECT_EQ(m_device.last.wValue, 0x1122);
-    EXPECT_EQ(m_device.last.wIndex, 0x3344);
-    EXPECT_EQ(m_machine.Driver().Lines().back(), "urb C0/09 v=1122 i=3344 len=4 t=5000 -> ok");
-    EXPECT_THAT(m_machine.Driver().Rejections(), IsEmpty());
-    EXPECT_FALSE(m_hub.PowerSaving());
+    m_files.Close(hFirst);
+    EXPECT_EQ(OpenFlag(m_first), InvalidHandle());
+    EXPECT_EQ(m_first.Process().LastError(), kErrAccessDenied) << "deletion is pending";
+    m_second.Handles().CloseAll();
+    EXPECT_EQ(OpenFlag(m_first), InvalidHandle());
+    EXPECT_EQ(m_first.Process().LastError(), kErrFileNotFound);
 }
 
-TEST_F(MachineUnderTheTransport, LeavesNothingOpenBehind)
+TEST_F(FileSystem, LosesTheFlagFileWhenItsProcessEnds)
 {
-    ASSERT_NE(m_transport.InitProxyDriver(), 0);
-    ASSERT_EQ(m_transport.KyHub_OpenDeviceByDevInst(m_hub.DevInst()), 0u);
-    m_transport.KyHub_CloseDevice();
-    m_transport.XH_UnInitProxyDriver();
-
-    EXPECT_EQ(m_machine.Handles().Describe(), "");
-    EXPECT_THAT(m_machine.Handles().Misuses(), IsEmpty());
-    EXPECT_EQ(m_machine.Driver().OpenDevices(), 0u);
-    EXPECT_EQ(m_machine.Services().Find(WTEXT("ZelUpx")), nullptr);
-    EXPECT_FALSE(m_machine.Volume().Exists(WTEXT("C:\\Temp\\ZelUpx.flag")));
-    EXPECT_EQ(m_machine.PowerSwitch().ComDepth(), 0);
+    {
+        CSimMachine third(m_first.System());
+        MakeFlag(third);
+        EXPECT_TRUE(m_first.Volume().Exists(kFlag));
+    }
+    EXPECT_FALSE(m_first.Volume().Exists(kFlag));
 }
 
-TEST_F(MachineUnderTheTransport, SharesTheDriverBetweenTwoProcesses)
+struct Sharing
 {
-    ASSERT_NE(m_transport.InitProxyDriver(), 0);
-    CSimMachine other(m_machine.System());
-    SetCurrentPlatform(&other);
-    CPropertyEx otherTransport;
-    ASSERT_NE(otherTransport.InitProxyDriver(), 0);
-    otherTransport.XH_UnInitProxyDriver();
-    EXPECT_TRUE(other.Services().IsRunning(WTEXT("ZelUpx")));
+    const char* pszCase;
+    DWORD dwFirstAccess;
+    DWORD dwFirstShare;
+    DWORD dwSecondAccess;
+    DWORD dwSecondShare;
+    bool bOpens;
+};
 
-    SetCurrentPlatform(&m_machine);
-    m_transport.XH_UnInitProxyDriver();
-    EXPECT_EQ(m_machine.Services().Find(WTEXT("ZelUpx")), nullptr);
+const Sharing kSharings[] = {
+    {"ReadersTogether", kGenericRead, kShareRead, kGenericRead, kShareRead, true},
+    {"WriterAlone", kGenericWrite, kShareNone, kGenericRead, kShareAll, false},
+    {"ReaderShutsOutWriter", kGenericRead, kShareRead, kGenericWrite, kShareAll, false},
+    {"SecondMustShareToo", kGenericWrite, kShareAll, kGenericRead, kShareRead, false},
+    {"DeleterNeedsShareDelete", kAccessDelete, kShareAll, kGenericRead, kShareRead, false},
+    {"AllShareAll", kGenericWrite, kShareAll, kGenericRead | kGenericWrite, kShareAll, true},
+};
+
+class FileSharing : public FileSystem, public testing::WithParamInterface<Sharing>
+{};
+
+TEST_P(FileSharing, FollowsTheSystemsRule)
+{
+    m_first.Volume().Put(kFile, {1});
+    m_files.Open(kFile, GetParam().dwFirstAccess, GetParam().dwFirstShare, kOpenExisting, 0);
+    const HANDLE h = m_second.FileSystem().Open(kFile, GetParam().dwSecondAccess,
+                                                GetParam().dwSecondShare, kOpenExisting, 0);
+    EXPECT_EQ(h != InvalidHandle(), GetParam().bOpens);
+    EXPECT_EQ(m_second.Process().LastError(), GetParam().bOpens ? 0u : kErrSharingViolation);
 }
+
+INSTANTIATE_TEST_SUITE_P(Every, FileSharing, testing::ValuesIn(kSharings),
+                         [](const auto& entry) { return std::string(entry.param.pszCase); });
+
+constexpr const WCHAR* kImage = WTEXT("C:\\Windows\\system32\\drivers\\ZelUpx.sys");
+constexpr DWORD kCreateAccess = 0x10030;
+
+class ServiceManager : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_machine.Volume().Put(kImage, {1, 2, 3});
+        m_hManager = m_scm.OpenManager(kManagerAllAccess);
+    }
+    HANDLE Create()
+    {
+        return m_scm.Create(m_hManager, {WTEXT("ZelUpx"), WTEXT("ZelUpx Driver"), kCreateAccess,
+                                         kServiceKernelDriver, kServiceDemandStart,
+                                         kServiceErrorIgnore, kImage});
+    }
+    HANDLE OpenControlDevice()
+    {
+        return m_machine.DeviceFile().Open(WTEXT("\\\\.\\ZelUpx"), kGenericRead, 0, kOpenExisting,
+                                           0);
+    }
+    DWORD State(HANDLE hService)
+    {
+        SERVICE_STATE state = {};
+        EXPECT_TRUE(m_scm.Query(hService, &state));
+        return state.dwCurrentState;
+    }
+    DWORD LastError() { return m_machine.Process().LastError(); }
+
+    CSimMachine m_machine;
+    CSimServiceManager& m_scm = m_machine.ServiceManager();
+    HANDLE m_hManager = nullptr;
+    SERVICE_STATE m_state = {};
+};
+
+TEST_F(ServiceManager, FinishesAStopOnlyWhenTheLastControlHandleIsClosed)
+{
+    const HANDLE hService = Create();
+    ASSERT_TRUE(m_scm.Start(hService));
+    const HANDLE hDevice = OpenControlDevice();
+    EXPECT_TRUE(m_scm.Control(hService, kControlStop, &m_state));
+    EXPECT_EQ(m_state.dwCurrentState, kStateStopPending);
+    EXPECT_EQ(OpenControlDevice(), InvalidHandle());
+
+    m_machine.DeviceFile().Close(hDevice);
+    const HANDLE hAll = m_scm.OpenNamed(m_hManager, WTEXT("zelupx"), kServiceAllAccess);
+    EXPECT_EQ(State(hAll), kStateStopped);
+    EXPECT_FALSE(m_scm.Control(hService, kControlStop, &m_state));
+    EXPECT_EQ(LastError(), kErrServiceNotActive);
+}
+
+TEST_F(ServiceManager, RemovesAServiceWithItsLastHandle)
+{
+    const HANDLE hService = Create();
+    EXPECT_EQ(Create(), nullptr);
+    EXPECT_EQ(LastError(), kErrServiceExists);
+    ASSERT_TRUE(m_scm.Remove(hService));
+    EXPECT_EQ(Create(), nullptr);
+    EXPECT_EQ(LastError(), kErrServiceMarkedForDelete);
+    EXPECT_FALSE(m_scm.Start(hService));
+    EXPECT_EQ(LastError(), kErrServiceMarkedForDelete);
+    m_scm.Close(hService);
+    EXPECT_EQ(m_scm.OpenNamed(m_hManager, WTEXT("ZelUpx"), kServiceAllAccess), nullptr);
+    EXPECT_EQ(LastError(), kErrServiceDoesNotExist);
+    EXPECT_NE(Create(), nullptr);
+}
+
+TEST_F(ServiceManager, GivesAHandleOnlyTheRightsThatItWasOpenedWith)
+{
+    const HANDLE hService = Create(); // delete, start, stop
+    EXPECT_FALSE(m_scm.Query(hService, &m_state));
+    EXPECT_EQ(LastError(), kErrAccessDenied);
+}
+
+TEST_F(ServiceManager, ProtectsTheFileOfARunningDriver)
+{
+    const HANDLE hService = Create();
+    m_machine.Volume().Put(WTEXT("C:\\Temp\\new.sys"), {9});
+    ASSERT_TRUE(m_scm.Start(hService));
+    CSimFileSystem& files = m_machine.FileSystem();
+    EXPECT_FALSE(files.Copy(WTEXT("C:\\Temp\\new.sys"), kImage, false));
+    EXPECT_EQ(LastError(), kErrSharingViolation);
+    m_scm.Control(hService, kControlStop, &m_state);
+    EXPECT_TRUE(files.Copy(WTEXT("C:\\Temp\\new.sys"), kImage, false));
+}
+
+struct Like
+{
+    const char* pszCase;
+    const WCHAR* pszPattern;
+    const WCHAR* pszText;
+    bool bMatches;
+};
+
+const Like kLikes[] = {
+    {"Tail", WTEXT("ab%%"), WTEXT("abc_0"), true},
+    {"NoTail", WTEXT("ab"), WTEXT("abc"), false},
+    {"AnyCharacter", WTEXT("a_c"), WTEXT("axc"), true},
+    {"EscapedUnderscore", WTEXT("a[_]c"), WTEXT("axc"), false},
+    {"RealUnderscore", WTEXT("a[_]c"), WTEXT("a_c"), true},
+    {"Range", WTEXT("[a-c]"), WTEXT("B"), true},
+    {"Not", WTEXT("[^a-c]"), WTEXT("b"), false},
+    {"SetThatNeverEnds", WTEXT("[a"), WTEXT("a"), false},
+    {"Backtracking", WTEXT("%ab%c"), WTEXT("aabxabc"), true},
+};
+
+class LikePattern : public testing::TestWithParam<Like>
+{};
+
+TEST_P(LikePattern, MatchesAsTheQueryLanguageSays)
+{
+    EXPECT_EQ(CSimLikePattern(GetParam().pszPattern).Matches(GetParam().pszText),
+              GetParam().bMatches);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, LikePattern, testing::ValuesIn(kLikes),
+                         [](const auto& entry) { return std::string(entry.param.pszCase); });
+
+TEST(PowerSwitch, AnswersAsTheSystemWouldOutOfOrder)
+{
+    CSimMachine machine;
+    CSimPowerSwitch& power = machine.PowerSwitch();
+    machine.Tree().AddHub(machine.RootHub(), 1, {});
+    HANDLE hLocator = nullptr;
+    HANDLE hServices = nullptr;
+    HANDLE hEnum = nullptr;
+    EXPECT_LT(power.CreateLocator(&hLocator), 0) << "no apartment";
+    ASSERT_EQ(power.InitializeCom(2), kHrOk);
+    EXPECT_EQ(power.InitializeCom(2), kHrFalse);
+    ASSERT_EQ(power.InitializeSecurity(-1, 1, 4, 0), kHrOk);
+    EXPECT_EQ(power.InitializeSecurity(-1, 1, 4, 0), kHrTooLate);
+    ASSERT_EQ(power.CreateLocator(&hLocator), kHrOk);
+    ASSERT_EQ(power.ConnectServer(hLocator, WTEXT("ROOT\\WMI"), &hServices), kHrOk);
+    ASSERT_EQ(power.SetProxyBlanket(hServices, 10, 0, 3, 3, 0), kHrOk);
+    const auto query = [&](const WCHAR* pszPattern) {
+        const WString strQuery =
+            WTEXT("SELECT * FROM MSPower_DeviceEnable WHERE InstanceName LIKE \"") +
+            WString(pszPattern) + WTEXT("\"");
+        return power.ExecQuery(hServices, WTEXT("WQL"), strQuery.c_str(), 0x30, &hEnum);
+    };
+    EXPECT_LT(query(WTEXT("USB\\X%%")), 0) << "a single backslash is no literal";
+    ASSERT_EQ(query(WTEXT("USB\\\\%%")), kHrOk);
+    HANDLE hObject = nullptr;
+    DWORD dwReturned = 0;
+    ASSERT_EQ(power.Next(hEnum, -1, &hObject, &dwReturned), kHrOk);
+    machine.Traits().bElevated = false;
+    EXPECT_LT(power.PutInstance(hServices, hObject, 1), 0);
+    power.UninitializeCom();
+    power.UninitializeCom();
+    EXPECT_EQ(power.ComDepth(), 0);
+    EXPECT_EQ(machine.Handles().Open().size(), 4u) << "locator, services, enumerator, object";
+}
+
+TEST(Companion, RefusesWhatIsNotExactlyARequest)
+{
+    const auto reasonFor = [](const std::string& strBytes) {
+        SimCompanionRequest request;
+        return CSimCompanion::Decode(reinterpret_cast<const BYTE*>(strBytes.data()),
+                                     strBytes.size(), &request);
+    };
+    using namespace std::string_literals;
+    EXPECT_EQ(reasonFor("\0a\0\0\0b\0c\0\0\0\0\0"s), nullptr);
+    EXPECT_NE(reasonFor("\2a\0\0\0\0\0"s), nullptr) << "switch byte";
+    EXPECT_NE(reasonFor("\0a\0\0\0"s), nullptr) << "no closing zero";
+    EXPECT_NE(reasonFor("\0a\0\0\0\0"s), nullptr) << "odd text";
+    EXPECT_NE(reasonFor("\0a\0\0\0\0\0\0\0"s), nullptr) << "too much behind the list";
+    EXPECT_NE(reasonFor("\0\0\0"s), nullptr) << "empty list";
+}
+
 } // namespace

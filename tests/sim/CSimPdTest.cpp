@@ -16,10 +16,10 @@ constexpr auto kNak = SimI2cAnswer::Nak;
 class Pd : public testing::Test
 {
 protected:
-    void Build(const SimPdSettings& settings = {}, unsigned nBank = 0)
+    void Build(const SimPdSettings& settings = {})
     {
         m_pPd = std::make_unique<CSimPd>(m_clock, settings);
-        m_pPd->LoadImage(m_old, nBank);
+        m_pPd->LoadImage(m_old, 0);
     }
 
     SimI2cAnswer Out(BYTE cmd, USHORT offset, const Bytes& data = {})
@@ -43,33 +43,16 @@ protected:
             data[0] = 1;
         return Out(0x01, kKey, data);
     }
-    bool WriteImage(unsigned nBank, const Bytes& image)
+    /// Writes the bank that does not run.
+    bool WriteImage(const Bytes& image)
     {
-        constexpr BYTE kCommands[2][2] = {{0x04, 0x06}, {0x13, 0x14}};
-        for (std::size_t block = 0; block < image.size(); block += 256) {
-            const std::size_t end = std::min(block + 256, image.size());
-            for (std::size_t at = block; at < end; at += 29) {
-                const Bytes unit(image.begin() + static_cast<std::ptrdiff_t>(at),
-                                 image.begin() +
-                                     static_cast<std::ptrdiff_t>(std::min(at + 29, end)));
-                const BYTE cmd = kCommands[nBank][at >> 16];
-                if (Out(cmd, static_cast<USHORT>(at & 0xFFFF), unit) != kAck)
-                    return false;
-            }
+        for (std::size_t at = 0; at < image.size(); at += 16) {
+            const Bytes unit(&image[at], &image[at] + std::min<std::size_t>(16, image.size() - at));
+            const BYTE cmd = at < 0x10000 ? 0x13 : 0x14;
+            if (Out(cmd, static_cast<USHORT>(at & 0xFFFF), unit) != kAck)
+                return false;
         }
         return true;
-    }
-    /// Writes the other bank, lets it be checked, marks the running one, starts anew.
-    bool Update()
-    {
-        const unsigned nTo = 1 - m_pPd->Banks().ActiveBank();
-        if (Enable(3) != kAck || !WriteImage(nTo, m_new))
-            return false;
-        if (In(0x35, nTo == 1 ? 0x100 : 0, 1) != Bytes{2})
-            return false;
-        if (Out(nTo == 1 ? 0x04 : 0x13, 0x7EF0, {0, 0}) != kAck)
-            return false;
-        return ResetToFlash();
     }
     bool ResetToFlash()
     {
@@ -90,54 +73,11 @@ protected:
     std::unique_ptr<CSimPd> m_pPd;
 };
 
-TEST_F(Pd, StatusTellsCodeVersionAndBank)
-{
-    for (unsigned nBank = 0; nBank < 2; ++nBank) {
-        Build({}, nBank);
-        const Bytes status = In(0x3A, 0, 20);
-        ASSERT_EQ(status.size(), 20u);
-        EXPECT_NE(status[0], 0);
-        EXPECT_EQ(status[3], 1);
-        EXPECT_EQ(status[4], 2);
-        EXPECT_EQ(status[13] & 0x0C, 0x04);
-        EXPECT_EQ(status[14] & 0x10, nBank == 1 ? 0x10 : 0);
-    }
-}
-
-TEST_F(Pd, RomCodeRunsAfterItsResetAndSaysSo)
-{
-    Build();
-    ASSERT_EQ(Out(0x02, kKey, {1}), kAck);
-    m_clock.Advance(10'000);
-    EXPECT_TRUE(In(0x3A, 0, 20).empty());
-    m_clock.Advance(1'000'000);
-    const Bytes status = In(0x3A, 0, 20);
-    ASSERT_EQ(status.size(), 20u);
-    EXPECT_EQ(status[0], 0);
-    EXPECT_EQ(status[13] & 0x0C, 0);
-    EXPECT_TRUE(ResetToFlash());
-    EXPECT_TRUE(m_pPd->Runs(m_old));
-}
-
-TEST_F(Pd, UpdatesGoBackAndForthBetweenTheBanks)
-{
-    Build();
-    EXPECT_TRUE(Update());
-    EXPECT_EQ(m_pPd->Banks().ActiveBank(), 1u);
-    EXPECT_TRUE(m_pPd->Runs(m_new));
-    EXPECT_TRUE(m_pPd->Banks().IsMarked(0));
-    EXPECT_TRUE(m_pPd->Banks().IsComplete(0));
-    EXPECT_TRUE(Update());
-    EXPECT_EQ(m_pPd->Banks().ActiveBank(), 0u);
-    EXPECT_TRUE(m_pPd->Runs(m_new));
-    EXPECT_EQ(m_pPd->Misuse().Count(), 0u) << m_pPd->Misuse().Text();
-}
-
 TEST_F(Pd, WithoutTheMarkTheOldBankStartsAgain)
 {
     Build();
     ASSERT_EQ(Enable(3), kAck);
-    ASSERT_TRUE(WriteImage(1, m_new));
+    ASSERT_TRUE(WriteImage(m_new));
     EXPECT_TRUE(ResetToFlash());
     EXPECT_TRUE(m_pPd->Runs(m_old));
 }
@@ -148,7 +88,7 @@ TEST_F(Pd, ValidationMarksTheOldBankItself)
     settings.bIspValidation = true;
     Build(settings);
     ASSERT_EQ(Enable(3), kAck);
-    ASSERT_TRUE(WriteImage(1, m_new));
+    ASSERT_TRUE(WriteImage(m_new));
     ASSERT_EQ(Enable(1), kAck);
     EXPECT_EQ(Out(0x16, 1), kAck);
     EXPECT_TRUE(ResetToFlash());
@@ -161,19 +101,6 @@ TEST_F(Pd, ValidationMarksTheOldBankItself)
     EXPECT_FALSE(m_pPd->Banks().IsMarked(1));
 }
 
-TEST_F(Pd, ControllerWithoutAnyCheckStartsWhatWasWritten)
-{
-    SimPdSettings settings;
-    settings.bCrcCheck = false;
-    Build(settings);
-    ASSERT_EQ(Enable(3), kAck);
-    ASSERT_TRUE(WriteImage(1, m_new));
-    EXPECT_TRUE(ResetToFlash());
-    EXPECT_TRUE(m_pPd->Runs(m_new));
-    EXPECT_TRUE(ResetToFlash());
-    EXPECT_TRUE(m_pPd->Runs(m_new)); // no way back without a new download
-}
-
 TEST_F(Pd, CrcCheckTellsGoodBadAndNothing)
 {
     Build();
@@ -182,7 +109,7 @@ TEST_F(Pd, CrcCheckTellsGoodBadAndNothing)
     Bytes bad = m_new;
     bad[5] ^= 1;
     ASSERT_EQ(Enable(3), kAck);
-    ASSERT_TRUE(WriteImage(1, bad));
+    ASSERT_TRUE(WriteImage(bad));
     EXPECT_EQ(In(0x35, 0x100, 1), Bytes{CSimPdBanks::kCrcBad});
     m_pPd->Banks().SetNextCrcResult(7);
     EXPECT_EQ(In(0x35, 0, 1), Bytes{7});
@@ -202,19 +129,6 @@ TEST_F(Pd, EraseSparesTheRunningBankButNotInRom)
     EXPECT_EQ(m_pPd->Banks().Bank(0), Bytes(CSimPdBanks::kBankSize, 0xFF));
     EXPECT_TRUE(ResetToFlash());
     EXPECT_FALSE(m_pPd->Banks().RunsFlash());
-}
-
-TEST_F(Pd, ReadsItsFlashInFourSegments)
-{
-    Build();
-    m_pPd->LoadImage(m_new, 1);
-    const auto expected = [](const Bytes& image, std::ptrdiff_t at) {
-        return Bytes(image.begin() + at, image.begin() + at + 31);
-    };
-    EXPECT_EQ(In(0x24, 0x0100, 31), expected(m_old, 0x100));
-    EXPECT_EQ(In(0x26, 0x0100, 31), Bytes(31, 0xFF));
-    EXPECT_EQ(In(0x33, 0x0100, 31), expected(m_new, 0x100));
-    EXPECT_EQ(In(0x34, 0x0100, 31), expected(m_new, 0x10100));
 }
 
 /// One bus write or read that no controller forgives.
@@ -275,7 +189,7 @@ TEST_F(Pd, MarkNeedsAGoodCheckOfTheOtherBankAfterTheLastWrite)
 {
     Build();
     ASSERT_EQ(Enable(3), kAck);
-    ASSERT_TRUE(WriteImage(1, m_new));
+    ASSERT_TRUE(WriteImage(m_new));
     ASSERT_EQ(In(0x35, 0, 1), Bytes{2}); // the running bank's own check does not count
     EXPECT_EQ(Out(0x04, 0x7EF0, {0, 0}), kNak);
     ASSERT_EQ(In(0x35, 0x100, 1), Bytes{2});
@@ -294,28 +208,6 @@ TEST_F(Pd, UnwrittenBitsNeedANewEnable)
     EXPECT_EQ(Out(0x13, 0, {0x01}), kNak);
     ASSERT_EQ(Enable(3), kAck);
     EXPECT_EQ(Out(0x13, 0, {0x01}), kAck);
-}
-
-TEST_F(Pd, SurvivesAPowerCutAtEveryFlashOperation)
-{
-    Build();
-    ASSERT_TRUE(Update());
-    const auto nOperations = m_pPd->FlashOperations();
-    ASSERT_GT(nOperations, 2000u);
-    for (const auto eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
-        for (std::uint64_t n = 0; n < nOperations; n += n + 40 < nOperations ? 37 : 1) {
-            SCOPED_TRACE(testing::Message() << "operation " << n);
-            Build();
-            m_pPd->LosePowerAt(n, eWhen);
-            EXPECT_FALSE(Update());
-            EXPECT_TRUE(In(0x3A, 0, 20).empty());
-            m_pPd->PowerUp();
-            const bool bMarked = n == nOperations - 1 && eWhen != SimPowerCut::Before;
-            EXPECT_TRUE(m_pPd->Runs(m_old) || (bMarked && m_pPd->Runs(m_new)));
-            EXPECT_TRUE(Update());
-            EXPECT_TRUE(m_pPd->Runs(m_new));
-        }
-    }
 }
 
 TEST_F(Pd, BusFaultsNakStretchHoldAndCorrupt)
@@ -350,33 +242,6 @@ TEST_F(Pd, BusFaultsNakStretchHoldAndCorrupt)
     const auto usBefore = m_clock.Now();
     EXPECT_EQ(Enable(1), kAck);
     EXPECT_GE(m_clock.Now() - usBefore, 70'000u);
-}
-
-TEST_F(Pd, ResetMayBeLateOrNeverReturn)
-{
-    Build();
-    m_pPd->SetNextReturn({1'000, 9'000'000, false, false});
-    EXPECT_EQ(Out(0x05, kKey, {1}), kAck);
-    m_clock.Advance(8'000'000);
-    EXPECT_FALSE(m_pPd->IsOnBus());
-    m_clock.Advance(2'000'000);
-    EXPECT_TRUE(m_pPd->IsOnBus());
-    m_pPd->SetNextReturn({1'000, 0, false, true});
-    EXPECT_EQ(Out(0x05, kKey, {1}), kAck);
-    m_clock.Advance(100'000'000);
-    EXPECT_FALSE(m_pPd->IsOnBus());
-    m_pPd->PowerUp();
-    EXPECT_EQ(Enable(1), kAck);
-}
-
-TEST_F(Pd, WhatIsKeptSurvivesTheProcess)
-{
-    Build();
-    ASSERT_TRUE(Update());
-    CSimPd other(m_clock);
-    other.Restore(m_pPd->Keep(), true);
-    EXPECT_TRUE(other.Runs(m_new));
-    EXPECT_EQ(other.Banks().ActiveBank(), 1u);
 }
 
 } // namespace

@@ -47,22 +47,6 @@ protected:
     CSimSmbusMemory m_device;
 };
 
-TEST_F(Smbus, ConfigurationEnablesTheRegisters)
-{
-    m_bus.SetHostc(0x00);
-    EXPECT_EQ(Get(0), 0xFF);
-    m_bus.Write(0xCF8, 0x80018940, 4);
-    EXPECT_EQ(m_bus.Read(0xCFC, 4), 0u);
-    m_bus.Write(0xCFC, 0x01, 4);
-    EXPECT_EQ(m_bus.Read(0xCFC, 4), 1u);
-    EXPECT_EQ(Get(0), 0x00);
-    m_bus.Write(0xCF8, 0x80018840, 4);
-    EXPECT_EQ(m_bus.Read(0xCFC, 4), 0xFFFFFFFFu);
-    m_bus.SetPresent(false);
-    m_bus.Write(0xCF8, 0x80018940, 4);
-    EXPECT_EQ(m_bus.Read(0xCFC, 4), 0xFFFFFFFFu);
-}
-
 TEST_F(Smbus, ReadingTheStatusTakesTheInUseFlag)
 {
     EXPECT_EQ(Get(0), 0x00);
@@ -85,45 +69,6 @@ TEST_F(Smbus, BufferIsReadBackBehindItsIndex)
     EXPECT_EQ(Misuse(), "");
     (void)Get(7);
     EXPECT_EQ(Misuse(), "buffer index not set back after 32 bytes\n");
-}
-
-TEST_F(Smbus, BufferedWriteReachesTheDeviceInItsTime)
-{
-    Address(kAddress, 0x10);
-    FillBuffer({0xA1, 0xA2, 0xA3});
-    Set(2, 0x54);
-    EXPECT_EQ(Get(0) & 0x03, 0x01);
-    EXPECT_TRUE(m_device.Blocks().empty());
-    EXPECT_EQ(Wait(), 0x02);
-    EXPECT_EQ(m_device.Blocks()[0x10], (Bytes{0xA1, 0xA2, 0xA3}));
-    Set(0, 0x02);
-    EXPECT_EQ(Get(0) & 0x1F, 0);
-    EXPECT_EQ(Misuse(), "");
-}
-
-TEST_F(Smbus, BufferedReadTellsCountAndBytes)
-{
-    m_device.Blocks()[0x11] = {7, 8};
-    Address(kAddress | 1, 0x11);
-    Set(0xD, 0x02);
-    Set(2, 0x54);
-    EXPECT_EQ(Wait(), 0x02);
-    EXPECT_EQ(Get(5), 2);
-    (void)Get(2);
-    EXPECT_EQ(Get(7), 7);
-    EXPECT_EQ(Get(7), 8);
-}
-
-TEST_F(Smbus, NobodyThereOrUnknownCommandIsADeviceError)
-{
-    Address(0x60, 0x10);
-    FillBuffer({1});
-    Set(2, 0x54);
-    EXPECT_EQ(Wait(), 0x04);
-    Address(kAddress | 1, 0x77);
-    Set(2, 0x54);
-    EXPECT_EQ(Wait(), 0x04);
-    EXPECT_EQ(Misuse(), "");
 }
 
 TEST_F(Smbus, BytewiseWriteWaitsForEachByte)
@@ -168,18 +113,6 @@ TEST_F(Smbus, BytewiseReadNeedsItsLastByteAnnounced)
     }
 }
 
-TEST_F(Smbus, BytewiseReadOfNothingEndsAtOnce)
-{
-    m_device.Blocks()[0x14] = {};
-    Address(kAddress | 1, 0x14);
-    Set(2, 0x54);
-    m_clock.Advance(10'000);
-    EXPECT_EQ(Get(0) & 0x9F, 0x81);
-    EXPECT_EQ(Get(5), 0);
-    Set(0, 0x80);
-    EXPECT_EQ(Get(0) & 0x9F, 0x02);
-}
-
 TEST_F(Smbus, PacketErrorCodesMustBeSentWhereTheyAreWanted)
 {
     m_device.SetNeedsPec(true);
@@ -191,27 +124,6 @@ TEST_F(Smbus, PacketErrorCodesMustBeSentWhereTheyAreWanted)
     Set(0xD, 0x03);
     Set(2, 0x54);
     EXPECT_EQ(Wait(), 0x02);
-}
-
-TEST_F(Smbus, FaultsSetTheirBits)
-{
-    const std::pair<SimSmbusFault, BYTE> faults[] = {{SimSmbusFault::DevErr, 0x04},
-                                                     {SimSmbusFault::BusErr, 0x08},
-                                                     {SimSmbusFault::Failed, 0x10},
-                                                     {SimSmbusFault::Crc, 0x04},
-                                                     {SimSmbusFault::Hang, 0x01}};
-    for (const auto& [eFault, byStatus] : faults) {
-        m_bus.FailTransaction(m_bus.Transactions(), eFault);
-        Address(kAddress, 0x10);
-        FillBuffer({1});
-        Set(2, 0x54);
-        EXPECT_EQ(Wait(), byStatus);
-        EXPECT_EQ(Get(0xC), eFault == SimSmbusFault::Crc ? 1 : 0);
-        Set(0xC, 0x01);
-    }
-    Set(2, 0x02); // the hang is killed
-    EXPECT_EQ(Get(0) & 0x1F, 0x10);
-    EXPECT_TRUE(m_device.Blocks().empty());
 }
 
 struct SmbusAbuse

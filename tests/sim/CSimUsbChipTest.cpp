@@ -17,16 +17,6 @@ protected:
     }
 };
 
-TEST_F(Faults, HitTheCountedTransferAlone)
-{
-    Hub().Faults().At(1, Of(SimFaultKind::Fail, kErrBusy));
-    EXPECT_EQ(Enable(1), 0u);
-    EXPECT_EQ(Enable(3), kErrBusy);
-    EXPECT_EQ(Hub().Enable(), 1);
-    EXPECT_EQ(Enable(3), 0u);
-    EXPECT_EQ(Hub().Transfers(), 3u);
-}
-
 TEST_F(Faults, CanBeTiedToARequestAndRepeat)
 {
     SimFault fault = Of(SimFaultKind::Stall);
@@ -40,38 +30,46 @@ TEST_F(Faults, CanBeTiedToARequestAndRepeat)
     EXPECT_EQ(Enable(1), 0u);
 }
 
-TEST_F(Faults, TimeOutLetsItsWholeTimePass)
+/// One fault at the second of three requests, and whether the request acted all the same.
+struct FaultCase
 {
-    Hub().Faults().At(0, Of(SimFaultKind::TimeOut));
+    const char* pszCase;
+    SimFaultKind eKind;
+    DWORD dwCode;
+    bool bActs;
+    DWORD dwError;
+    DWORD dwUsbdStatus;
+};
+
+class FaultOfARequest : public Faults, public testing::WithParamInterface<FaultCase>
+{};
+
+TEST_P(FaultOfARequest, HitsTheCountedTransferAlone)
+{
+    SimFault fault = Of(GetParam().eKind, GetParam().dwCode);
+    fault.bActs = GetParam().bActs;
+    Hub().Faults().At(1, fault);
+    EXPECT_EQ(Enable(1), 0u);
     const auto usBefore = m_clock.Now();
-    EXPECT_EQ(Enable(1), kErrSemTimeout);
-    EXPECT_GE(m_clock.Now() - usBefore, 5'000'000u);
-    EXPECT_EQ(Hub().Enable(), 0);
+    const auto res = Send(0x40, REQ_VDCMD_ENABLE, 3, VDCMD_ENABLE_KEY, nullptr, 0);
+    EXPECT_EQ(res.dwError, GetParam().dwError);
+    EXPECT_EQ(res.dwUsbdStatus, GetParam().dwUsbdStatus);
+    EXPECT_EQ(m_clock.Now() - usBefore >= 5'000'000, res.dwError == kErrSemTimeout);
+    EXPECT_EQ(Hub().Enable(), GetParam().bActs ? 3 : 1);
+    EXPECT_EQ(Enable(3), 0u);
+    EXPECT_EQ(Hub().Transfers(), 3u);
 }
 
-TEST_F(Faults, AnswerMayBeLostAfterTheDeed)
-{
-    SimFault fault = Of(SimFaultKind::TimeOut);
-    fault.bActs = true;
-    Hub().Faults().At(0, fault);
-    EXPECT_EQ(Enable(1), kErrSemTimeout);
-    EXPECT_EQ(Hub().Enable(), 1);
-}
+const FaultCase kFaultCases[] = {
+    {"Fail", SimFaultKind::Fail, kErrBusy, false, kErrBusy, 0},
+    {"TimeOut", SimFaultKind::TimeOut, 0, false, kErrSemTimeout, 0},
+    {"AnswerLostAfterTheDeed", SimFaultKind::TimeOut, 0, true, kErrSemTimeout, 0},
+    {"UrbStatus", SimFaultKind::UrbStatus, 0xC0000011, false, 0, 0xC0000011},
+    {"Lie", SimFaultKind::Lie, 0, false, 0, 0},
+};
 
-TEST_F(Faults, UrbStatusIsCarriedWithoutAnError)
-{
-    Hub().Faults().At(0, Of(SimFaultKind::UrbStatus, 0xC0000011));
-    const auto res = Send(0x40, REQ_VDCMD_ENABLE, 1, VDCMD_ENABLE_KEY, nullptr, 0);
-    EXPECT_EQ(res.dwError, 0u);
-    EXPECT_EQ(res.dwUsbdStatus, 0xC0000011u);
-    EXPECT_EQ(Hub().Enable(), 0);
-}
-
-TEST_F(Faults, LieReportsAllBytesAndTouchesNothing)
-{
-    Hub().Faults().At(0, Of(SimFaultKind::Lie));
-    EXPECT_EQ(Status(), Bytes(20, 0xCC));
-}
+INSTANTIATE_TEST_SUITE_P(Kinds, FaultOfARequest, testing::ValuesIn(kFaultCases),
+                         [](const auto& fault) { return std::string(fault.param.pszCase); });
 
 TEST_F(Faults, CorruptChangesOneByteEitherWay)
 {
