@@ -2,16 +2,12 @@
 
 #include <deque>
 
-#include "cmd/ECAccess.h"
-#include "sim/CSimEc.h"
+#include "cmd/CRequestCMD.h"
 #include "sim/CSimMachine.h"
 #include "support/CBoundRequestObj.h"
 #include "support/CFakeTransport.h"
-#include "support/CMessageLog.h"
-#include "transport/CPropertyEx.h"
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace
 {
@@ -55,12 +51,13 @@ protected:
 
 TEST_F(EcConversation, AWriteIsCommandRegisterAndValueWithAWaitAroundEach)
 {
-    const CMessageLog log;
-    m_status = {0x00};
-    Write();
-    EXPECT_THAT(m_transport.calls, ElementsAre("in 66", "out 66=81", "in 66", "out 62=10", "in 66",
-                                               "out 62=77", "in 66"));
-    EXPECT_THAT(log.Lines(), IsEmpty());
+    for (const BYTE byStatus : {BYTE{0x00}, BYTE{0x12}}) { // burst mode ends each wait at once
+        m_status = {byStatus};
+        m_transport.calls.clear();
+        Write();
+        EXPECT_THAT(m_transport.calls, ElementsAre("in 66", "out 66=81", "in 66", "out 62=10",
+                                                   "in 66", "out 62=77", "in 66"));
+    }
 }
 
 TEST_F(EcConversation, AReadIsCommandAndRegisterThenTheAnswer)
@@ -90,14 +87,6 @@ TEST_F(EcConversation, ACounterBelowOneMegahertzGivesNoWait)
     EXPECT_EQ(m_machine.Faults().Calls("IClock::Counter"), 0u);
 }
 
-TEST_F(EcConversation, BurstModeEndsTheWaitAtOnce)
-{
-    m_status = {0x12};
-    Write();
-    EXPECT_THAT(m_transport.calls, ElementsAre("in 66", "out 66=81", "in 66", "out 62=10", "in 66",
-                                               "out 62=77", "in 66"));
-}
-
 TEST_F(EcConversation, AReadWaitsForItsAnswerWhateverTheBurstBit)
 {
     m_status = {0x00, 0x00, 0x00, 0x10, 0x10, 0x11};
@@ -123,42 +112,5 @@ TEST_F(EcConversation, AFailedStatusReadLeavesTheOneBefore)
     };
     EXPECT_EQ(Read(), 0xEE) << "the data port could not be read either";
     EXPECT_EQ(m_transport.calls.back(), "in 62");
-}
-
-TEST(Ec, ModelIsWrittenAndReadThroughTheTransport)
-{
-    CSimMachine machine;
-    SetCurrentPlatform(&machine);
-    CSimEc ec(machine.Time(), kCmd, kData);
-    machine.Ports().Claim(kCmd, 1, &ec);
-    machine.Ports().Claim(kData, 1, &ec);
-    {
-        CPropertyEx transport;
-        const CBoundRequestObj bound(transport);
-        CRequestCMD* const pCmd = CRequestCMD::GetRequestObj();
-        pCmd->WriteGeneralECReg(kCmd, kData, 0x44, 0x99);
-        ec.Registers()[0x45] = 0x12;
-        BYTE byValue = 0;
-        pCmd->ReadGeneralECReg(kCmd, kData, 0x45, byValue);
-        EXPECT_EQ(byValue, 0x12);
-        machine.Time().Advance(1000);
-    }
-    EXPECT_EQ(ec.Registers()[0x44], 0x99);
-    EXPECT_EQ(ec.Misuse().Text(), "");
-    SetCurrentPlatform(nullptr);
-}
-
-TEST(ECAccess, RecordsAreBuiltAndCopiedWhole)
-{
-    ECAccessTable table;
-    EXPECT_EQ(table.byFirst + table.bySecond, 0);
-    EXPECT_EQ(table.dwValue, 0u);
-    table.regs[5] = ECAccessReg(true, 0xA7);
-    table.dwValue = 9;
-    ECAccessTable copy;
-    copy = table;
-    EXPECT_TRUE(copy.regs[5].bFlag);
-    EXPECT_EQ(copy.regs[5].byValue, 0xA7);
-    EXPECT_EQ(copy.dwValue, 9u);
 }
 } // namespace

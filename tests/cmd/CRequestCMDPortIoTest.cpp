@@ -35,14 +35,10 @@ protected:
 
 struct ACCESS
 {
-    const char* pszName;
+    const char* pszDriver; ///< what the driver did
     DWORD (*pfnDo)(CRequestCMD& cmd);
     int nMapping;
     DWORD dwValue;
-    DWORD dwFailed;
-    const char* pszDriver;         ///< what the driver did
-    std::vector<std::string> says; ///< with success
-    const char* pszOperation;      ///< as failures name it
 };
 
 DWORD Bits(int n)
@@ -50,182 +46,61 @@ DWORD Bits(int n)
     return static_cast<DWORD>(n);
 }
 
-const std::string kMap0 = "0|CRequestCMD::VoWriteDword64|m_bUseMapping=0\n";
-const std::string kMap1 = "0|CRequestCMD::VoWriteDword64|m_bUseMapping=1\n";
-const std::string kTo = "0|CRequestCMD::VoWriteDword64|CSmBus::VoWriteDword64(): Write to port ";
+constexpr ULONGLONG kHigh = 0x1FE000061;
 
 const ACCESS kAccesses[] = {
-    {"ReadByte32",
-     [](CRequestCMD& c) { return Bits(c.VoReadByte32(0x61)); },
-     0,
-     0xA5,
-     0xFFFFFFFF,
-     "read port 0x61 1 = 0xA5",
-     {},
-     "VoReadByte32"},
-    {"ReadDword32",
-     [](CRequestCMD& c) { return c.VoReadDword32(0xCFC); },
-     0,
-     0x89ABCDEF,
-     0xFFFFFFFF,
-     "read port 0xCFC 4 = 0x89ABCDEF",
-     {},
-     "VoReadDword32"},
-    {"WriteByte32",
-     [](CRequestCMD& c) { return Bits(c.VoWriteByte32(0x61, 0x7E)); },
-     0,
-     0x7E,
-     0,
-     "write port 0x61 1 = 0x7E",
-     {"0|CRequestCMD::VoWriteByte32|VoWriteByte32 dwPort=0x61, byData=0x7e\n"},
-     "VoWriteByte32"},
-    {"WriteDword32",
-     [](CRequestCMD& c) { return c.VoWriteDword32(0xCF8, 0x80018940); },
-     0,
-     0x80018940,
-     0,
-     "write port 0xCF8 4 = 0x80018940",
-     {},
-     "VoWriteDword32"},
-    {"ReadByte64",
-     [](CRequestCMD& c) { return Bits(c.VoReadByte64(0x61)); },
-     0,
-     0xA5,
-     0xFFFFFFFF,
-     "read port 0x61 1 = 0xA5",
-     {},
-     "VoReadByte64"},
-    {"ReadByteMapped",
-     [](CRequestCMD& c) { return Bits(c.VoReadByte64(0x1FE000061)); },
-     1,
-     0xA5,
-     0xFFFFFFFF,
-     "read mapped 0x1FE000061 1 = 0xA5",
-     {},
-     "VoReadByte64"},
-    {"ReadDword64",
-     [](CRequestCMD& c) { return c.VoReadDword64(0x100); },
-     0,
-     0x89ABCDEF,
-     0xFFFFFFFF,
-     "read port 0x100 4 = 0x89ABCDEF",
-     {},
-     "VoReadDword64"},
-    {"ReadDwordMapped",
-     [](CRequestCMD& c) { return c.VoReadDword64(0x1FE000000); },
-     1,
-     0x89ABCDEF,
-     0xFFFFFFFF,
-     "read mapped 0x1FE000000 4 = 0x89ABCDEF",
-     {},
-     "VoReadDword64"},
-    {"ConfigDataIsNeverMapped",
-     [](CRequestCMD& c) { return c.VoReadDword64(0xCFC); },
-     1,
-     0x89ABCDEF,
-     0xFFFFFFFF,
-     "read port 0xCFC 4 = 0x89ABCDEF",
-     {},
-     "VoReadDword64"},
-    {"ReadDwordOfTheConfigAddressIsMapped",
-     [](CRequestCMD& c) { return c.VoReadDword64(0xCF8); },
-     1,
-     0x89ABCDEF,
-     0xFFFFFFFF,
-     "read mapped 0xCF8 4 = 0x89ABCDEF",
-     {},
-     "VoReadDword64"},
-    {"WriteByte64",
-     [](CRequestCMD& c) { return Bits(c.VoWriteByte64(0x61, 5)); },
-     0,
-     5,
-     0,
-     "write port 0x61 1 = 0x5",
-     {"0|CRequestCMD::VoWriteByte64|VoWriteByte64 qwPort=0x61, byData=0x5\n",
-      "0|CRequestCMD::VoWriteByte64|CSmBus::VoWriteByte64(): Write to port 0x00000061 <- 0x05\n"},
-     "VoWriteByte64"},
-    {"WriteByteMapped",
-     [](CRequestCMD& c) { return Bits(c.VoWriteByte64(0x1FE000061, 5)); },
-     1,
-     5,
-     0,
-     "write mapped 0x1FE000061 1 = 0x5",
-     {"0|CRequestCMD::VoWriteByte64|VoWriteByte64 qwPort=0x1fe000061, byData=0x5\n",
-      "0|CRequestCMD::VoWriteByte64|CSmBus::VoWriteByte64(): Write to port 0xFE000061 <- 0x05\n"},
-     "VoWriteByte64"},
-    {"WriteDword64",
-     [](CRequestCMD& c) { return c.VoWriteDword64(0x100, 0xAB); },
-     0,
-     0xAB,
-     0,
-     "write port 0x100 4 = 0xAB",
-     {kMap0, kTo + "0x00000100 <- 0x000000AB\n"},
-     "VoWriteDword64"},
-    {"WriteDwordMapped",
-     [](CRequestCMD& c) { return c.VoWriteDword64(0x100, 0xAB); },
-     1,
-     0xAB,
-     0,
-     "write mapped 0x100 4 = 0xAB",
-     {kMap1, kTo + "0x00000100 <- 0x000000AB\n"},
-     "VoWriteDword64"},
-    {"ConfigAddressIsNeverMapped",
-     [](CRequestCMD& c) { return c.VoWriteDword64(0xCF8, 0xAB); },
-     1,
-     0xAB,
-     0,
-     "write port 0xCF8 4 = 0xAB",
-     {kMap1, kTo + "0x00000CF8 <- 0x000000AB\n"},
-     "VoWriteDword64"},
+    {"read port 0x61 1 = 0xA5", [](CRequestCMD& c) { return Bits(c.VoReadByte32(0x61)); }, 0, 0xA5},
+    {"read port 0xCFC 4 = 0x89ABCDEF", [](CRequestCMD& c) { return c.VoReadDword32(0xCFC); }, 0,
+     0x89ABCDEF},
+    {"write port 0x61 1 = 0x7E", [](CRequestCMD& c) { return Bits(c.VoWriteByte32(0x61, 0x7E)); },
+     0, 0x7E},
+    {"write port 0xCF8 4 = 0xAB", [](CRequestCMD& c) { return c.VoWriteDword32(0xCF8, 0xAB); }, 0,
+     0xAB},
+    {"read port 0x61 1 = 0xA5", [](CRequestCMD& c) { return Bits(c.VoReadByte64(0x61)); }, 0, 0xA5},
+    {"read mapped 0x1FE000061 1 = 0xA5", [](CRequestCMD& c) { return Bits(c.VoReadByte64(kHigh)); },
+     1, 0xA5},
+    {"read port 0x100 4 = 0x89ABCDEF", [](CRequestCMD& c) { return c.VoReadDword64(0x100); }, 0,
+     0x89ABCDEF},
+    {"read mapped 0x1FE000061 4 = 0x89ABCDEF",
+     [](CRequestCMD& c) { return c.VoReadDword64(kHigh); }, 1, 0x89ABCDEF},
+    // A read of the configuration's data is never mapped, nor is a write of its address.
+    {"read port 0xCFC 4 = 0x89ABCDEF", [](CRequestCMD& c) { return c.VoReadDword64(0xCFC); }, 1,
+     0x89ABCDEF},
+    {"read mapped 0xCF8 4 = 0x89ABCDEF", [](CRequestCMD& c) { return c.VoReadDword64(0xCF8); }, 1,
+     0x89ABCDEF},
+    {"write port 0xCF8 4 = 0xAB", [](CRequestCMD& c) { return c.VoWriteDword64(0xCF8, 0xAB); }, 1,
+     0xAB},
+    {"write port 0x61 1 = 0x5", [](CRequestCMD& c) { return Bits(c.VoWriteByte64(0x61, 5)); }, 0,
+     5},
+    {"write mapped 0x1FE000061 1 = 0x5",
+     [](CRequestCMD& c) { return Bits(c.VoWriteByte64(kHigh, 5)); }, 1, 5},
+    {"write port 0x100 4 = 0xAB", [](CRequestCMD& c) { return c.VoWriteDword64(0x100, 0xAB); }, 0,
+     0xAB},
+    {"write mapped 0x100 4 = 0xAB", [](CRequestCMD& c) { return c.VoWriteDword64(0x100, 0xAB); }, 1,
+     0xAB},
 };
 
-class Access : public PortAccess, public testing::WithParamInterface<ACCESS>
+TEST_F(PortAccess, ReachesTheDriverInItsLayoutAndFailsWithItsSign)
 {
-protected:
-    DWORD Do()
-    {
-        CRequestCMDTestAccess::SetMapping(GetParam().nMapping);
-        return GetParam().pfnDo(m_cmd);
+    for (const ACCESS& access : kAccesses) {
+        SCOPED_TRACE(std::string(access.pszDriver) + (access.nMapping != 0 ? " with mapping" : ""));
+        CRequestCMDTestAccess::SetMapping(access.nMapping);
+        const bool bRead = access.pszDriver[0] == 'r';
+        const DWORD dwFailed = bRead ? 0xFFFFFFFF : 0;
+
+        m_machine.PortDriver().ClearLog();
+        EXPECT_EQ(access.pfnDo(m_cmd), access.dwValue);
+        EXPECT_THAT(m_machine.PortDriver().Log(), ElementsAre(access.pszDriver));
+        EXPECT_THAT(m_machine.PortDriver().Rejections(), IsEmpty());
+
+        m_machine.PortDriver().LieAboutLength(3); // a write asks for nothing back
+        EXPECT_EQ(access.pfnDo(m_cmd), bRead ? dwFailed : access.dwValue);
+        m_machine.PortDriver().LieAboutLength(0);
+
+        m_machine.Faults().FailNext("IDeviceFile::Control", 1167);
+        EXPECT_EQ(access.pfnDo(m_cmd), dwFailed);
     }
-    std::string Says(const std::string& strOperation, const std::string& strRest) const
-    {
-        return std::string("1|CRequestCMD::") + GetParam().pszOperation +
-               "|CSmBus::" + strOperation + "(): DeviceIoControl() " + strRest;
-    }
-};
-
-TEST_P(Access, ReachesTheDriverInItsLayout)
-{
-    EXPECT_EQ(Do(), GetParam().dwValue);
-    EXPECT_THAT(m_machine.PortDriver().Log(), ElementsAre(GetParam().pszDriver));
-    EXPECT_THAT(m_machine.PortDriver().Rejections(), IsEmpty());
-    EXPECT_EQ(m_log.Lines(), GetParam().says);
 }
-
-TEST_P(Access, ReportsAFailedRequestWithItsError)
-{
-    m_machine.Faults().FailNext("IDeviceFile::Control", 1167);
-    EXPECT_EQ(Do(), GetParam().dwFailed);
-    EXPECT_EQ(m_log.Lines().back(), Says(GetParam().pszOperation, "FAILED! ==> 1167\n"));
-}
-
-TEST_P(Access, TakesNoReadOfAnotherLength)
-{
-    m_machine.PortDriver().LieAboutLength(3);
-    const bool bRead = GetParam().dwFailed != 0;
-    EXPECT_EQ(Do(), bRead ? GetParam().dwFailed : GetParam().dwValue);
-    if (!bRead)
-        return; // a write asks for nothing back
-    const std::string strOperation = GetParam().pszOperation;
-    const bool bByte = strOperation.find("Byte") != std::string::npos;
-    EXPECT_THAT(m_log.Lines(),
-                ElementsAre(Says(strOperation == "VoReadByte64" ? "VoReadByte3264" : strOperation,
-                                 std::string("OK! ==> dwReturnedLength =  3, dwDataLength = ") +
-                                     (bByte ? "1\n" : "4\n"))));
-}
-
-INSTANTIATE_TEST_SUITE_P(All, Access, testing::ValuesIn(kAccesses),
-                         [](const auto& row) { return std::string(row.param.pszName); });
 
 struct DISPATCH
 {
@@ -233,56 +108,41 @@ struct DISPATCH
     int nWinNT;
     int nMapping;
     int nWow64;
-    std::vector<std::string> driver;
+    const char* pszSpace; ///< null: nothing is reached
 };
 
 const DISPATCH kDispatches[] = {
-    {"NotStarted", 0, 0, 0, {}},
-    {"Started",
-     1,
-     0,
-     0,
-     {"read port 0x61 1 = 0xA5", "read port 0x100 4 = 0x89ABCDEF", "write port 0x61 1 = 0x1",
-      "write port 0x100 4 = 0x2"}},
-    {"StartedUnderWow64",
-     1,
-     0,
-     1,
-     {"read port 0x61 1 = 0xA5", "read port 0x100 4 = 0x89ABCDEF", "write port 0x61 1 = 0x1",
-      "write port 0x100 4 = 0x2"}},
-    {"MappedUnderWow64",
-     0,
-     1,
-     1,
-     {"read mapped 0x61 1 = 0xA5", "read mapped 0x100 4 = 0x89ABCDEF", "write mapped 0x61 1 = 0x1",
-      "write mapped 0x100 4 = 0x2"}},
-    {"MappingNeedsTheWideLayout",
-     0,
-     1,
-     0,
-     {"read port 0x61 1 = 0xA5", "read port 0x100 4 = 0x89ABCDEF", "write port 0x61 1 = 0x1",
-      "write port 0x100 4 = 0x2"}},
+    {"not started", 0, 0, 0, nullptr},
+    {"started", 1, 0, 0, "port"},
+    {"started under WOW64", 1, 0, 1, "port"},
+    {"mapped under WOW64", 0, 1, 1, "mapped"},
+    {"mapping needs the wide layout", 0, 1, 0, "port"},
 };
 
-class Dispatch : public PortAccess, public testing::WithParamInterface<DISPATCH>
-{};
-
-TEST_P(Dispatch, ChoosesTheLayout)
+TEST_F(PortAccess, TheLayoutIsChosenByWhatIsSet)
 {
-    CRequestCMDTestAccess::SetWinNT(GetParam().nWinNT);
-    CRequestCMDTestAccess::SetMapping(GetParam().nMapping);
-    CRequestCMDTestAccess::SetWow64(GetParam().nWow64);
-    const bool bAny = !GetParam().driver.empty();
-    EXPECT_EQ(m_cmd.VoInputByte(0x61), bAny ? 0xA5 : 0);
-    EXPECT_EQ(m_cmd.VoInputDword(0x100), bAny ? 0x89ABCDEF : 0u);
-    EXPECT_EQ(m_cmd.VoOutputByte(0x61, 1), bAny ? 1 : 0);
-    EXPECT_EQ(m_cmd.VoOutputDword(0x100, 2), bAny ? 2u : 0u);
-    EXPECT_EQ(m_machine.PortDriver().Log(), GetParam().driver);
+    for (const DISPATCH& given : kDispatches) {
+        SCOPED_TRACE(given.pszCase);
+        CRequestCMDTestAccess::SetWinNT(given.nWinNT);
+        CRequestCMDTestAccess::SetMapping(given.nMapping);
+        CRequestCMDTestAccess::SetWow64(given.nWow64);
+        m_machine.PortDriver().ClearLog();
+        const bool bAny = given.pszSpace != nullptr;
+        EXPECT_EQ(m_cmd.VoInputByte(0x61), bAny ? 0xA5 : 0);
+        EXPECT_EQ(m_cmd.VoInputDword(0x100), bAny ? 0x89ABCDEF : 0u);
+        EXPECT_EQ(m_cmd.VoOutputByte(0x61, 1), bAny ? 1 : 0);
+        EXPECT_EQ(m_cmd.VoOutputDword(0x100, 2), bAny ? 2u : 0u);
+        std::vector<std::string> did;
+        if (bAny) {
+            const std::string strSpace = given.pszSpace;
+            did = {"read " + strSpace + " 0x61 1 = 0xA5",
+                   "read " + strSpace + " 0x100 4 = 0x89ABCDEF",
+                   "write " + strSpace + " 0x61 1 = 0x1", "write " + strSpace + " 0x100 4 = 0x2"};
+        }
+        EXPECT_EQ(m_machine.PortDriver().Log(), did);
+    }
     CRequestCMDTestAccess::SetWinNT(1);
 }
-
-INSTANTIATE_TEST_SUITE_P(All, Dispatch, testing::ValuesIn(kDispatches),
-                         [](const auto& row) { return std::string(row.param.pszCase); });
 
 TEST_F(PortAccess, TheShortLayoutCutsThePortTo32Bits)
 {

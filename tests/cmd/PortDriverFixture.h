@@ -19,14 +19,6 @@ protected:
 
     int Start() { return m_cmd.XH_InitVoPortDriver(1, 2, 3); }
 
-    /// The last lines of the log, as many as the matcher wants.
-    std::vector<std::string> LastLines(size_t n) const
-    {
-        const auto& vLines = m_log.Lines();
-        return {vLines.end() - static_cast<std::ptrdiff_t>(std::min(n, vLines.size())),
-                vLines.end()};
-    }
-
     CSimMachine m_machine;
     CRequestCMD& m_cmd = *CRequestCMD::GetRequestObj();
     CMessageLog m_log;

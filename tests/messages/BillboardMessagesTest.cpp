@@ -158,5 +158,6 @@ TEST(BillboardMessages, OfAFailedClose)
     EXPECT_EQ(stage.cmd.KyBBPD_CloseBillBoardDevice(), 0);
 
     ExpectTranscript("billboard_not_closed", recorder);
+    EXPECT_EQ(stage.cmd.KyBBPD_CloseBillBoardDevice(), 1) << "the object is gone all the same";
 }
 } // namespace
