@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iomanip>
 
 namespace
 {
@@ -17,16 +16,14 @@ bool IsIn(BYTE byType)
 std::ostream& operator<<(std::ostream& out, const Request& request)
 {
     char text[128];
-    (void)std::snprintf(text, sizeof(text), "%02x/%02x value %04x index %04x length %u %u ms",
+    (void)std::snprintf(text, sizeof(text), "%02x/%02x value %04x index %04x length %u %u ms sent",
                         request.byType, request.byRequest, request.wValue, request.wIndex,
                         static_cast<unsigned>(request.dwLength),
                         static_cast<unsigned>(request.dwTimeoutMs));
     out << text;
-    const std::size_t cbShown = std::min<std::size_t>(request.vSent.size(), 16);
-    for (std::size_t i = 0; i < cbShown; ++i)
-        out << (i == 0 ? " sent " : " ") << std::hex << std::setw(2) << std::setfill('0')
-            << static_cast<unsigned>(request.vSent[i]) << std::dec;
-    return out << (cbShown < request.vSent.size() ? " ...\n" : "\n");
+    for (std::size_t i = 0; i < std::min<std::size_t>(request.vSent.size(), 16); ++i)
+        out << " " << std::to_string(request.vSent[i]);
+    return out << "\n";
 }
 
 Request Sends(BYTE byRequest, USHORT wValue, USHORT wIndex, const Bytes& vSent, DWORD dwTimeoutMs)

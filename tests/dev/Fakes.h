@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/Types.h"
+#include "support/CFakeTransport.h"
 #include "support/CMessageLog.h"
-#include "transport/IPropertyEx.h"
 
 #include <map>
 #include <ostream>
@@ -34,7 +34,7 @@ Request Sends(BYTE byRequest, USHORT wValue, USHORT wIndex, const Bytes& vSent,
               DWORD dwTimeoutMs = 5000);
 
 /// A transport that writes down every request and answers as it was told.
-class CScriptedTransport : public IPropertyEx
+class CScriptedTransport : public CFakeTransport
 {
 public:
     Requests m_requests;
@@ -54,23 +54,6 @@ public:
     DWORD KyHub_CtlPipeOut(BYTE* pSetup, BYTE* pData) override;
     DWORD KyHub_CtlPipeIn(BYTE* pSetup, BYTE* pData) override;
     int KyHub_TurnOnHubSS(DWORD devInst) override;
-
-    // Not used by devices.
-    DWORD KyHub_OpenDeviceByDevInst(DWORD, DWORD&) override { return 1; }
-    DWORD KyHub_OpenDeviceByDevInst(DWORD) override { return 1; }
-    DWORD KyHub_CloseDevice() override { return 0; }
-    int InitProxyDriver() override { return 0; }
-    int XH_UnInitProxyDriver() override { return 1; }
-    DWORD KyHub_WritePortUCHAR(DWORD, BYTE) override { return 1; }
-    DWORD KyHub_ReadPortUCHAR(DWORD, BYTE*) override { return 1; }
-    DWORD KyHub_WriteMemoryUCHAR(DWORD, BYTE*, DWORD) override { return 1; }
-    DWORD KyHub_ReadMemoryUCHAR(DWORD, BYTE*, DWORD) override { return 1; }
-    DWORD KyHub_Speed(_myUSB_DEVICE_SPEED*) override { return 1; }
-    int KyHub_IsVoHub(DWORD, int) override { return 0; }
-    DWORD KyHub_OpenHidDeviceByDevInst(DWORD) override { return 1; }
-    void KyHub_Free(_KYHUB_INST**) override {}
-    int KyHid_IsITEHid(DWORD) override { return 0; }
-    DWORD HidGetDevInstInterfaceHandle(DWORD, const GUID*, HANDLE*) override { return 1; }
 
 private:
     DWORD RawSetup(const BYTE* pSetup, BYTE* pData);

@@ -1,23 +1,18 @@
+#include "find/CRootHubFilter.h"
 #include "find/CTopoMatch.h"
+#include "find/CU3HubFilter.h"
 #include "find/CVidPidMatch.h"
 #include "find/FindFixture.h"
 #include "support/CFakeDev.h"
 
-using testing::ElementsAre;
-
 namespace
 {
 constexpr DWORD kHub = 31;
-constexpr const char* kTopoYes = "0|CTopoMatch::Match|match topology return true.\n";
-constexpr const char* kTopoNo = "1|CTopoMatch::Match|match topology return false.\n";
-constexpr const char* kByPath = "1|CTopoMatch::Match|LocationPath Topo Match\n";
-constexpr const char* kByPort = "1|CTopoMatch::Match|Port & Level Topo Match\n";
 
 class Matchers : public FindTest
 {
 protected:
     bool Topo() { return m_topo.Match(kHub, &m_dev); }
-    bool VidPid() { return m_vidPid.Match(kHub, &m_dev); }
 
     CSimNode& m_hub = Hub(1, kHub);
     CFakeDev m_dev;
@@ -32,14 +27,8 @@ TEST_F(Matchers, TheFirstLocationPathDecidesWhereTheDeviceHoldsOne)
     m_dev.strPath = WTEXT("PATH(1)");
     m_dev.nLevel = 5; // not consulted
     EXPECT_TRUE(Topo());
-    EXPECT_THAT(m_log.Lines(), ElementsAre(kByPath, kTopoYes));
-
-    m_log.Clear();
     m_dev.strPath = WTEXT("PATH(2)");
     EXPECT_FALSE(Topo());
-    EXPECT_THAT(m_log.Lines(),
-                ElementsAre(kByPath, "1|CTopoMatch::Match|CurrentDevLocationPath:PATH(2)\n",
-                            "1|CTopoMatch::Match|EnumDevLocationPath:PATH(1)\n", kTopoNo));
 }
 
 TEST_F(Matchers, PathsAreComparedByCaseAndShownInTheNarrowCodePage)
@@ -47,27 +36,19 @@ TEST_F(Matchers, PathsAreComparedByCaseAndShownInTheNarrowCodePage)
     m_hub.Spec().locationPaths = {WTEXT("path\u00E9")};
     m_dev.strPath = WTEXT("PATH\u00E9");
     EXPECT_FALSE(Topo());
-    EXPECT_THAT(m_log.Lines(),
-                ElementsAre(kByPath, "1|CTopoMatch::Match|CurrentDevLocationPath:PATH\xC3\xA9\n",
-                            "1|CTopoMatch::Match|EnumDevLocationPath:path\xC3\xA9\n", kTopoNo));
+    EXPECT_EQ(m_log.Lines()[1], "1|CTopoMatch::Match|CurrentDevLocationPath:PATH\xC3\xA9\n");
+    EXPECT_EQ(m_log.Lines()[2], "1|CTopoMatch::Match|EnumDevLocationPath:path\xC3\xA9\n");
 }
 
-TEST_F(Matchers, AnUnreadablePathIsAnotherPath)
+TEST_F(Matchers, AnUnreadablePathIsNoPathButAnyPlaceWithoutTopology)
 {
     m_hub.Spec().locationPaths = {};
     m_dev.strPath = WTEXT("PATH");
     EXPECT_FALSE(Topo());
-    EXPECT_EQ(m_log.Lines()[2], "1|CTopoMatch::Match|EnumDevLocationPath:\n");
-}
-
-TEST_F(Matchers, WithoutTopologyEveryNodeMatches)
-{
-    m_hub.Spec().locationPaths = {};
+    m_dev.strPath.clear();
     for (const int nLevel : {0, -1}) {
-        m_log.Clear();
         m_dev.nLevel = nLevel;
         EXPECT_TRUE(Topo());
-        EXPECT_THAT(m_log.Lines(), ElementsAre(kByPort, kTopoYes));
     }
 }
 
@@ -89,13 +70,10 @@ TEST_F(Matchers, LevelAndPortDecideWhereNoPathIsHeld)
         {2, 10, WTEXT("#USBROOT(0)#USB(1)#USB(10)"), false} // ports from 10 on never match
     };
     for (const TOPOLOGY& topology : kTopologies) {
-        m_log.Clear();
         m_hub.Spec().locationPaths = {topology.pszPath};
         m_dev.nLevel = topology.nLevel;
         m_dev.nPort = topology.nPort;
         EXPECT_EQ(Topo(), topology.bMatches) << topology.nLevel << "/" << topology.nPort;
-        EXPECT_EQ(m_log.LinesOf("CTopoMatch::Match"),
-                  (std::vector<std::string>{kByPort, topology.bMatches ? kTopoYes : kTopoNo}));
     }
 }
 
@@ -119,20 +97,52 @@ const IDENTITY kIdentities[] = {
     {"LongerThanFourDigits", {{0x5678, 0x12345}}, WTEXT("VID_12345&PID_5678"), true},
 };
 
-class Identity : public Matchers, public testing::WithParamInterface<IDENTITY>
-{};
-
-TEST_P(Identity, IsFoundInTheHardwareIds)
+TEST_F(Matchers, AnIdentityIsFoundInTheHardwareIds)
 {
-    m_dev.ids = GetParam().ids;
-    m_hub.Spec().hardwareIds = {WTEXT("USB\\OTHER"), GetParam().pszHardwareId};
-    EXPECT_EQ(VidPid(), GetParam().bMatches);
-    const char* const pszSays = GetParam().bMatches
-                                    ? "0|CVidPidMatch::Match|match id return true.\n"
-                                    : "1|CVidPidMatch::Match|match id return false.\n";
-    EXPECT_THAT(m_log.Lines(), ElementsAre(pszSays));
+    for (const IDENTITY& identity : kIdentities) {
+        m_dev.ids = identity.ids;
+        m_hub.Spec().hardwareIds = {WTEXT("USB\\OTHER"), identity.pszHardwareId};
+        EXPECT_EQ(m_vidPid.Match(kHub, &m_dev), identity.bMatches) << identity.pszCase;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Identity, testing::ValuesIn(kIdentities),
-                         [](const auto& row) { return std::string(row.param.pszCase); });
+class Filters : public FindTest
+{
+protected:
+    CSimNode& m_hub = Hub(1, 11);
+    CRootHubFilter m_rootFilter;
+    CU3HubFilter m_u3Filter;
+};
+
+TEST_F(Filters, ARootHubIsExcludedAndTheHubOnItsPortIsNot)
+{
+    CSimNode& other = m_machine.Tree().AddRootHub(m_machine.Tree().AddHostController());
+    m_rootFilter.EnumHostController();
+    EXPECT_TRUE(m_rootFilter.Filter(Root().DevInst()));
+    EXPECT_TRUE(m_rootFilter.Filter(other.DevInst()));
+    EXPECT_FALSE(m_rootFilter.Filter(11));
+}
+
+TEST_F(Filters, WithoutTheListNoHubIsARootHub)
+{
+    m_machine.Faults().FailNext("IDeviceTree::GetClassDevs", 1167);
+    m_rootFilter.EnumHostController();
+    EXPECT_FALSE(m_rootFilter.Filter(Root().DevInst()));
+}
+
+TEST_F(Filters, AnUnknownParentKeepsTheNode)
+{
+    m_rootFilter.EnumHostController();
+    m_machine.Faults().FailNext("IDeviceTree::GetParent", kCrFailure);
+    EXPECT_FALSE(m_rootFilter.Filter(Root().DevInst()));
+}
+
+TEST_F(Filters, TheSuperSpeedHalfIsExcluded)
+{
+    HubNodeOptions options;
+    options.devInst = 20;
+    CSimNode& half = m_machine.Tree().AddHubPair(Root(), 2, Root(), 12, options);
+    EXPECT_FALSE(m_u3Filter.Filter(20));
+    EXPECT_TRUE(m_u3Filter.Filter(half.Twin()->DevInst()));
+}
 } // namespace
