@@ -9,7 +9,6 @@ namespace
 constexpr USHORT kVid = 0x5678;
 constexpr USHORT kPid = 0x9001; // digits only: letters would be looked for in lower case
 constexpr DWORD kInst = 61;
-constexpr DWORD kFault = kErrAccessDenied;
 
 /// A computer with a billboard device.
 struct BillboardStage
@@ -38,11 +37,6 @@ struct BillboardStage
         return bench.machine.Tree().AddDevice(bench.node, nPort, options, &chip);
     }
 
-    void Fail(const char* pszOperation, unsigned n = 1)
-    {
-        bench.machine.Faults().FailCall(pszOperation, n, kFault);
-    }
-
     int Open() { return cmd.KyBBPD_OpenBillBoardDevice(kInst); }
     int OpenByIds() { return cmd.KyBBPD_OpenBillBoardDevice(kPid, kVid); }
 
@@ -55,69 +49,63 @@ struct BillboardStage
 struct OpenStory
 {
     const char* pszName;
-    void (*pfnPrepare)(BillboardStage& stage);
-    int (BillboardStage::*pfnOpen)();
-    bool bOpens;
+    StoryFault fault = {};
+    bool bOpens = false;
+    int (BillboardStage::*pfnOpen)() = &BillboardStage::Open;
+    void (*pfnPrepare)(BillboardStage& stage) = [](BillboardStage&) {};
 };
 
 const OpenStory kOpenStories[] = {
-    {"billboard_open", [](BillboardStage&) {}, &BillboardStage::Open, true},
+    {"billboard_open", {}, true},
     {"billboard_open_by_ids",
+     {},
+     true,
+     &BillboardStage::OpenByIds,
      [](BillboardStage& s) {
          s.pNode->Spec().hardwareIds = {WTEXT("USB\\VID_5678&PID_9002")};
          s.Add(2, 62, WTEXT("Billboard Device 2"));
          s.Add(3, 63, WTEXT("BILLBOARD device"));
-     },
-     &BillboardStage::OpenByIds, true},
+     }},
     {"billboard_open_texts_unreadable",
+     {},
+     false,
+     &BillboardStage::OpenByIds,
      [](BillboardStage& s) {
          s.pNode->Spec().hardwareIds.clear();
          s.Add(2, 62, WTEXT(""));
-     },
-     &BillboardStage::OpenByIds, false},
-    {"billboard_open_no_interface",
-     [](BillboardStage& s) { s.Fail("IDeviceTree::EnumDeviceInterfaces"); }, &BillboardStage::Open,
-     false},
-    {"billboard_open_no_detail",
-     [](BillboardStage& s) { s.Fail("IDeviceTree::GetInterfaceDetail", 2); }, &BillboardStage::Open,
-     false},
-    {"billboard_open_no_file", [](BillboardStage& s) { s.Fail("IDeviceFile::Open"); },
-     &BillboardStage::Open, false},
-    {"billboard_open_not_initialized", [](BillboardStage& s) { s.Fail("IWinUsb::Initialize"); },
-     &BillboardStage::Open, false},
-    {"billboard_open_no_event", [](BillboardStage& s) { s.Fail("IEventPipe::MakeEvent"); },
-     &BillboardStage::Open, false},
+     }},
+    {"billboard_open_no_interface", {"IDeviceTree::EnumDeviceInterfaces"}},
+    {"billboard_open_no_detail", {"IDeviceTree::GetInterfaceDetail", 2}},
+    {"billboard_open_no_file", {"IDeviceFile::Open"}},
+    {"billboard_open_not_initialized", {"IWinUsb::Initialize"}},
+    {"billboard_open_no_event", {"IEventPipe::MakeEvent"}},
 };
 
-class BillboardOpenMessages : public testing::TestWithParam<OpenStory>
-{};
-
-TEST_P(BillboardOpenMessages, AreThese)
+TEST(BillboardMessages, OfOpening)
 {
-    BillboardStage stage;
-    stage.bench.machine.Faults().ResetCounts();
-    GetParam().pfnPrepare(stage);
-    CMessageRecorder recorder;
+    for (const OpenStory& story : kOpenStories) {
+        BillboardStage stage;
+        story.pfnPrepare(stage);
+        story.fault.Plant(stage.bench);
+        const CMessageLog log;
 
-    EXPECT_EQ((stage.*GetParam().pfnOpen)() != 0, GetParam().bOpens);
-    stage.cmd.KyBBPD_VdCmdEnable(1);
-    EXPECT_EQ(stage.cmd.KyBBPD_CloseBillBoardDevice(), 1);
+        EXPECT_EQ((stage.*story.pfnOpen)() != 0, story.bOpens) << story.pszName;
+        stage.cmd.KyBBPD_VdCmdEnable(1);
+        EXPECT_EQ(stage.cmd.KyBBPD_CloseBillBoardDevice(), 1);
 
-    ExpectTranscript(GetParam().pszName, recorder);
+        ExpectTranscript(story.pszName, log);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(, BillboardOpenMessages, testing::ValuesIn(kOpenStories),
-                         [](const auto& story) { return std::string(story.param.pszName); });
 
 TEST(BillboardMessages, OfAnOpenWithoutIds)
 {
     BillboardStage stage;
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     EXPECT_EQ(stage.cmd.KyBBPD_OpenBillBoardDevice(0, kVid), 0);
     EXPECT_EQ(stage.cmd.KyBBPD_OpenBillBoardDevice(kPid, 0), 0);
 
-    ExpectTranscript("billboard_open_no_ids", recorder);
+    ExpectTranscript("billboard_open_no_ids", log);
 }
 
 TEST(BillboardMessages, OfAllCommands)
@@ -127,7 +115,7 @@ TEST(BillboardMessages, OfAllCommands)
     CRequestCMD& cmd = stage.cmd;
     BYTE data[64] = {0xA5};
     BYTE byCrc = 0;
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     EXPECT_NE(cmd.KyBBPD_GetICStatus(data, 20), 0);
     EXPECT_NE(cmd.KyBBPD_VdCmdEnable(1), 0);
@@ -145,19 +133,19 @@ TEST(BillboardMessages, OfAllCommands)
     stage.bench.machine.Time().Advance(5'000'000);
     EXPECT_NE(cmd.KyBBPD_ResetToRom(0), 0);
 
-    ExpectTranscript("billboard_commands", recorder);
+    ExpectTranscript("billboard_commands", log);
 }
 
 TEST(BillboardMessages, OfAFailedClose)
 {
     BillboardStage stage;
     ASSERT_NE(stage.Open(), 0);
-    stage.Fail("IWinUsb::Free");
-    CMessageRecorder recorder;
+    StoryFault{"IWinUsb::Free"}.Plant(stage.bench);
+    const CMessageLog log;
 
     EXPECT_EQ(stage.cmd.KyBBPD_CloseBillBoardDevice(), 0);
 
-    ExpectTranscript("billboard_not_closed", recorder);
+    ExpectTranscript("billboard_not_closed", log);
     EXPECT_EQ(stage.cmd.KyBBPD_CloseBillBoardDevice(), 1) << "the object is gone all the same";
 }
 } // namespace

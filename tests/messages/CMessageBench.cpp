@@ -15,17 +15,19 @@ namespace
 const std::string kFolder = std::string(ZELHUB_SOURCE_DIR) + "/tests/messages/";
 
 /// The messages as lines, each once; the catalogue hears them.
-std::string TranscriptOf(const CMessageRecorder& recorder)
+std::string TranscriptOf(const CMessageLog& log)
 {
     std::string strTranscript;
     std::set<std::string> seen;
-    for (const SaidMessage& said : recorder.Said()) {
-        const std::string strLine =
-            said.strLevel + "|" + said.strFunction + "|" + Escaped(said.strText);
+    for (std::string strLine : log.Lines()) {
+        if (strLine.rfind("progress|", 0) == 0)
+            continue;
+        if (strLine.rfind("ui", 0) == 0)
+            strLine.insert(3, "|"); // no function
         if (!seen.insert(strLine).second)
             continue;
-        EXPECT_TRUE(HeardMessages().Hear(said)) << "not in the catalogue: " << strLine;
-        strTranscript += strLine + "\n";
+        EXPECT_TRUE(HeardMessages().Hear(strLine)) << "not in the catalogue: " << strLine;
+        strTranscript += Escaped(strLine) + "\n";
     }
     return strTranscript;
 }
@@ -63,9 +65,27 @@ CMessageCatalogue& HeardMessages()
     return s_catalogue;
 }
 
-void ExpectTranscript(const std::string& strName, const CMessageRecorder& recorder)
+void StoryFault::Plant(CMessageBench& bench) const
 {
-    const std::string strTranscript = TranscriptOf(recorder);
+    if (pszOperation == nullptr)
+        return;
+    bench.machine.Faults().ResetCounts();
+    if (nCall == 0)
+        bench.machine.Faults().FailAlways(pszOperation, dwCode);
+    else
+        bench.machine.Faults().FailCall(pszOperation, nCall, dwCode);
+}
+
+void Story::Prepare(CMessageBench& bench) const
+{
+    if (pfnPrepare != nullptr)
+        pfnPrepare(bench);
+    fault.Plant(bench);
+}
+
+void ExpectTranscript(const std::string& strName, const CMessageLog& log)
+{
+    const std::string strTranscript = TranscriptOf(log);
     const std::string strFile = kFolder + "transcripts/" + strName + ".txt";
     if (std::getenv("ZELHUB_RECORD_TRANSCRIPTS") != nullptr)
         std::ofstream(strFile, std::ios::binary) << strTranscript;

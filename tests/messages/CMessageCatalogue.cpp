@@ -1,13 +1,13 @@
 #include "messages/CMessageCatalogue.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
 
 namespace
 {
-const std::pair<char, char> kEscapes[] = {
-    {'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}, {'\\', '\\'}, {'"', '"'}};
+const std::pair<char, char> kEscapes[] = {{'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}, {'\\', '\\'}};
 
 /// What one conversion of a format can print.
 std::string PatternOf(const std::string& strConversion)
@@ -54,20 +54,16 @@ std::string Escaped(const std::string& strText)
 {
     std::string strOut;
     for (const char ch : strText) {
-        bool bDone = false;
-        if (static_cast<unsigned char>(ch) >= 0x80) {
-            char szHex[5];
-            std::snprintf(szHex, sizeof szHex, "\\x%02X", static_cast<unsigned char>(ch));
+        const auto byChar = static_cast<unsigned char>(ch);
+        const auto* const pEscape = std::find_if(std::begin(kEscapes), std::end(kEscapes),
+                                                 [&](const auto& e) { return e.first == ch; });
+        char szHex[5];
+        std::snprintf(szHex, sizeof szHex, "\\x%02X", byChar);
+        if (byChar >= 0x80)
             strOut += szHex;
-            continue;
-        }
-        for (const auto& [raw, shown] : kEscapes) {
-            if (ch == raw && ch != '"') {
-                strOut += {'\\', shown};
-                bDone = true;
-            }
-        }
-        if (!bDone)
+        else if (pEscape != std::end(kEscapes))
+            strOut += {'\\', pEscape->second};
+        else
             strOut += ch;
     }
     return strOut;
@@ -107,18 +103,17 @@ CMessageCatalogue::CMessageCatalogue(const std::string& strFile)
         if (nFunction == std::string::npos || strLine.front() == '#')
             continue;
         const std::size_t nFormat = strLine.find('|', nFunction + 1);
-        m_entries.push_back({strClass, strLine, strLine.substr(0, nFunction),
-                             strLine.substr(nFunction + 1, nFormat - nFunction - 1),
+        m_entries.push_back({strClass, strLine, strLine.substr(0, nFormat + 1),
                              PatternOfFormat(Unescaped(strLine.substr(nFormat + 1)))});
     }
 }
 
-bool CMessageCatalogue::Hear(const SaidMessage& said)
+bool CMessageCatalogue::Hear(const std::string& strSaid)
 {
     bool bKnown = false;
     for (Entry& entry : m_entries) {
-        if (entry.strLevel == said.strLevel && entry.strFunction == said.strFunction &&
-            std::regex_match(said.strText, entry.pattern)) {
+        if (strSaid.rfind(entry.strHead, 0) == 0 &&
+            std::regex_match(strSaid.substr(entry.strHead.size()), entry.pattern)) {
             entry.bProvoked = true;
             bKnown = true;
         }

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "messages/CMessageRecorder.h"
-
 /// All messages that the library can say, as a list kept beside the tests (catalogue.txt), and
 /// which of them were heard in this run.
 class CMessageCatalogue
@@ -14,8 +12,9 @@ class CMessageCatalogue
 public:
     explicit CMessageCatalogue(const std::string& strFile);
 
-    /// Marks the entries that a message can come from. @return false: no entry says this
-    bool Hear(const SaidMessage& said);
+    /// Marks the entries that a message ("level|function|text") can come from.
+    /// @return false: no entry says this
+    bool Hear(const std::string& strSaid);
 
     struct Tally
     {
@@ -30,8 +29,7 @@ private:
     {
         std::string strClass;
         std::string strLine;
-        std::string strLevel;
-        std::string strFunction;
+        std::string strHead; ///< "level|function|"
         std::regex pattern;
         bool bProvoked = false;
     };

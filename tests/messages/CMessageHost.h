@@ -11,7 +11,7 @@
 #include "messages/CMessageBench.h"
 
 /// A host that drives the classes on a bench: transport bound and driver started, one hub device
-/// attached to a hub finder. Everything is said before a recorder listens, unless the test wants
+/// attached to a hub finder. Everything is said before a log listens, unless the test wants
 /// otherwise.
 template<typename Device = CHubDev>
 class CMessageHost

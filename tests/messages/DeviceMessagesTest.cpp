@@ -15,44 +15,35 @@ public:
 
 namespace
 {
-struct StateStory
+const std::pair<const char*, DEVSTATE> kStates[] = {{"state_offline", OFFLINE_STATE},
+                                                    {"state_unknown", UNKNOWN_STATE},
+                                                    {"state_rom", ROM_STATE},
+                                                    {"state_flash", FLASH_STATE},
+                                                    {"state_wait", WAIT_STATE}};
+
+TEST(StateMessages, OfEveryOperation)
 {
-    const char* pszName;
-    DEVSTATE eState;
-};
+    for (const auto& [pszName, eState] : kStates) {
+        CMessageBench bench;
+        CMessageHost<> host(bench);
+        host.dev.SetDevState(host.dev.GetCertainDevState(eState));
+        host.dev.SetFwBuf({1, 2, 3});
+        const CMessageLog log;
+        USHORT wVersion = 0;
 
-class StateMessages : public testing::TestWithParam<StateStory>
-{};
+        // No hub is open: every request of the device fails, so nothing moves the state.
+        host.dev.Reset2Rom();
+        host.dev.Reset2Flash();
+        host.dev.WriteFlash();
+        host.dev.CheckFlash();
+        host.dev.DevReadVersion(wVersion);
+        host.dev.DevErase();
+        EXPECT_EQ(host.dev.IsPresent(), eState != OFFLINE_STATE);
+        EXPECT_EQ(host.dev.IsAbsent(), eState == OFFLINE_STATE);
 
-TEST_P(StateMessages, OfEveryOperation)
-{
-    CMessageBench bench;
-    CMessageHost<> host(bench);
-    host.dev.SetDevState(host.dev.GetCertainDevState(GetParam().eState));
-    host.dev.SetFwBuf({1, 2, 3});
-    CMessageRecorder recorder;
-    USHORT wVersion = 0;
-
-    // No hub is open: every request of the device fails, so nothing moves the state.
-    host.dev.Reset2Rom();
-    host.dev.Reset2Flash();
-    host.dev.WriteFlash();
-    host.dev.CheckFlash();
-    host.dev.DevReadVersion(wVersion);
-    host.dev.DevErase();
-    EXPECT_EQ(host.dev.IsPresent(), GetParam().eState != OFFLINE_STATE);
-    EXPECT_EQ(host.dev.IsAbsent(), GetParam().eState == OFFLINE_STATE);
-
-    ExpectTranscript(GetParam().pszName, recorder);
+        ExpectTranscript(pszName, log);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(, StateMessages,
-                         testing::Values(StateStory{"state_offline", OFFLINE_STATE},
-                                         StateStory{"state_unknown", UNKNOWN_STATE},
-                                         StateStory{"state_rom", ROM_STATE},
-                                         StateStory{"state_flash", FLASH_STATE},
-                                         StateStory{"state_wait", WAIT_STATE}),
-                         [](const auto& story) { return std::string(story.param.pszName); });
 
 TEST(HubDeviceMessages, TellWhatTheHubIs)
 {
@@ -61,7 +52,7 @@ TEST(HubDeviceMessages, TellWhatTheHubIs)
     CMessageBench bench(settings);
     CMessageHost<> host(bench);
     host.Open();
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     EXPECT_TRUE(host.dev.IsDualBank());
     EXPECT_TRUE(host.dev.IsRomCode());
@@ -70,7 +61,7 @@ TEST(HubDeviceMessages, TellWhatTheHubIs)
     bench.hub.Unplug();
     EXPECT_FALSE(host.dev.IsRomCode());
 
-    ExpectTranscript("hub_what_it_is", recorder);
+    ExpectTranscript("hub_what_it_is", log);
 }
 
 TEST(HubDeviceMessages, OfComingGoingAndResets)
@@ -79,7 +70,7 @@ TEST(HubDeviceMessages, OfComingGoingAndResets)
     CMessageHost<> host(bench);
     host.Open();
     bench.hub.LoadImage(CSimImage().Build());
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     EXPECT_FALSE(host.dev.IsDualBank());
     host.dev.Arrive(bench.HubInst());
@@ -89,7 +80,7 @@ TEST(HubDeviceMessages, OfComingGoingAndResets)
     host.dev.Arrive(bench.HubInst(), 0xFFFFFFFF);
     host.dev.Remove();
 
-    ExpectTranscript("hub_coming_and_going", recorder);
+    ExpectTranscript("hub_coming_and_going", log);
 }
 
 TEST(HubDeviceMessages, OfReadingBack)
@@ -100,26 +91,26 @@ TEST(HubDeviceMessages, OfReadingBack)
     bench.hub.LoadImage(image);
     host.Open();
     host.dev.SetFwBuf(image);
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     EXPECT_TRUE(host.dev.CheckFlashWithCmp());
     bench.hub.Unplug();
     EXPECT_FALSE(host.dev.CheckFlashWithCmp());
 
-    ExpectTranscript("hub_reading_back", recorder);
+    ExpectTranscript("hub_reading_back", log);
 }
 
 TEST(HubDeviceMessages, OfItsLocation)
 {
     CMessageBench bench;
     CMessageHost<> host(bench);
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     CUSBDevTestAccess::Fill(host.dev, bench.HubInst());
     EXPECT_TRUE(CUSBDevTestAccess::IsSame(host.dev, bench.HubInst()));
     EXPECT_FALSE(CUSBDevTestAccess::IsSame(host.dev, bench.machine.RootHub().DevInst()));
 
-    ExpectTranscript("hub_location", recorder);
+    ExpectTranscript("hub_location", log);
 }
 
 TEST(CommandMessages, NameTheirRequests)
@@ -127,7 +118,7 @@ TEST(CommandMessages, NameTheirRequests)
     CMessageBench bench;
     CPropertyEx transport;
     CRequestCMD& command = *CRequestCMD::GetRequestObj();
-    CMessageRecorder recorder;
+    const CMessageLog log;
     BYTE data[2] = {0xFF, 0xFF};
 
     command.XH_InitProxyDriver(&transport);
@@ -142,6 +133,6 @@ TEST(CommandMessages, NameTheirRequests)
     command.XH_CloseDevice();
     command.XH_UnInitProxyDriver();
 
-    ExpectTranscript("commands", recorder);
+    ExpectTranscript("commands", log);
 }
 } // namespace

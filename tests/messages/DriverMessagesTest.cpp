@@ -15,20 +15,11 @@ public:
 namespace
 {
 const WString kInstalled = WTEXT("C:\\Windows\\system32\\drivers\\ZelUpx.sys");
-const WString kTemporary = WTEXT("C:\\Temp\\\\ZelUpx.sys");
-const WString kFlag = WTEXT("C:\\Temp\\\\ZelUpx.flag");
 const WString kDebug = WTEXT("C:\\ZelUpx.sys");
 
-struct InstallStory
+// Another process holds the flag for as long as the bench lives.
+void Elsewhere(CMessageBench& bench)
 {
-    const char* pszName;
-    void (*pfnPrepare)(CMessageBench& bench, CPropertyEx& transport);
-    bool bStarts; ///< the driver is open afterwards
-};
-
-void Elsewhere(CMessageBench& bench, CPropertyEx&)
-{
-    // Another process holds the flag for as long as the bench lives.
     static std::shared_ptr<CSimMachine> s_pOther;
     s_pOther = std::make_shared<CSimMachine>(bench.machine.System());
     SetCurrentPlatform(s_pOther.get());
@@ -37,137 +28,81 @@ void Elsewhere(CMessageBench& bench, CPropertyEx&)
     SetCurrentPlatform(&bench.machine);
 }
 
-const InstallStory kInstallStories[] = {
-    {"install_fresh", [](CMessageBench&, CPropertyEx&) {}, true},
-    {"install_x86",
-     [](CMessageBench& bench, CPropertyEx&) { bench.machine.Traits().wNativeMachine = 0x014C; },
-     true},
-    {"install_arm64",
-     [](CMessageBench& bench, CPropertyEx& transport) {
-         bench.machine.Traits().functions.clear();
-         CPropertyExTestAccess::SetMachine(transport, MACHINE_ARM64);
-     },
-     true},
+void PutDriver(CMessageBench& bench, const WString& strPath, USHORT wVersion)
+{
+    bench.machine.Volume().Put(strPath,
+                               CSimVolume::VersionedImage(4096, wVersion, wVersion, wVersion, 9));
+}
+
+void DenyServices(CMessageBench& bench)
+{
+    bench.machine.Services().SetManagerError(kErrAccessDenied);
+}
+
+const Story kStarts[] = {
+    {"install_fresh"},
+    {"install_x86", {}, [](CMessageBench& b) { b.machine.Traits().wNativeMachine = 0x014C; }},
+    {"install_arm64", {}, [](CMessageBench& b) { b.machine.Traits().functions.clear(); }},
     {"install_by_architecture",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Traits().functions.erase("IsWow64Process2");
-     },
-     true},
-    {"install_denied",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Services().SetManagerError(kErrAccessDenied);
-     },
-     false},
-    {"install_debug_file",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Volume().Put(kDebug, CSimVolume::VersionedImage(4096, 1, 0, 0, 0));
-     },
-     true},
-    {"install_newer_there",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Volume().Put(kInstalled, CSimVolume::VersionedImage(4096, 9, 9, 9, 9));
-     },
-     true},
-    {"install_no_temporary_file",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Faults().FailCall("IFileSystem::Open", 2, kErrAccessDenied);
-     },
-     false},
-    {"install_disk_full",
-     [](CMessageBench& bench, CPropertyEx&) { bench.machine.Volume().SetFreeBytes(16); }, false},
-    {"install_flag_unclear",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Faults().FailCall("IFileSystem::Open", 3, kErrAccessDenied);
-     },
-     true},
-    {"install_flag_not_made",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Faults().FailCall("IFileSystem::Open", 5, kErrAccessDenied);
-     },
-     true},
-    {"install_flag_not_joined",
-     [](CMessageBench& bench, CPropertyEx& transport) {
-         Elsewhere(bench, transport);
-         bench.machine.Faults().FailCall("IFileSystem::Open", 5, kErrAccessDenied);
-     },
-     true},
-    {"install_no_control_device",
-     [](CMessageBench& bench, CPropertyEx&) {
-         bench.machine.Faults().FailNext("IDeviceFile::Open", kErrAccessDenied);
-     },
-     false},
+     {},
+     [](CMessageBench& b) { b.machine.Traits().functions.erase("IsWow64Process2"); }},
+    {"install_debug_file", {}, [](CMessageBench& b) { PutDriver(b, kDebug, 1); }},
+    {"install_newer_there", {}, [](CMessageBench& b) { PutDriver(b, kInstalled, 9); }},
+    {"install_flag_unclear", {"IFileSystem::Open", 3}},
+    {"install_flag_not_made", {"IFileSystem::Open", 5}},
+    {"install_flag_not_joined", {"IFileSystem::Open", 5}, Elsewhere},
 };
 
-class InstallMessages : public testing::TestWithParam<InstallStory>
-{};
+const Story kFailedStarts[] = {
+    {"install_denied", {}, DenyServices},
+    {"install_no_temporary_file", {"IFileSystem::Open", 2}},
+    {"install_disk_full", {}, [](CMessageBench& b) { b.machine.Volume().SetFreeBytes(16); }},
+    {"install_no_control_device", {"IDeviceFile::Open"}},
+};
 
-TEST_P(InstallMessages, AreThese)
+void StartIn(const Story& story, bool bStarts)
 {
     CMessageBench bench;
     CPropertyEx transport;
-    GetParam().pfnPrepare(bench, transport);
-    CMessageRecorder recorder;
-
-    EXPECT_EQ(transport.InitProxyDriver() != 0, GetParam().bStarts);
-
-    ExpectTranscript(GetParam().pszName, recorder);
+    if (std::string(story.pszName) == "install_arm64")
+        CPropertyExTestAccess::SetMachine(transport, MACHINE_ARM64);
+    story.Prepare(bench);
+    const CMessageLog log;
+    EXPECT_EQ(transport.InitProxyDriver() != 0, bStarts) << story.pszName;
+    ExpectTranscript(story.pszName, log);
 }
 
-INSTANTIATE_TEST_SUITE_P(, InstallMessages, testing::ValuesIn(kInstallStories),
-                         [](const auto& story) { return std::string(story.param.pszName); });
-
-struct ReleaseStory
+TEST(DriverMessages, OfItsInstallation)
 {
-    const char* pszName;
-    void (*pfnPrepare)(CMessageBench& bench);
-};
+    for (const Story& story : kStarts)
+        StartIn(story, true);
+    for (const Story& story : kFailedStarts)
+        StartIn(story, false);
+}
 
-const ReleaseStory kReleaseStories[] = {
-    {"release_last", [](CMessageBench&) {}},
-    {"release_flag_unclear",
-     [](CMessageBench& bench) {
-         bench.machine.Faults().FailNext("IFileSystem::Open", kErrAccessDenied);
-     }},
-    {"release_no_manager",
-     [](CMessageBench& bench) { bench.machine.Services().SetManagerError(kErrAccessDenied); }},
-    {"release_no_service",
-     [](CMessageBench& bench) {
-         bench.machine.Faults().FailNext("IServiceManager::OpenNamed", kErrAccessDenied);
-     }},
-    {"release_not_stopped",
-     [](CMessageBench& bench) {
-         bench.machine.Faults().FailNext("IServiceManager::Control", kErrAccessDenied);
-     }},
+const Story kReleases[] = {
+    {"release_last"},
+    {"release_flag_unclear", {"IFileSystem::Open"}},
+    {"release_no_manager", {}, DenyServices},
+    {"release_no_service", {"IServiceManager::OpenNamed"}},
+    {"release_not_stopped", {"IServiceManager::Control"}},
     {"release_stuck_stop",
-     [](CMessageBench& bench) {
-         bench.machine.Services().Find(WTEXT("ZelUpx"))->bStuckStop = true;
-     }},
-    {"release_no_status",
-     [](CMessageBench& bench) {
-         bench.machine.Faults().FailNext("IServiceManager::Query", kErrAccessDenied);
-     }},
-    {"release_not_deleted",
-     [](CMessageBench& bench) {
-         bench.machine.Faults().FailNext("IServiceManager::Remove", kErrAccessDenied);
-     }},
+     {},
+     [](CMessageBench& b) { b.machine.Services().Find(WTEXT("ZelUpx"))->bStuckStop = true; }},
+    {"release_no_status", {"IServiceManager::Query"}},
+    {"release_not_deleted", {"IServiceManager::Remove"}},
 };
 
-class ReleaseMessages : public testing::TestWithParam<ReleaseStory>
-{};
-
-TEST_P(ReleaseMessages, AreThese)
+TEST(DriverMessages, OfItsRelease)
 {
-    CMessageBench bench;
-    CPropertyEx transport;
-    ASSERT_NE(transport.InitProxyDriver(), 0);
-    GetParam().pfnPrepare(bench);
-    CMessageRecorder recorder;
-
-    EXPECT_EQ(transport.XH_UnInitProxyDriver(), 1);
-
-    ExpectTranscript(GetParam().pszName, recorder);
+    for (const Story& story : kReleases) {
+        CMessageBench bench;
+        CPropertyEx transport;
+        ASSERT_NE(transport.InitProxyDriver(), 0);
+        story.Prepare(bench);
+        const CMessageLog log;
+        EXPECT_EQ(transport.XH_UnInitProxyDriver(), 1) << story.pszName;
+        ExpectTranscript(story.pszName, log);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(, ReleaseMessages, testing::ValuesIn(kReleaseStories),
-                         [](const auto& story) { return std::string(story.param.pszName); });
 } // namespace

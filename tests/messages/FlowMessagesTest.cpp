@@ -55,41 +55,34 @@ const FlowStory kStories[] = {
     {"erase_no_erase", false, REQ_ERASE_FLASH, Erase},
 };
 
-class FlowMessages : public testing::TestWithParam<FlowStory>
-{};
-
-TEST_P(FlowMessages, AreThese)
+TEST(FlowMessages, AreThese)
 {
-    SimHubSettings settings;
-    settings.bDualBank = GetParam().bDualBank;
-    CMessageBench bench(settings);
-    bench.hub.LoadImage(CSimImage(0x9000).Version(0x0100).Seed(7).Build());
-    Host host(bench);
-    bench.machine.Driver().SetInterceptor(
-        [](const SETUP_PACKET& setup, unsigned) -> std::optional<SimTransferResult> {
-            const int nFailing = GetParam().nFailingRequest;
-            if (setup.bRequest != nFailing || (setup.bmRequestType & 0x40) == 0)
-                return std::nullopt;
-            return SimTransferResult{kErrGenFailure, 0, 0};
-        });
-    CMessageRecorder recorder;
-
-    GetParam().pfnAct(host);
-
-    ExpectTranscript(GetParam().pszName, recorder);
+    for (const FlowStory& story : kStories) {
+        SimHubSettings settings;
+        settings.bDualBank = story.bDualBank;
+        CMessageBench bench(settings);
+        bench.hub.LoadImage(CSimImage(0x9000).Version(0x0100).Seed(7).Build());
+        Host host(bench);
+        bench.machine.Driver().SetInterceptor(
+            [&story](const SETUP_PACKET& setup, unsigned) -> std::optional<SimTransferResult> {
+                if (setup.bRequest != story.nFailingRequest || (setup.bmRequestType & 0x40) == 0)
+                    return std::nullopt;
+                return SimTransferResult{kErrGenFailure, 0, 0};
+            });
+        const CMessageLog log;
+        story.pfnAct(host);
+        ExpectTranscript(story.pszName, log);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(, FlowMessages, testing::ValuesIn(kStories),
-                         [](const auto& story) { return std::string(story.param.pszName); });
-
-TEST(FlowMessage, NamesAnImageThatCannotBeLoaded)
+TEST(FlowMessages, NamesAnImageThatCannotBeLoaded)
 {
     CMessageBench bench;
     Host host(bench);
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     EXPECT_FALSE(host.flow.InitFwFinder("nowhere.bin"));
 
-    ExpectTranscript("image_missing", recorder);
+    ExpectTranscript("image_missing", log);
 }
 } // namespace

@@ -5,70 +5,42 @@
 
 namespace
 {
-constexpr DWORD kFault = kErrAccessDenied;
-
-/// A HID collection is opened through the driver, and asked whether it is the vendor's.
-struct HidStory
-{
-    const char* pszName;
-    void (*pfnPrepare)(CMessageBench& bench);
+const Story kStories[] = {
+    {"hid"},
+    {"hid_power_switch_fails", {"IPowerSwitch::CreateLocator", 1, 0x80040154}},
+    {"hid_no_set", {"IDeviceTree::GetClassDevs", 2}},
+    {"hid_no_element", {"IDeviceTree::EnumDeviceInfo"}},
+    {"hid_no_location", {"IDeviceTree::GetRegistryProperty"}},
+    {"hid_interface_not_found", {"IDeviceTree::EnumDeviceInfo", 2, kErrNoMoreItems}},
+    {"hid_no_interface", {"IDeviceTree::EnumDeviceInterfaces", 0}},
+    {"hid_no_detail_size", {"IDeviceTree::GetInterfaceDetail"}},
+    {"hid_no_detail", {"IDeviceTree::GetInterfaceDetail", 2}},
+    {"hid_no_file", {"IDeviceFile::Open"}},
+    {"hid_refused_by_driver", {"IDeviceFile::Control", 1, kErrGenFailure}},
+    {"hid_no_preparsed_data", {"IHid::GetPreparsedData"}},
 };
 
-void Fail(CMessageBench& bench, const char* pszOperation, unsigned n, DWORD dwCode)
+// A HID collection is opened through the driver, and asked whether it is the vendor's.
+TEST(HidMessages, AreThese)
 {
-    bench.machine.Faults().FailCall(pszOperation, n, dwCode);
+    for (const Story& story : kStories) {
+        CMessageBench bench;
+        CSimNode& device = bench.machine.Tree().AddDevice(bench.node, 2, DeviceNodeOptions{});
+        HidNodeOptions options;
+        options.wUsagePage = 0xFF70;
+        options.wUsage = 0x0020;
+        CSimNode& hid = bench.machine.Tree().AddHid(device, options);
+        hid.Spec().strLocationInformation = WTEXT("Port_#0002.Hub_#0003");
+        CPropertyEx transport;
+        ASSERT_NE(transport.InitProxyDriver(), 0);
+        story.Prepare(bench);
+        const CMessageLog log;
+
+        transport.KyHub_OpenHidDeviceByDevInst(hid.DevInst());
+        transport.KyHub_CloseDevice();
+        transport.KyHid_IsITEHid(hid.DevInst());
+
+        ExpectTranscript(story.pszName, log);
+    }
 }
-
-const HidStory kStories[] = {
-    {"hid", [](CMessageBench&) {}},
-    {"hid_power_switch_fails",
-     [](CMessageBench& b) { Fail(b, "IPowerSwitch::CreateLocator", 1, 0x80040154); }},
-    {"hid_no_set", [](CMessageBench& b) { Fail(b, "IDeviceTree::GetClassDevs", 2, kFault); }},
-    {"hid_no_element", [](CMessageBench& b) { Fail(b, "IDeviceTree::EnumDeviceInfo", 1, kFault); }},
-    {"hid_no_location",
-     [](CMessageBench& b) { Fail(b, "IDeviceTree::GetRegistryProperty", 1, kFault); }},
-    {"hid_interface_not_found",
-     [](CMessageBench& b) { Fail(b, "IDeviceTree::EnumDeviceInfo", 2, kErrNoMoreItems); }},
-    {"hid_no_interface",
-     [](CMessageBench& b) {
-         b.machine.Faults().FailAlways("IDeviceTree::EnumDeviceInterfaces", kFault);
-     }},
-    {"hid_no_detail_size",
-     [](CMessageBench& b) { Fail(b, "IDeviceTree::GetInterfaceDetail", 1, kFault); }},
-    {"hid_no_detail",
-     [](CMessageBench& b) { Fail(b, "IDeviceTree::GetInterfaceDetail", 2, kFault); }},
-    {"hid_no_file", [](CMessageBench& b) { Fail(b, "IDeviceFile::Open", 1, kFault); }},
-    {"hid_refused_by_driver",
-     [](CMessageBench& b) { Fail(b, "IDeviceFile::Control", 1, kErrGenFailure); }},
-    {"hid_no_preparsed_data",
-     [](CMessageBench& b) { Fail(b, "IHid::GetPreparsedData", 1, kFault); }},
-};
-
-class HidMessages : public testing::TestWithParam<HidStory>
-{};
-
-TEST_P(HidMessages, AreThese)
-{
-    CMessageBench bench;
-    CSimNode& device = bench.machine.Tree().AddDevice(bench.node, 2, DeviceNodeOptions{});
-    HidNodeOptions options;
-    options.wUsagePage = 0xFF70;
-    options.wUsage = 0x0020;
-    CSimNode& hid = bench.machine.Tree().AddHid(device, options);
-    hid.Spec().strLocationInformation = WTEXT("Port_#0002.Hub_#0003");
-    CPropertyEx transport;
-    ASSERT_NE(transport.InitProxyDriver(), 0);
-    bench.machine.Faults().ResetCounts();
-    GetParam().pfnPrepare(bench);
-    CMessageRecorder recorder;
-
-    transport.KyHub_OpenHidDeviceByDevInst(hid.DevInst());
-    transport.KyHub_CloseDevice();
-    transport.KyHid_IsITEHid(hid.DevInst());
-
-    ExpectTranscript(GetParam().pszName, recorder);
-}
-
-INSTANTIATE_TEST_SUITE_P(, HidMessages, testing::ValuesIn(kStories),
-                         [](const auto& story) { return std::string(story.param.pszName); });
 } // namespace

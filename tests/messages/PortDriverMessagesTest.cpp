@@ -22,97 +22,75 @@ struct PortStage
         CRequestCMDTestAccess::Reset();
     }
 
-    void Fail(const char* pszOperation, DWORD dwCode, unsigned n = 1)
-    {
-        bench.machine.Faults().FailCall(pszOperation, n, dwCode);
-    }
-
     CMessageBench bench;
     CRequestCMD& cmd = *CRequestCMD::GetRequestObj();
 };
 
-struct StartStory
-{
-    const char* pszName;
-    void (*pfnPrepare)(PortStage& stage);
-    bool bStarts;
-};
-
-const StartStory kStartStories[] = {
-    {"voport_start", [](PortStage&) {}, true},
-    {"voport_start_wow64", [](PortStage& s) { s.bench.machine.Traits().wProcessMachine = 0x014C; },
-     true},
+const Story kStarts[] = {
+    {"voport_start"},
+    {"voport_start_wow64",
+     {},
+     [](CMessageBench& b) { b.machine.Traits().wProcessMachine = 0x014C; }},
     {"voport_start_other_size",
-     [](PortStage& s) {
-         s.bench.machine.Volume().Put(kInstalled, {1, 2, 3});
-     },
-     true},
-    {"voport_no_resource", [](PortStage& s) { s.bench.machine.Traits().portDriver.clear(); },
-     false},
-    {"voport_not_fetched", [](PortStage& s) { s.Fail("IProcess::FetchResource", 8); }, false},
-    {"voport_not_pinned", [](PortStage& s) { s.Fail("IProcess::PinResource", 8); }, false},
-    {"voport_no_size", [](PortStage& s) { s.Fail("IProcess::ResourceSize", 8); }, false},
-    {"voport_not_written", [](PortStage& s) { s.Fail("IFileSystem::Open", kErrAccessDenied, 2); },
-     false},
-    {"voport_open_refused", [](PortStage& s) { s.Fail("IDeviceFile::Open", kErrAccessDenied); },
-     false},
-    {"voport_no_working_folder", [](PortStage& s) { s.Fail("IFileSystem::WorkingFolder", 3); },
-     false},
-    {"voport_no_windows_folder", [](PortStage& s) { s.Fail("IFileSystem::WindowsFolder", 3, 2); },
-     false},
-    {"voport_file_gone", [](PortStage& s) { s.Fail("IFileSystem::Open", kErrFileNotFound, 4); },
-     false},
-    {"voport_no_manager",
-     [](PortStage& s) { s.bench.machine.Services().SetManagerError(kErrAccessDenied); }, false},
-    {"voport_not_created",
-     [](PortStage& s) { s.bench.machine.Faults().FailAlways("IServiceManager::Create", 5); },
-     false},
-    {"voport_never_starts",
-     [](PortStage& s) { s.bench.machine.Faults().FailAlways("IServiceManager::Start", 577); },
-     false},
-    {"voport_starts_at_second_try", [](PortStage& s) { s.Fail("IServiceManager::Start", 31); },
-     true},
-    {"voport_service_not_opened",
-     [](PortStage& s) { s.bench.machine.Faults().FailAlways("IServiceManager::OpenNamed", 5); },
-     false},
-    {"voport_not_removed",
-     [](PortStage& s) {
-         s.bench.machine.Faults().FailAlways("IServiceManager::Start", 577);
-         s.bench.machine.Faults().FailAlways("IServiceManager::Remove", 5);
-     },
-     false},
-    {"voport_no_device_after_start",
-     [](PortStage& s) { s.Fail("IDeviceFile::Open", kErrAccessDenied, 2); }, false},
+     {},
+     [](CMessageBench& b) {
+         b.machine.Volume().Put(kInstalled, {1, 2, 3});
+     }},
+    {"voport_starts_at_second_try", {"IServiceManager::Start", 1, 31}},
 };
 
-class PortDriverMessages : public testing::TestWithParam<StartStory>
-{};
+const Story kFailedStarts[] = {
+    {"voport_no_resource", {}, [](CMessageBench& b) { b.machine.Traits().portDriver.clear(); }},
+    {"voport_not_fetched", {"IProcess::FetchResource", 1, 8}},
+    {"voport_not_pinned", {"IProcess::PinResource", 1, 8}},
+    {"voport_no_size", {"IProcess::ResourceSize", 1, 8}},
+    {"voport_not_written", {"IFileSystem::Open", 2}},
+    {"voport_open_refused", {"IDeviceFile::Open"}},
+    {"voport_no_working_folder", {"IFileSystem::WorkingFolder", 1, 3}},
+    {"voport_no_windows_folder", {"IFileSystem::WindowsFolder", 2, 3}},
+    {"voport_file_gone", {"IFileSystem::Open", 4, kErrFileNotFound}},
+    {"voport_no_manager",
+     {},
+     [](CMessageBench& b) { b.machine.Services().SetManagerError(kErrAccessDenied); }},
+    {"voport_not_created", {"IServiceManager::Create", 0}},
+    {"voport_never_starts", {"IServiceManager::Start", 0, 577}},
+    {"voport_service_not_opened", {"IServiceManager::OpenNamed", 0}},
+    {"voport_not_removed",
+     {"IServiceManager::Start", 0, 577},
+     [](CMessageBench& b) { b.machine.Faults().FailAlways("IServiceManager::Remove", 5); }},
+    {"voport_no_device_after_start", {"IDeviceFile::Open", 2}},
+};
 
-TEST_P(PortDriverMessages, OfItsStart)
+void StartIn(const Story& story, int nResult)
 {
     PortStage stage;
-    GetParam().pfnPrepare(stage);
-    CMessageRecorder recorder;
+    story.Prepare(stage.bench);
+    const CMessageLog log;
 
-    EXPECT_EQ(stage.cmd.XH_InitVoPortDriver(1, 2, 3), GetParam().bStarts ? 1 : 0);
+    EXPECT_EQ(stage.cmd.XH_InitVoPortDriver(1, 2, 3), nResult) << story.pszName;
     stage.bench.machine.Faults().Clear();
     stage.cmd.XH_UnInitVoPortDriver(); // what never was opened does not close
 
-    ExpectTranscript(GetParam().pszName, recorder);
+    ExpectTranscript(story.pszName, log);
 }
 
-INSTANTIATE_TEST_SUITE_P(, PortDriverMessages, testing::ValuesIn(kStartStories),
-                         [](const auto& story) { return std::string(story.param.pszName); });
+TEST(PortDriverMessages, OfItsStart)
+{
+    for (const Story& story : kStarts)
+        StartIn(story, 1);
+    for (const Story& story : kFailedStarts)
+        StartIn(story, 0);
+}
 
-TEST(PortDriverServiceMessages, OfWrongCalls)
+TEST(PortDriverMessages, OfWrongCalls)
 {
     PortStage stage;
-    CMessageRecorder recorder;
+    const CMessageLog log;
 
     EXPECT_EQ(stage.cmd.ManageDriver(VOPORT_SERVICE_NAME, nullptr, 1), 0);
     EXPECT_EQ(stage.cmd.ManageDriver(VOPORT_SERVICE_NAME, kInstalled, 3), 0);
 
-    ExpectTranscript("voport_wrong_calls", recorder);
+    ExpectTranscript("voport_wrong_calls", log);
 }
 
 /// All eight accesses.
@@ -128,34 +106,21 @@ void AccessAll(CRequestCMD& cmd)
     cmd.VoWriteDword64(kAnyPort, 0x11223344);
 }
 
-struct AccessStory
-{
-    const char* pszName;
-    void (*pfnPrepare)(PortStage& stage);
+const Story kAccesses[] = {
+    {"voport_access", {}, [](CMessageBench&) { CRequestCMDTestAccess::SetMapping(1); }},
+    {"voport_access_fails", {"IDeviceFile::Control", 0, 31}},
+    {"voport_access_short", {}, [](CMessageBench& b) { b.machine.PortDriver().LieAboutLength(2); }},
 };
 
-const AccessStory kAccessStories[] = {
-    {"voport_access", [](PortStage&) { CRequestCMDTestAccess::SetMapping(1); }},
-    {"voport_access_fails",
-     [](PortStage& s) { s.bench.machine.Faults().FailAlways("IDeviceFile::Control", 31); }},
-    {"voport_access_short", [](PortStage& s) { s.bench.machine.PortDriver().LieAboutLength(2); }},
-};
-
-class PortAccessMessages : public testing::TestWithParam<AccessStory>
-{};
-
-TEST_P(PortAccessMessages, AreThese)
+TEST(PortDriverMessages, OfItsAccesses)
 {
-    PortStage stage;
-    ASSERT_EQ(stage.cmd.XH_InitVoPortDriver(1, 2, 3), 1);
-    GetParam().pfnPrepare(stage);
-    CMessageRecorder recorder;
-
-    AccessAll(stage.cmd);
-
-    ExpectTranscript(GetParam().pszName, recorder);
+    for (const Story& story : kAccesses) {
+        PortStage stage;
+        ASSERT_EQ(stage.cmd.XH_InitVoPortDriver(1, 2, 3), 1);
+        story.Prepare(stage.bench);
+        const CMessageLog log;
+        AccessAll(stage.cmd);
+        ExpectTranscript(story.pszName, log);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(, PortAccessMessages, testing::ValuesIn(kAccessStories),
-                         [](const auto& story) { return std::string(story.param.pszName); });
 } // namespace
