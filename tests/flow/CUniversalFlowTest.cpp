@@ -2,252 +2,115 @@
 
 namespace
 {
-using Steps = std::vector<std::string>;
-
 struct FlowCase
 {
     const char* pszCase;
     std::set<std::string> fails;
-    bool bStays; ///< resets leave the device on the bus
-    DEVSTATE eRuns;
-    Steps steps;
-    bool bResult;
+    std::string strSteps;
+    bool bResult = true;
+    bool bStays = false; ///< resets leave the device on the bus
+    DEVSTATE eRuns = ROM_STATE;
 };
 
-class Flow : public testing::TestWithParam<FlowCase>
+class Flow : public testing::Test
 {
 protected:
-    Flow() { m_finder.pExpected = &m_dev; }
-
-    void Prepare(const char* pszFunction)
+    /// Runs an operation in every case, each with a device and a flow of its own.
+    template<std::size_t n, typename Operation>
+    void RunCases(const FlowCase (&cases)[n], Operation operation)
     {
-        m_trace.function = pszFunction;
-        m_trace.fails = GetParam().fails;
-        m_dev.bStays = GetParam().bStays;
-        m_dev.eRuns = GetParam().eRuns;
+        for (const FlowCase& given : cases) {
+            SCOPED_TRACE(given.pszCase);
+            CTrace trace;
+            CFlowFinder finder{trace};
+            CFlowDev dev{trace};
+            CUniversalFlow flow{&finder, &dev};
+            finder.pExpected = &dev;
+            trace.fails = given.fails;
+            dev.bStays = given.bStays;
+            dev.eRuns = given.eRuns;
+            EXPECT_EQ(operation(flow, given), given.bResult);
+            EXPECT_EQ(trace.steps, given.strSteps);
+        }
     }
-
-    CTrace m_trace;
-    CFlowFinder m_finder{m_trace};
-    CFlowDev m_dev{m_trace};
-    CUniversalFlow m_flow{&m_finder, &m_dev};
 };
 
-std::string CaseName(const testing::TestParamInfo<FlowCase>& given)
-{
-    return given.param.pszCase;
-}
-
-/// The steps of a list up to the last one given, then others.
-Steps Then(const Steps& first, std::size_t nCount, const Steps& rest)
-{
-    Steps all(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(nCount));
-    all.insert(all.end(), rest.begin(), rest.end());
-    return all;
-}
-
-const Steps kWholeUpdate = {"0%",
-                            "connect",
-                            "judge",
-                            "10%",
-                            "reset to rom",
-                            "0 reset to rom success\n",
-                            "20%",
-                            "disconnect",
-                            "connect",
-                            "judge",
-                            "erase",
-                            "0 erase flash success\n",
-                            "30%",
-                            "write",
-                            "0 write flash success\n",
-                            "70%",
-                            "check",
-                            "0 check flash success\n",
-                            "90%",
-                            "reset to flash",
-                            "0 reset to flash success\n",
-                            "disconnect",
-                            "connect",
-                            "uninit",
-                            "0 uninit dev success\n",
-                            "100%"};
+// The road of a whole update, up to the step that a case is about.
+const std::string kToRom = "0%|connect|judge|10%|reset to rom";
+const std::string kRom = kToRom + "|20%|disconnect|connect";
+const std::string kErased = kRom + "|judge|erase";
+const std::string kWritten = kErased + "|30%|write";
+const std::string kChecked = kWritten + "|70%|check";
+const std::string kToFlash = kChecked + "|90%|reset to flash";
+const std::string kFlash = kToFlash + "|disconnect|connect";
 
 const FlowCase kUpdates[] = {
-    {"WholeUpdate", {}, false, ROM_STATE, kWholeUpdate, true},
-    {"DualBankStaysAndIsNotErased",
+    {"whole update", {}, kFlash + "|uninit|100%"},
+    {"two banks: stays and is not erased",
      {},
+     kToRom + "|20%|30%|write|70%|check|90%|reset to flash|uninit|100%",
      true,
-     FLASH_STATE,
-     {"0%", "connect", "judge", "10%", "reset to rom", "0 reset to rom success\n", "20%", "30%",
-      "write", "0 write flash success\n", "70%", "check", "0 check flash success\n", "90%",
-      "reset to flash", "0 reset to flash success\n", "uninit", "0 uninit dev success\n", "100%"},
-     true},
-    {"NotPresent", {"connect#1"}, false, ROM_STATE, {"0%", "connect", "0%"}, false},
-    {"ResetToRomFails",
-     {"reset to rom#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeUpdate, 5, {"3 fail to reset to rom\n", "0%"}),
-     false},
-    {"ForgottenWhenItDoesNotVanish",
+     true,
+     FLASH_STATE},
+    {"not present", {"connect#1"}, "0%|connect|0%", false},
+    {"reset to ROM fails", {"reset to rom#1"}, kToRom + "|0%", false},
+    {"forgotten when it does not vanish",
      {"disconnect#1", "disconnect#2"},
-     false,
-     ROM_STATE,
-     Then(Then(kWholeUpdate, 8, {"forget", "connect", "judge", "erase", "0 erase flash success\n"}),
-          13,
-          {"30%", "write", "0 write flash success\n", "70%", "check", "0 check flash success\n",
-           "90%", "reset to flash", "0 reset to flash success\n", "disconnect", "forget", "connect",
-           "uninit", "0 uninit dev success\n", "100%"}),
-     true},
+     kToRom + "|20%|disconnect|forget|connect|judge|erase|30%|write|70%|check|90%|reset to flash"
+              "|disconnect|forget|connect|uninit|100%"},
     // Deliberate: true, without a further step and without progress 0.
-    {"DoesNotComeBackAsRom", {"connect#2"}, false, ROM_STATE, Then(kWholeUpdate, 9, {}), true},
-    {"EraseFails",
-     {"erase#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeUpdate, 11, {"3 fail to erase flash\n", "0%"}),
-     false},
-    {"WriteFails",
-     {"write#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeUpdate, 14, {"3 \nfail to write flash\n", "0%"}),
-     false},
-    {"CheckFails",
-     {"check#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeUpdate, 17, {"3 \nfail to check flash\n", "0%"}),
-     false},
-    {"ResetToFlashFails",
-     {"reset to flash#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeUpdate, 20, {"3 fail to reset to flash\n", "0%"}),
-     false},
+    {"does not come back as ROM", {"connect#2"}, kRom},
+    {"erase fails", {"erase#1"}, kErased + "|0%", false},
+    {"write fails", {"write#1"}, kWritten + "|0%", false},
+    {"check fails", {"check#1"}, kChecked + "|0%", false},
+    {"reset to flash fails", {"reset to flash#1"}, kToFlash + "|0%", false},
     // Deliberate: as after the reset to ROM.
-    {"DoesNotComeBackAsFlash", {"connect#3"}, false, ROM_STATE, Then(kWholeUpdate, 23, {}), true},
-    {"UninitFails",
-     {"uninit#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeUpdate, 24, {"3 fail to uninit dev\n", "0%"}),
-     false},
+    {"does not come back as flash", {"connect#3"}, kFlash},
+    {"uninit fails", {"uninit#1"}, kFlash + "|uninit|0%", false},
 };
 
-class DevUpdate : public Flow
-{};
-
-TEST_P(DevUpdate, TakesTheseSteps)
+TEST_F(Flow, AnUpdateTakesTheseSteps)
 {
-    Prepare("CUniversalFlow::DevUpdate");
-    EXPECT_EQ(m_flow.DevUpdate(), GetParam().bResult);
-    EXPECT_EQ(m_trace.steps, GetParam().steps);
+    RunCases(kUpdates, [](CUniversalFlow& flow, const FlowCase&) { return flow.DevUpdate(); });
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, DevUpdate, testing::ValuesIn(kUpdates), CaseName);
-
-const Steps kWholeErase = {"0%",
-                           "connect",
-                           "30%",
-                           "judge",
-                           "force reset to rom",
-                           "0 force reset to rom success\n",
-                           "disconnect",
-                           "connect",
-                           "judge",
-                           "erase",
-                           "100%",
-                           "ui1 Erase flash success\n",
-                           "0%"};
+const std::string kForced = "0%|connect|30%|judge|force reset to rom";
 
 const FlowCase kErases[] = {
-    {"WholeErase", {}, false, ROM_STATE, kWholeErase, true},
-    {"StaysOnTheBus",
-     {},
-     true,
-     ROM_STATE,
-     Then(kWholeErase, 6, {"erase", "100%", "ui1 Erase flash success\n", "0%"}),
-     true},
-    {"NotPresent",
-     {"connect#1"},
-     false,
-     ROM_STATE,
-     {"0%", "connect", "ui0 Erase flash fail\n", "0%"},
-     false},
-    {"ResetFails",
-     {"force reset to rom#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeErase, 5, {"3 fail to force reset to rom\n", "ui0 Erase flash fail\n", "0%"}),
-     false},
+    {"whole erase", {}, kForced + "|disconnect|connect|judge|erase|100%|ui1|0%"},
+    {"stays on the bus", {}, kForced + "|erase|100%|ui1|0%", true, true},
+    {"not present", {"connect#1"}, "0%|connect|ui0|0%", false},
+    {"reset fails", {"force reset to rom#1"}, kForced + "|ui0|0%", false},
     // Deliberate: these two report success although nothing was erased.
-    {"DoesNotVanish",
-     {"disconnect#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeErase, 7, {"ui1 Erase flash success\n", "0%"}),
-     true},
-    {"DoesNotComeBack",
-     {"connect#2"},
-     false,
-     ROM_STATE,
-     Then(kWholeErase, 8, {"ui1 Erase flash success\n", "0%"}),
-     true},
-    {"EraseFails",
-     {"erase#1"},
-     false,
-     ROM_STATE,
-     Then(kWholeErase, 11, {"ui0 Erase flash fail\n", "0%"}),
-     false},
+    {"does not vanish", {"disconnect#1"}, kForced + "|disconnect|ui1|0%"},
+    {"does not come back", {"connect#2"}, kForced + "|disconnect|connect|ui1|0%"},
+    {"erase fails", {"erase#1"}, kForced + "|disconnect|connect|judge|erase|100%|ui0|0%", false},
 };
 
-class DevErase : public Flow
-{};
-
-TEST_P(DevErase, TakesTheseSteps)
+TEST_F(Flow, AnEraseTakesTheseSteps)
 {
-    Prepare("CUniversalFlow::DevErase");
-    EXPECT_EQ(m_flow.DevErase(), GetParam().bResult);
-    EXPECT_EQ(m_trace.steps, GetParam().steps);
+    RunCases(kErases, [](CUniversalFlow& flow, const FlowCase&) { return flow.DevErase(); });
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, DevErase, testing::ValuesIn(kErases), CaseName);
 
 const FlowCase kVersionReads[] = {
-    {"Read", {}, true, FLASH_STATE, {"connect", "judge", "read version", "uninit"}, true},
+    {"read", {}, "connect|judge|read version|uninit"},
     // Deliberate: the device's refusal is not looked at.
-    {"Refused",
-     {"read version#1"},
-     true,
-     ROM_STATE,
-     {"connect", "judge", "read version", "uninit"},
-     true},
-    {"NotPresent", {"connect#1"}, true, FLASH_STATE, {"connect"}, false},
-    {"UninitFails",
-     {"uninit#1"},
-     true,
-     FLASH_STATE,
-     {"connect", "judge", "read version", "uninit"},
-     false},
+    {"refused", {"read version#1"}, "connect|judge|read version|uninit"},
+    {"not present", {"connect#1"}, "connect", false},
+    {"uninit fails", {"uninit#1"}, "connect|judge|read version|uninit", false},
 };
 
-class DevReadVersion : public Flow
-{};
-
-TEST_P(DevReadVersion, TakesTheseSteps)
+TEST_F(Flow, AVersionReadTakesTheseSteps)
 {
-    Prepare("CUniversalFlow::DevReadVersion");
-    USHORT wVersion = 0xAAAA;
-    EXPECT_EQ(m_flow.DevReadVersion(wVersion), GetParam().bResult);
-    EXPECT_EQ(m_trace.steps, GetParam().steps);
-    const bool bRead =
-        GetParam().fails.count("read version#1") + GetParam().fails.count("connect#1") == 0;
-    EXPECT_EQ(wVersion, bRead ? 0x1234 : 0xAAAA);
+    RunCases(kVersionReads, [](CUniversalFlow& flow, const FlowCase& given) {
+        USHORT wVersion = 0xAAAA;
+        const bool bResult = flow.DevReadVersion(wVersion);
+        const bool bRead =
+            given.fails.count("read version#1") + given.fails.count("connect#1") == 0;
+        EXPECT_EQ(wVersion, bRead ? 0x1234 : 0xAAAA);
+        return bResult;
+    });
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, DevReadVersion, testing::ValuesIn(kVersionReads), CaseName);
 
 /// Gives an image, or none.
 class CImages : public IFwFinder
@@ -265,14 +128,11 @@ public:
 class FlowImage : public testing::Test
 {
 protected:
-    FlowImage() { m_trace.function = "CUniversalFlow::InitFwFinder"; }
-
     CTrace m_trace;
     CFlowFinder m_finder{m_trace};
     CFlowDev m_dev{m_trace};
     CUniversalFlow m_flow{&m_finder, &m_dev};
     CImages m_images;
-    const Steps m_refusal = {"1 fail to load fw file to buf.\n"};
 };
 
 TEST_F(FlowImage, GoesIntoTheBufferAndLeavesTheLengthAlone)
@@ -290,16 +150,10 @@ TEST_F(FlowImage, GoesIntoTheBufferAndLeavesTheLengthAlone)
 TEST_F(FlowImage, FailureKeepsTheBuffer)
 {
     m_dev.SetFwBuf({7});
+    EXPECT_FALSE(m_flow.InitFwFinder("no finder"));
     m_dev.pImages = &m_images;
     EXPECT_FALSE(m_flow.InitFwFinder("missing"));
     EXPECT_EQ(m_dev.GetFwBuf(), std::vector<BYTE>{7});
-    EXPECT_EQ(m_trace.steps, m_refusal);
-}
-
-TEST_F(FlowImage, DeviceWithoutFinderRefuses)
-{
-    EXPECT_FALSE(m_flow.InitFwFinder("hub.bin"));
-    EXPECT_EQ(m_trace.steps, m_refusal);
 }
 
 TEST_F(FlowImage, VersionComesFromTheDevice)
@@ -343,7 +197,7 @@ TEST_F(FlowImage, SingleStepsPassTheDevicesAnswerOnWithoutWaitOrMessage)
         m_trace.fails = {std::string(step.pszName) + "#2"};
         EXPECT_TRUE((flow.*step.pfnStep)()) << step.pszName;
         EXPECT_FALSE((flow.*step.pfnStep)()) << step.pszName;
-        EXPECT_EQ(m_trace.steps, (Steps{step.pszName, step.pszName}));
+        EXPECT_EQ(m_trace.steps, std::string(step.pszName) + "|" + step.pszName);
     }
 }
 
@@ -356,7 +210,7 @@ TEST_F(FlowImage, WithoutFinderOrDeviceEverythingFails)
         EXPECT_FALSE(flow.DevUpdate());
         EXPECT_FALSE(flow.DevErase());
         EXPECT_FALSE(flow.DevReadVersion(wVersion));
-        EXPECT_EQ(m_trace.steps, (Steps{"0%", "0%", "0%", "ui0 Erase flash fail\n", "0%"}));
+        EXPECT_EQ(m_trace.steps, "0%|0%|0%|ui0|0%");
     }
     USHORT wVersion = 0;
     EXPECT_FALSE(flows[2].DevReadBINVersion(wVersion, 1));
@@ -370,6 +224,6 @@ TEST_F(FlowImage, CopySharesFinderAndDevice)
     m_finder.pExpected = &m_dev;
     CUniversalFlow copy(m_flow);
     EXPECT_TRUE(copy.ConnectDevice(1));
-    EXPECT_EQ(m_trace.steps, Steps{"connect"});
+    EXPECT_EQ(m_trace.steps, "connect");
 }
 } // namespace
