@@ -2,6 +2,11 @@
 
 #include "platform/ErrorCodes.h"
 #include "transport/DriverImages.h"
+#include "transport/StandInDriver.h"
+
+#include <array>
+#include <cstring>
+#include <span>
 
 namespace
 {
@@ -46,6 +51,28 @@ SimService Service(DWORD dwState)
     return service;
 }
 
+bool IsStandIn(std::span<const BYTE> image, size_t cb)
+{
+    static constexpr std::array<BYTE, 4> kSignature = {0xBD, 0x04, 0xEF, 0xFE};
+    const auto at = std::search(image.begin(), image.end(), kSignature.begin(), kSignature.end());
+    if (image.size() != cb || image.end() - at < std::ptrdiff_t(sizeof(FIXED_FILE_INFO)))
+        return false;
+    FIXED_FILE_INFO info = {};
+    std::memcpy(&info, &*at, sizeof(info));
+    return info.dwFileVersionMS == 0 && info.dwFileVersionLS == 0;
+}
+
+USHORT MachineOf(std::span<const BYTE> image)
+{
+    DWORD dwPe = 0;
+    std::memcpy(&dwPe, image.data() + 0x3C, sizeof(dwPe));
+    USHORT wMachine = 0;
+    std::memcpy(&wMachine, image.data() + dwPe + 4, sizeof(wMachine));
+    return wMachine;
+}
+constexpr auto kFileX86 = stand_in::MakeFile<35912>(stand_in::kX86);
+constexpr auto kFileX64 = stand_in::MakeFile<38472>(stand_in::kX64);
+constexpr auto kFileArm64 = stand_in::MakeFile<39496>(stand_in::kArm64);
 } // namespace
 
 TEST(ProxyDriver, IsInstalledStartedAndMarkedOnFirstUse)
@@ -100,15 +127,6 @@ TEST(ProxyDriver, IsRemovedByItsLastUserAlone)
     EXPECT_EQ(first.transport.XH_UnInitProxyDriver(), 1) << "releasing twice is harmless";
 }
 
-TEST(ProxyDriver, ThatRunsIsUsedWithoutRights)
-{
-    CBench bench;
-    bench.machine.InstallRunningDriver();
-    bench.machine.Traits().bElevated = false;
-    EXPECT_EQ(bench.transport.InitProxyDriver(), 1);
-    EXPECT_FALSE(bench.log.Says("Using internal ZelUpx.sys\n"));
-}
-
 TEST(ProxyDriver, FailsToStartWithoutDeviceButKeepsItsMark)
 {
     CBench bench;
@@ -152,8 +170,9 @@ TEST_P(CarriedDriver, ReplacesWhateverItExceedsInAnyComponent)
     const CCarriedVersion carried(GetParam().carried);
     bench.machine.Volume().Put(kInstalled, Image(GetParam().installed));
     ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
-    EXPECT_EQ(bench.log.Says("Extracting ZelUpx.sys\n"), GetParam().bReplaced);
-    EXPECT_EQ(*bench.machine.Volume().Data(kInstalled) == carried.Bytes(), GetParam().bReplaced);
+    EXPECT_EQ(bench.machine.Faults().Calls("IFileSystem::Copy"), GetParam().bReplaced ? 1u : 0u);
+    EXPECT_EQ(*bench.machine.Volume().Data(kInstalled),
+              GetParam().bReplaced ? carried.Bytes() : Image(GetParam().installed));
     EXPECT_FALSE(bench.machine.Volume().Exists(kTemporary));
 }
 
@@ -162,26 +181,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(VersionCase{"Newer", {1, 3, 0, 0}, {1, 2, 0, 9}, true},
                     VersionCase{"OlderButGreaterRevision", {1, 2, 0, 9}, {1, 3, 0, 0}, true},
                     VersionCase{"OlderButGreaterMinor", {1, 5, 0, 0}, {2, 0, 0, 0}, true},
-                    VersionCase{"OlderThroughout", {1, 2, 0, 4}, {1, 2, 0, 5}, false}),
+                    VersionCase{"OlderThroughout", {1, 2, 0, 4}, {1, 2, 0, 5}, false},
+                    VersionCase{"Same", {1, 2, 0, 5}, {1, 2, 0, 5}, false}),
     [](const auto& tested) { return tested.param.pszCase; });
-
-TEST(ProxyDriver, ThatIsTheSameIsNotCopied)
-{
-    CBench bench;
-    const CCarriedVersion carried({1, 2, 0, 5});
-    bench.machine.Volume().Put(kInstalled, carried.Bytes());
-    ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
-    EXPECT_TRUE(bench.log.Says("Already have newer ZelUpx.sys, don't need to update\n"));
-    EXPECT_EQ(bench.machine.Faults().Calls("IFileSystem::Copy"), 0u);
-}
-
-TEST(ProxyDriver, WithoutReadableVersionIsReplaced)
-{
-    CBench bench;
-    bench.machine.Volume().Put(kInstalled, {'n', 'o', 'n', 'e'});
-    ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
-    EXPECT_TRUE(bench.log.Says("Extracting ZelUpx.sys\n"));
-}
 
 TEST(ProxyDriver, FromTheDebugFileReplacesTheServiceToo)
 {
@@ -206,23 +208,6 @@ TEST(ProxyDriver, ThatCannotBeCopiedEndsTheStartSilently)
     EXPECT_EQ(bench.machine.Handles().Describe(), "");
 }
 
-TEST(ProxyDriver, HasAVersionOnlyWhereTheFileHasOne)
-{
-    CBench bench;
-    bench.machine.Volume().Put(kInstalled, Image({4, 3, 2, 1}));
-    bench.machine.Volume().Put(kDebug, {'x'});
-    _tag_VERSION version = {};
-    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, &version), 1);
-    EXPECT_EQ((Version{version.wMajor, version.wMinor, version.wBuild, version.wRevision}),
-              (Version{4, 3, 2, 1}));
-    EXPECT_EQ(bench.Access().GetFileVersion(kDebug, &version), 0);
-    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, nullptr), 0);
-    bench.machine.Faults().FailNext("IFileSystem::ReadVersion", 1);
-    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, &version), 0);
-    bench.machine.Faults().FailNext("IFileSystem::QueryRootVersion", 1);
-    EXPECT_EQ(bench.Access().GetFileVersion(kInstalled, &version), 0);
-}
-
 /// What becomes of the service.
 struct ServiceCase
 {
@@ -230,7 +215,7 @@ struct ServiceCase
     DWORD dwState; ///< 0: there is no service
     int nUpdated;
     int nFlagExists;
-    void (*pfnTrouble)(CBench&);
+    const char* pszFails; ///< the call that is refused, or null
     int nResult;
     std::vector<std::string> log;
 };
@@ -245,8 +230,8 @@ TEST_P(ProxyService, IsPutInOrder)
     bench.machine.Volume().Put(kInstalled, Image({1, 0, 0, 0}));
     if (c.dwState != 0)
         bench.machine.Services().Put(Service(c.dwState));
-    if (c.pfnTrouble != nullptr)
-        c.pfnTrouble(bench);
+    if (c.pszFails != nullptr)
+        bench.machine.Faults().FailAlways(std::string("IServiceManager::") + c.pszFails, 5);
     const size_t nBefore = bench.machine.Services().Log().size();
     EXPECT_EQ(bench.Access().Install(kInstalled, c.nUpdated, c.nFlagExists), c.nResult);
     const auto& log = bench.machine.Services().Log();
@@ -255,75 +240,26 @@ TEST_P(ProxyService, IsPutInOrder)
     EXPECT_EQ(bench.machine.Handles().Describe(), "");
 }
 
+const std::vector<std::string> kStarted = {"start ZelUpx"};
+const std::vector<std::string> kMade = {"create ZelUpx", "start ZelUpx"};
+const std::vector<std::string> kReplaced = {"delete ZelUpx", "create ZelUpx", "start ZelUpx"};
+const std::vector<std::string> kStoppedAndReplaced = {"stop ZelUpx", "delete ZelUpx",
+                                                      "create ZelUpx", "start ZelUpx"};
 const ServiceCase kServiceCases[] = {
-    {"Missing", 0, 0, 0, nullptr, 1, {"create ZelUpx", "start ZelUpx"}},
+    {"Missing", 0, 0, 0, nullptr, 1, kMade},
     {"OldAndRunning", kStateRunning, 0, 0, nullptr, 1, {}},
-    {"OldAndStopped", kStateStopped, 0, 0, nullptr, 1, {"start ZelUpx"}},
-    {"NewAndStopped",
-     kStateStopped,
-     1,
-     1,
-     nullptr,
-     1,
-     {"delete ZelUpx", "create ZelUpx", "start ZelUpx"}},
-    {"NewAndRunning",
-     kStateRunning,
-     1,
-     0,
-     nullptr,
-     1,
-     {"stop ZelUpx", "delete ZelUpx", "create ZelUpx", "start ZelUpx"}},
+    {"OldAndStopped", kStateStopped, 0, 0, nullptr, 1, kStarted},
+    {"NewAndStopped", kStateStopped, 1, 1, nullptr, 1, kReplaced},
+    {"NewAndRunning", kStateRunning, 1, 0, nullptr, 1, kStoppedAndReplaced},
     {"NewButUsedByOthers", kStateRunning, 1, 1, nullptr, 1, {}},
-    {"NoManager", 0, 0, 0, [](CBench& b) { b.machine.Services().SetManagerError(5); }, 0, {}},
-    {"UnopenableCountsAsRunning",
-     kStateStopped,
-     0,
-     0,
-     [](CBench& b) { b.machine.Services().Find(kName)->dwOpenError = 5; },
-     1,
-     {}},
-    {"UnopenableCannotBeReplaced",
-     kStateStopped,
-     1,
-     0,
-     [](CBench& b) { b.machine.Services().Find(kName)->dwOpenError = 5; },
-     0,
-     {}},
-    {"UnreadableCountsAsRunning",
-     kStateStopped,
-     0,
-     0,
-     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Query", 5); },
-     1,
-     {}},
-    {"StopRefused",
-     kStateRunning,
-     1,
-     0,
-     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Control", 5); },
-     0,
-     {}},
-    {"DeleteRefused",
-     kStateStopped,
-     1,
-     0,
-     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Remove", 5); },
-     0,
-     {}},
-    {"CreateRefused",
-     0,
-     0,
-     0,
-     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Create", 5); },
-     0,
-     {}},
-    {"StartRefused",
-     kStateStopped,
-     0,
-     0,
-     [](CBench& b) { b.machine.Faults().FailNext("IServiceManager::Start", 5); },
-     0,
-     {}},
+    {"NoManager", 0, 0, 0, "OpenManager", 0, {}},
+    {"UnopenableCountsAsRunning", kStateStopped, 0, 0, "OpenNamed", 1, {}},
+    {"UnopenableCannotBeReplaced", kStateStopped, 1, 0, "OpenNamed", 0, {}},
+    {"UnreadableCountsAsRunning", kStateStopped, 0, 0, "Query", 1, {}},
+    {"StopRefused", kStateRunning, 1, 0, "Control", 0, {}},
+    {"DeleteRefused", kStateStopped, 1, 0, "Remove", 0, {}},
+    {"CreateRefused", 0, 0, 0, "Create", 0, {}},
+    {"StartRefused", kStateStopped, 0, 0, "Start", 0, {}},
 };
 INSTANTIATE_TEST_SUITE_P(Cases, ProxyService, testing::ValuesIn(kServiceCases),
                          [](const auto& tested) { return tested.param.pszCase; });
@@ -332,7 +268,10 @@ INSTANTIATE_TEST_SUITE_P(Cases, ProxyService, testing::ValuesIn(kServiceCases),
 struct MachineCase
 {
     const char* pszCase;
-    void (*pfnSet)(SimProcessTraits&);
+    unsigned nQueries; ///< how many of the two functions the system has, the older one first
+    USHORT wNativeMachine;
+    USHORT wArchitecture; ///< of the oldest way
+    USHORT wProcessMachine;
     MachineType eMachine;
     int nWow64;
 };
@@ -343,7 +282,14 @@ class Processor : public testing::TestWithParam<MachineCase>
 TEST_P(Processor, IsToldByTheSystem)
 {
     CBench bench;
-    GetParam().pfnSet(bench.machine.Traits());
+    SimProcessTraits& traits = bench.machine.Traits();
+    traits.wNativeMachine = GetParam().wNativeMachine;
+    traits.wArchitecture = GetParam().wArchitecture;
+    traits.wProcessMachine = GetParam().wProcessMachine;
+    if (GetParam().nQueries < 2)
+        traits.functions.erase("IsWow64Process2");
+    if (GetParam().nQueries < 1)
+        traits.functions.clear();
     ASSERT_EQ(bench.transport.InitProxyDriver(), 1) << bench.log.Dump();
     EXPECT_EQ(bench.Access().Machine(), GetParam().eMachine);
     EXPECT_EQ(bench.Access().Wow64(), GetParam().nWow64);
@@ -353,30 +299,15 @@ TEST_P(Processor, IsToldByTheSystem)
 }
 
 const MachineCase kMachineCases[] = {
-    {"X64", [](SimProcessTraits&) {}, MACHINE_X64, 0},
-    {"X86", [](SimProcessTraits& t) { t.wNativeMachine = 0x014C; }, MACHINE_X86, 0},
-    {"Arm64IsOther", [](SimProcessTraits& t) { t.wNativeMachine = 0xAA64; }, MACHINE_OTHER, 0},
-    {"Wow64", [](SimProcessTraits& t) { t.wProcessMachine = 0x014C; }, MACHINE_X64, 1},
-    {"OldX64", [](SimProcessTraits& t) { t.functions.erase("IsWow64Process2"); }, MACHINE_X64, 0},
-    {"OldX86",
-     [](SimProcessTraits& t) {
-         t.functions.erase("IsWow64Process2");
-         t.wArchitecture = 0;
-     },
-     MACHINE_X86, 0},
-    {"OldArm64IsOther",
-     [](SimProcessTraits& t) {
-         t.functions.erase("IsWow64Process2");
-         t.wArchitecture = 12;
-     },
-     MACHINE_OTHER, 0},
-    {"OldWow64",
-     [](SimProcessTraits& t) {
-         t.functions.erase("IsWow64Process2");
-         t.wProcessMachine = 0x014C;
-     },
-     MACHINE_X64, 1},
-    {"Ancient", [](SimProcessTraits& t) { t.functions.clear(); }, MACHINE_OTHER, 0},
+    {"X64", 2, 0x8664, 9, 0, MACHINE_X64, 0},
+    {"X86", 2, 0x014C, 9, 0, MACHINE_X86, 0},
+    {"Arm64IsOther", 2, 0xAA64, 9, 0, MACHINE_OTHER, 0},
+    {"Wow64", 2, 0x8664, 9, 0x014C, MACHINE_X64, 1},
+    {"OldX64", 1, 0x8664, 9, 0, MACHINE_X64, 0},
+    {"OldX86", 1, 0x8664, 0, 0, MACHINE_X86, 0},
+    {"OldArm64IsOther", 1, 0x8664, 12, 0, MACHINE_OTHER, 0},
+    {"OldWow64", 1, 0x8664, 9, 0x014C, MACHINE_X64, 1},
+    {"Ancient", 0, 0x8664, 9, 0, MACHINE_OTHER, 0},
 };
 INSTANTIATE_TEST_SUITE_P(Cases, Processor, testing::ValuesIn(kMachineCases),
                          [](const auto& tested) { return tested.param.pszCase; });
@@ -399,15 +330,17 @@ TEST(Redirection, ThatCannotBeDisabledEndsTheStart)
     }
 }
 
-TEST(Redirection, AnswerThatFailsCountsAsNo)
+TEST(StandInDriver, IsAnExecutableOfItsFamilyThatNeverCountsAsNewer)
 {
-    CBench bench;
-    bench.machine.Traits().wProcessMachine = 0x014C;
-    bench.machine.Faults().FailNext("IProcess::QueryWow64Process2", 1);
-    bench.transport.InitProxyDriver();
-    EXPECT_EQ(bench.Access().Wow64(), 0);
-    EXPECT_EQ(bench.machine.Faults().Calls("IProcess::DisableRedirection"), 0u);
-    bench.machine.Faults().FailNext("IProcess::QueryWow64Process", 1);
-    EXPECT_EQ(bench.Access().IsWow64(), 0);
-    EXPECT_EQ(bench.Access().IsWow64(), 1);
+    const struct
+    {
+        std::span<const BYTE> image;
+        size_t cb;
+        USHORT wMachine;
+    } kFamilies[] = {
+        {kFileX86, 35912, 0x014C}, {kFileX64, 38472, 0x8664}, {kFileArm64, 39496, 0xAA64}};
+    for (const auto& family : kFamilies) {
+        EXPECT_EQ(MachineOf(family.image), family.wMachine);
+        EXPECT_TRUE(IsStandIn(family.image, family.cb));
+    }
 }

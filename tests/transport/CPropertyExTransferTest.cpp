@@ -16,22 +16,6 @@ DWORD ReadStatus(CBench& b)
                                        sizeof(status), 5000);
 }
 
-/// Port and memory requests, with the driver refusing them or not.
-template<DWORD dwError>
-void PortAndMemory(CBench& b)
-{
-    b.Start();
-    if (dwError != 0)
-        b.machine.Faults().FailAlways("IDeviceFile::Control", dwError);
-    BYTE data[4] = {0x5C, 1, 2, 3};
-    b.transport.KyHub_WritePortUCHAR(0x66, 0x81);
-    b.transport.KyHub_ReadPortUCHAR(0x62, data);
-    data[0] = 0x5C;
-    b.transport.KyHub_WriteMemoryUCHAR(0xFED0, data, sizeof(data));
-    b.transport.KyHub_ReadMemoryUCHAR(0xFED0, data, sizeof(data));
-    b.machine.Faults().Clear();
-}
-
 /// What identifies a transfer on its way to the driver.
 struct Wire
 {
@@ -66,28 +50,19 @@ struct WireCase
 class TransferOnTheWire : public testing::TestWithParam<WireCase>
 {};
 
-void ExpectWire(int nWow64)
+TEST_P(TransferOnTheWire, LooksThisWayUnderAnyLayout)
 {
-    const WireCase& c = TransferOnTheWire::GetParam();
-    CBench bench;
-    bench.StartAndOpen();
-    bench.Access().Wow64() = nWow64;
-    BYTE buffer[32] = {};
-    c.pfnSend(bench.transport, buffer);
-    ASSERT_EQ(bench.machine.Driver().Log().size(), 1u);
-    EXPECT_EQ(WireOf(bench.machine.Driver().Log().front()), c.expected)
-        << bench.machine.Driver().Lines().front();
-    EXPECT_TRUE(bench.machine.Driver().Rejections().empty());
-}
-
-TEST_P(TransferOnTheWire, LooksThisWay)
-{
-    ExpectWire(0);
-}
-
-TEST_P(TransferOnTheWire, LooksTheSameUnderWow64)
-{
-    ExpectWire(1);
+    for (const int nWow64 : {0, 1}) {
+        CBench bench;
+        bench.StartAndOpen();
+        bench.Access().Wow64() = nWow64;
+        BYTE buffer[32] = {};
+        GetParam().pfnSend(bench.transport, buffer);
+        ASSERT_EQ(bench.machine.Driver().Log().size(), 1u);
+        EXPECT_EQ(WireOf(bench.machine.Driver().Log().front()), GetParam().expected)
+            << bench.machine.Driver().Lines().front();
+        EXPECT_TRUE(bench.machine.Driver().Rejections().empty());
+    }
 }
 
 BYTE g_outSetup[8] = {0x40, 0xC6, 0x02, 0x00, 0x01, 0x00, 0x10, 0x00};
@@ -118,25 +93,6 @@ const WireCase kWireCases[] = {
 INSTANTIATE_TEST_SUITE_P(Kinds, TransferOnTheWire, testing::ValuesIn(kWireCases),
                          [](const auto& tested) { return tested.param.pszCase; });
 } // namespace
-
-TEST(Transfer, MovesTheDataBothWays)
-{
-    CBench bench;
-    bench.StartAndOpen();
-    ASSERT_EQ(bench.transport.KyHub_SendVDCmd(REQTYPE_VENDOR_OUT, REQ_VDCMD_ENABLE,
-                                              VDCMD_ENABLE_READ_ERASE, VDCMD_ENABLE_KEY, nullptr, 0,
-                                              5000),
-              0u);
-    BYTE byValue = 0x40;
-    EXPECT_EQ(bench.transport.KyHub_SendVDCmd(REQTYPE_VENDOR_OUT, REQ_WRITE_MEM, 0, 0x103F,
-                                              &byValue, 1, 5000),
-              0u)
-        << bench.log.Dump();
-    byValue = 0;
-    BYTE setup[8] = {0xC0, REQ_READ_MEM, 0, 0, 0x3F, 0x10, 1, 0};
-    EXPECT_EQ(bench.transport.KyHub_CtlPipeIn(setup, &byValue), 0u) << bench.log.Dump();
-    EXPECT_EQ(byValue, 0x40);
-}
 
 TEST(Transfer, ReportsTheFailuresOfTheDevice)
 {
@@ -195,25 +151,6 @@ TEST(Transfer, WithoutBufferIsNotSent)
     EXPECT_EQ(bench.transport.KyHub_WriteMemoryUCHAR(1, nullptr, 1), kErrInvalidParameter);
     EXPECT_EQ(bench.transport.KyHub_ReadMemoryUCHAR(1, nullptr, 1), kErrInvalidParameter);
     EXPECT_TRUE(bench.machine.Driver().Log().empty());
-}
-
-TEST(PortAccess, ReachesPortsAndMemory)
-{
-    CBench bench;
-    bench.Start();
-    BYTE data[3] = {0xA1, 0xA2, 0xA3};
-    EXPECT_EQ(bench.transport.KyHub_WriteMemoryUCHAR(0xFED00010, data, 3), 0u);
-    EXPECT_EQ(bench.machine.Memory().ByteAt(0xFED00012), 0xA3);
-    BYTE read[3] = {};
-    EXPECT_EQ(bench.transport.KyHub_ReadMemoryUCHAR(0xFED00010, read, 3), 0u);
-    EXPECT_EQ(std::memcmp(read, data, 3), 0);
-    EXPECT_EQ(bench.transport.KyHub_WriteMemoryUCHAR(0xFED00010, nullptr, 0), 0u);
-
-    BYTE byPort = 0;
-    EXPECT_EQ(bench.transport.KyHub_WritePortUCHAR(0x66, 0x81), 0u);
-    EXPECT_EQ(bench.transport.KyHub_ReadPortUCHAR(0x66, &byPort), 0u);
-    EXPECT_EQ(byPort, 0xFF) << "nobody claims this port";
-    EXPECT_TRUE(bench.machine.Driver().Rejections().empty());
 }
 
 TEST(PortAccess, SendsExactlyTheseBytesUnderAnyLayout)

@@ -16,12 +16,6 @@
 class CTransportLog : public CMessageLog
 {
 public:
-    bool Has(ERRORLEVEL eLevel, const std::string& strFunction, const std::string& strText) const
-    {
-        const std::string strLine = std::to_string(eLevel) + "|" + strFunction + "|" + strText;
-        return std::find(Lines().begin(), Lines().end(), strLine) != Lines().end();
-    }
-
     /// Whoever said it, at whatever level.
     bool Says(const std::string& strText) const
     {
@@ -46,8 +40,6 @@ public:
     explicit CPropertyExTestAccess(CPropertyEx& transport) : m_t(transport) {}
 
     _KYHUB_INST& Instance() { return m_t.m_inst; }
-    HANDLE Driver() const { return m_t.hProxyDriver; }
-    void SetDriver(HANDLE h) { m_t.hProxyDriver = h; }
     HANDLE FlagFile() const { return m_t.m_hFlagFile; }
     MachineType& Machine() { return m_t.m_eMachine; }
     int& Wow64() { return m_t.m_nWow64; }
@@ -57,23 +49,16 @@ public:
         return m_t.GetDevInstInterfaceHandle(devInst, pGuid, ph);
     }
     int OpenByHandle(HANDLE h, LONGLONG* pll) { return m_t.KyProxy_OpenByHandle(h, pll); }
-    int Close(LONGLONG ll) { return m_t.KyProxy_Close(ll); }
     int DeviceDescriptor(LONGLONG ll, USB_DEVICE_DESCRIPTOR* p)
     {
         return m_t.KyUsb_GetDeviceDescriptor(ll, p);
     }
-    DWORD SendUrb(URB* pUrb) { return m_t.KyHub_SendUrb(pUrb); }
     int Install(const WCHAR* pszPath, int nUpdated, int nFlag)
     {
         return m_t.InstallKyProxy(pszPath, nUpdated, nFlag);
     }
-    int GetFileVersion(const WCHAR* psz, _tag_VERSION* p) { return m_t.GetFileVersion(psz, p); }
-    int IsWow64() { return m_t.IsWow64(); }
     int TurnOff(DWORD devInst) { return m_t.KyHub_TurnOffHubSS(devInst); }
     int TurnOff(DWORD devInst, DWORD& dwOld) { return m_t.KyHub_TurnOffHubSS(devInst, dwOld); }
-    int WmiTurnOff(WCHAR** ppsz, int n) { return m_t.Wmi_TurnoffSS(ppsz, n); }
-    int WmiTurnOn(WCHAR** ppsz, int n) { return m_t.Wmi_TurnOnSS(ppsz, n); }
-    int WaitService(WCHAR** ppsz, int n, int on) { return m_t.WaitServiceSwitchSS(ppsz, n, on); }
     int IsRunasAdmin() { return m_t.IsRunasAdmin(); }
 
 private:
