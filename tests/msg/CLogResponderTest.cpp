@@ -19,21 +19,15 @@ protected:
     }
 };
 
-TEST_F(LogFile, LiesBesideTheLibraryAndOpensNothingBeforeTheFirstLine)
+TEST_F(LogFile, LiesBesideTheLibraryAndIsOpenOnlyWhileALineIsWritten)
 {
     CLogResponder log;
     EXPECT_EQ(m_machine.HostFiles().Data("/opt/zel/info.txt"), nullptr);
-    log.ShowMsg("one\n", MSG_INFO);
-    EXPECT_EQ(Log(), "one\n");
-}
-
-TEST_F(LogFile, KeepsTextsAsTheyStandAndGoesOnOnTheSameLine)
-{
-    CLogResponder log;
     log.ShowMsg("40%\r", MSG_INFO);
     log.ShowMsg("no end", MSG_INFO);
     log.ShowMsg(", goes on\n", MSG_INFO);
     EXPECT_EQ(Log(), "40%\rno end, goes on\n");
+    EXPECT_TRUE(m_machine.Handles().Open().empty());
 }
 
 TEST_F(LogFile, ThresholdKeepsLowerLevelsOut)
@@ -57,29 +51,19 @@ TEST_F(LogFile, RecordsNothingButMessages)
     EXPECT_EQ(m_machine.HostFiles().Data("/opt/zel/info.txt"), nullptr);
 }
 
-TEST_F(LogFile, NothingStaysOpenBetweenLines)
-{
-    CLogResponder log;
-    ASSERT_TRUE(m_machine.Handles().Open().empty());
-    log.ShowMsg("one\n", MSG_INFO);
-    EXPECT_TRUE(m_machine.Handles().Open().empty());
-}
-
-struct PathCase
-{
-    const char* pszModule;
-    char chSeparator;
-    const char* pszLog;
-};
-
 TEST_F(LogFile, PathIsCutBehindTheSystemsSeparator)
 {
-    const PathCase cases[] = {
+    const struct
+    {
+        const char* pszModule;
+        char chSeparator;
+        const char* pszLog;
+    } cases[] = {
         {"/opt/a\\b/lib.so", '/', "/opt/a\\b/info.txt"},
         {"C:\\zel\\Zelhublib64.dll", '\\', "C:\\zel\\info.txt"},
         {"lib.so", '/', "lib.soinfo.txt"}, // without a separator it stays whole
     };
-    for (const PathCase& c : cases) {
+    for (const auto& c : cases) {
         m_machine.Traits().modulePath = c.pszModule;
         m_machine.HostFiles().SetSeparator(c.chSeparator);
         CLogResponder().ShowMsg("x", MSG_INFO);
