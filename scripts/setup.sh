@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Installs what the build needs and this machine lacks, with apt-get; does nothing where all is
-# there. Usage: scripts/setup.sh [build] [lint] [clang] [fuzz] [bench] [package] [windows]
+# there. Usage: scripts/setup.sh [build] [lint] [clang] [fuzz] [bench] [package] [windows] [vm]
 #        (default: build)
+# Group vm also downloads the virtual machine's kernel into build/.
 set -euo pipefail
+cd "$(dirname "$0")/.."
 
 missing=()
 
@@ -15,6 +17,10 @@ need() {
 
 has() { command -v "$1"; }
 header() { test -e "/usr/include/$1"; }
+static() { has "$1" && ! ldd "$(command -v "$1")"; }
+
+kernel=no
+fetch_kernel() { [ $kernel = no ] || tests/vm/kernel.sh build/vm-kernel; }
 
 for group in "${@:-build}"; do
     case $group in
@@ -52,14 +58,20 @@ for group in "${@:-build}"; do
         need wine has wine
         need googletest test -e /usr/src/googletest/CMakeLists.txt
         ;;
+    vm)
+        need qemu-system-x86 has qemu-system-x86_64
+        need busybox-static static busybox
+        need cpio has cpio
+        kernel=yes
+        ;;
     *)
-        echo "setup: no group named '$group' (build, lint, clang, fuzz, bench, package, windows)" >&2
+        echo "setup: no group named '$group' (build, lint, clang, fuzz, bench, package, windows, vm)" >&2
         exit 2
         ;;
     esac
 done
 
-[ ${#missing[@]} -gt 0 ] || exit 0
+[ ${#missing[@]} -gt 0 ] || { fetch_kernel; exit; }
 
 if ! command -v apt-get >/dev/null; then
     echo "setup: this machine has no apt-get; please install: ${missing[*]}" >&2
@@ -81,3 +93,4 @@ quietly() { "$@" >"$log" 2>&1 </dev/null || { cat "$log" >&2; return 1; }; }
 quietly "${root[@]}" apt-get update -q
 quietly "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -q -y --no-install-recommends "${missing[@]}"
+fetch_kernel

@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Builds and tests. Usage: scripts/test.sh [--quick|--full|--windows]
 #   (default)  release build and sanitizer build with their tests, format of the whole tree,
-#              clang-tidy on what changed, a short run of the fuzz targets
-#   --quick    the release build and its tests alone, without packages
+#              clang-tidy on what changed, a short run of the fuzz targets, and among the
+#              release tests the installed tool on a real kernel in a virtual machine (not where
+#              ZELHUB_NO_VM=1 is set)
+#   --quick    the release build and its tests alone, without packages and the machine
 #   --full     also the clang build, the whole tree under clang-tidy, the planted faults
 #   --windows  the library, the tool and all tests cross-built for Windows and run under Wine,
 #              in a prefix of their own that is removed again; nothing else
@@ -11,7 +13,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
-usage() { sed -n '2,10s/^# \{0,1\}//p' scripts/test.sh; }
+usage() { sed -n '2,12s/^# \{0,1\}//p' scripts/test.sh; }
 mode=default
 case "${1:-}" in
 "") ;;
@@ -26,6 +28,7 @@ groups=(build)
 [ $mode != windows ] || groups+=(windows)
 [ $mode = quick ] || [ $mode = windows ] || groups+=(lint fuzz package)
 [ $mode != full ] || groups+=(clang bench)
+[ $mode = quick ] || [ $mode = windows ] || [ "${ZELHUB_NO_VM:-}" = 1 ] || groups+=(vm)
 scripts/setup.sh "${groups[@]}" || exit 1
 
 jobs=$(nproc)
@@ -98,7 +101,7 @@ fi
 
 # What tests counted, which ctest shows of failing tests alone.
 counts() {
-    sed -n -e '/^messages provoked/,/^\[/{/^\[/!p}' -e '/: [0-9]* runs, /p' \
+    sed -n -e '/^messages provoked/,/^\[/{/^\[/!p}' -e '/: [0-9]* runs, /p' -e '/^vm: /p' \
         build/release/Testing/Temporary/LastTest.log
 }
 

@@ -31,6 +31,8 @@ const EDGE_RULE kRules[] = {
     {"src/flow/.*", "(flow|msg|platform)/[^/]*|dev/IDev\\.h|dev/DEVSTATE\\.h|find/IDevFinder\\.h"},
     {"src/api/.*", "(api|flow|dev|find|cmd|transport|msg|wire|platform)/[^/]*"},
     {"sim/.*", "sim/.*|(wire|platform)/[^/]*"},
+    {"tools/zelhub-bench-usbip/.*",
+     "tools/zelhub-bench-usbip/.*|tools/zelhub/(C?Bench|CJson|Failure).*|(sim|wire|platform)/.*"},
     {"tools/zelhub/.*",
      "(tools/zelhub|sim)/.*|(api|flow|dev|find|cmd|transport|msg|wire|platform)/[^/]*"},
 };
@@ -72,10 +74,11 @@ bool SystemHeaderAllowed(const std::string& sPath, const std::string& sHeader)
 {
     if (kStandardHeaders.count(sHeader) != 0)
         return true;
-    // The library's services of one system, the few that the tool needs for itself, and the two
-    // sources of the bench driver that are a driver.
+    // The library's services of one system, the few that the tool needs for itself, the two
+    // sources of the bench driver that are a driver, and a program for one system alone.
     static const std::regex kOneSystem("src/platform/(linux|windows)/.*|"
                                        "sim/driver/(Entry\\.c|CBenchCaller\\.cpp)|"
+                                       "tools/zelhub-bench-usbip/[A-Za-z]*\\.cpp|"
                                        "tools/zelhub/[A-Za-z]*_(linux|windows)\\.cpp");
     if (std::regex_match(sPath, kOneSystem))
         return true;

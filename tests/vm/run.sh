@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Runs the stories of stories.sh in a virtual machine with a Debian kernel, on the installed tool.
+# Usage: tests/vm/run.sh BUILD-FOLDER [INSTALLED-TREE]
+# Without a tree (a prefix such as what cmake --install makes) it installs the build into one.
+# The machine's console stays in BUILD-FOLDER/vm/console.log.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+build=$(cd "$1" && pwd)
+work=$build/vm
+root=$work/root
+kernel=$here/../../build/vm-kernel
+seconds=140
+
+if [ "${ZELHUB_NO_VM:-}" = 1 ]; then
+    echo "vm: skipped, since ZELHUB_NO_VM=1 is set"
+    exit 77
+fi
+for program in qemu-system-x86_64 cpio busybox; do
+    command -v $program >/dev/null ||
+        { echo "vm: no $program here; run: scripts/setup.sh vm" >&2; exit 1; }
+done
+"$here/kernel.sh" "$kernel"
+
+rm -rf "$work"
+mkdir -p "$root"/{bin,test,modules,etc,tmp,run}
+if [ $# -gt 1 ]; then
+    cp -a "$2/." "$root/usr"
+else
+    cmake --install "$build" --prefix "$root/usr" >/dev/null
+    rm -rf "$root/usr/include"
+fi
+cp "$(command -v busybox)" "$root/bin/busybox"
+cp "$kernel"/modules/*.ko "$root/modules/"
+cp "$here/init" "$root/init"
+cp "$here"/stories.sh "$here"/*.json "$root/test/"
+cp "$build/tools/zelhub-bench-usbip/zelhub-bench-usbip" "$root/test/"
+cp "$build/tests/vm_probe" "$root/test/probe"
+printf 'root:x:0:0::/tmp:/bin/sh\nsecond:x:1000:1000::/tmp:/bin/sh\n' >"$root/etc/passwd"
+printf 'root:x:0:\nsecond:x:1000:\n' >"$root/etc/group"
+
+# Shared libraries stand where the build machine has them; ours comes from the installed tree.
+ours=$(dirname "$(find "$root/usr" -name 'libZelhublib64.so*' | head -n 1)")
+for program in "$root"/usr/bin/* "$root"/test/zelhub-bench-usbip "$root"/test/probe; do
+    LD_LIBRARY_PATH=$ours ldd "$program"
+done | grep -o '/[^ ]*' | grep -v "^$root\|^$build" | sort -u | while read -r library; do
+    mkdir -p "$root$(dirname "$library")"
+    cp -L "$library" "$root$library"
+done
+sh -c "cd '$root' && find . | cpio -o -H newc --quiet -R 0:0" | gzip -1 >"$work/initrd.gz"
+
+timeout $seconds qemu-system-x86_64 -accel tcg -M q35 -m 512 -display none -no-reboot \
+    -monitor none -serial file:"$work/console.log" \
+    -kernel "$kernel/vmlinuz" -initrd "$work/initrd.gz" \
+    -append "console=ttyS0 quiet panic=-1" \
+    -device qemu-xhci,id=x -device usb-hub,bus=x.0,port=1 -device usb-hub,bus=x.0,port=1.1 \
+    -device usb-kbd,bus=x.0,port=1.2 </dev/null || echo "vm: the machine did not end by itself"
+
+# Every story has to say that it passed, and the last line that none is missing.
+expected=$(grep -c '^story_' "$here/stories.sh")
+tr -d '\r' <"$work/console.log" | grep -a '^VM' | sed 's/^VM //' || true
+passed=$(tr -d '\r' <"$work/console.log" | grep -ac '^VM story [a-z0-9_]*: passed' || true)
+if [ "$expected" -gt 0 ] && [ "$passed" -eq "$expected" ] &&
+    tr -d '\r' <"$work/console.log" | grep -aq "^VM end: $expected stories, 0 failed"; then
+    echo "vm: $passed of $expected stories passed"
+else
+    tail -n 15 "$work/console.log"
+    echo "vm: FAILED, $passed of $expected stories passed" >&2
+    exit 1
+fi
