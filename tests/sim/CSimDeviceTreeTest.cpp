@@ -56,15 +56,6 @@ TEST_F(DeviceTree, ComposesTheTextsThatTheSystemWouldShow)
     EXPECT_EQ(m_root.Parent(), &m_machine.HostController());
 }
 
-TEST_F(DeviceTree, TellsTheHalvesOfAHubApartByTheirCompatibleIds)
-{
-    CSimNode& half = m_tree.AddHubPair(m_root, 1, m_root, 11, {});
-
-    EXPECT_EQ(half.Spec().compatibleIds.front(), WTEXT("USB\\USB20_HUB"));
-    EXPECT_EQ(half.Twin()->Spec().compatibleIds.front(), WTEXT("USB\\USB30_HUB"));
-    EXPECT_NE(half.DevInst(), half.Twin()->DevInst());
-}
-
 TEST_F(DeviceTree, DerivesTheSameNumberForTheSamePlace)
 {
     CSimMachine other;
@@ -126,17 +117,6 @@ TEST_F(DeviceTree, RefusesSetsThatTheSystemWouldRefuse)
     EXPECT_EQ(LastError(), kErrNoSuchDevInst);
     EXPECT_EQ(m_sets.GetClassDevs(nullptr, WTEXT(""), kSetAllClasses), InvalidHandle());
     EXPECT_EQ(LastError(), kErrNoSuchDevInst);
-}
-
-TEST_F(DeviceTree, ClearsTheLastErrorOrKeeps1300AfterAGoodRequest)
-{
-    for (const DWORD dwLeft : {DWORD{0}, kErrNotAllAssigned}) {
-        m_tree.SetLastErrorAfterSuccess(dwLeft);
-        m_machine.Process().SetLastError(5);
-        const HANDLE hSet = m_sets.GetClassDevs(&kGuidUsbHub, nullptr, kSetPresent);
-        EXPECT_EQ(LastError(), dwLeft);
-        m_sets.DestroySet(hSet);
-    }
 }
 
 TEST_F(DeviceTree, HandsOutAnInterfacePathInTwoCalls)

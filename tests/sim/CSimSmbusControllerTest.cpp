@@ -71,28 +71,6 @@ TEST_F(Smbus, BufferIsReadBackBehindItsIndex)
     EXPECT_EQ(Misuse(), "buffer index not set back after 32 bytes\n");
 }
 
-TEST_F(Smbus, BytewiseWriteWaitsForEachByte)
-{
-    Address(kAddress, 0x12);
-    Set(5, 2);
-    Set(7, 0xB1);
-    Set(2, 0x54);
-    m_clock.Advance(10'000);
-    EXPECT_EQ(Get(0) & 0x9F, 0x81);
-    m_clock.Advance(1'000'000);
-    EXPECT_EQ(Get(0) & 0x9F, 0x81); // stretched until the byte is acknowledged
-    Set(7, 0xB2);
-    Set(0, 0x80);
-    EXPECT_EQ(Get(0) & 0x9F, 0x01);
-    m_clock.Advance(10'000);
-    EXPECT_EQ(Get(0) & 0x9F, 0x81);
-    EXPECT_TRUE(m_device.Blocks().empty());
-    Set(0, 0x80);
-    EXPECT_EQ(Get(0) & 0x9F, 0x02);
-    EXPECT_EQ(m_device.Blocks()[0x12], (Bytes{0xB1, 0xB2}));
-    EXPECT_EQ(Misuse(), "");
-}
-
 TEST_F(Smbus, BytewiseReadNeedsItsLastByteAnnounced)
 {
     for (const bool bAnnounced : {true, false}) {
