@@ -3,8 +3,6 @@
 #include "dev/CHubDev.h"
 #include "dev/DevFixture.h"
 
-#include <numeric>
-
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -50,19 +48,6 @@ const Request kEnable1 = Out(0x01, 0x0A7C, {1});
 const Request kEnable3 = Out(0x01, 0x0A7C, {1, 0, 0});
 const Request kStatus = In(0x3A, 0, 20);
 const Request kIsp = Out(0x16, 1, {}, 30000);
-
-Bytes Pattern(std::size_t cb)
-{
-    Bytes v(cb);
-    std::iota(v.begin(), v.end(), BYTE{1});
-    return v;
-}
-
-Bytes Cut(const Bytes& v, std::size_t at, std::size_t cb)
-{
-    const auto from = v.begin() + static_cast<std::ptrdiff_t>(at);
-    return {from, from + static_cast<std::ptrdiff_t>(cb)};
-}
 
 class PdDevTest : public DevFixture
 {
@@ -230,7 +215,7 @@ TEST_F(PdDevTest, ArrivesAndGoesLikeAHub)
     EXPECT_TRUE(m_dev.Arrive(44, 7));
     EXPECT_TRUE(m_dev.IsMeEx(44));
     EXPECT_TRUE(IsIn(UNKNOWN_STATE));
-    EXPECT_THAT(m_reports.Lines(), IsEmpty());
+    EXPECT_THAT(m_reports.Lines(), IsEmpty()); // arrivals do not log
 
     EXPECT_TRUE(m_dev.Remove());
     EXPECT_THAT(m_transport.m_ssTurnedOn, ElementsAre(44));

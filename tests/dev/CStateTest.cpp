@@ -122,18 +122,6 @@ TEST_F(StateTest, FlashModeNeedsNoResetWithTwoBanks)
     EXPECT_EQ(m_dev.GetDevState(), pState);
 }
 
-TEST_F(StateTest, FlashModeReadsTheVersionAndWritesTheFirmwareBuffer)
-{
-    (void)Enter(FLASH_STATE);
-    m_dev.SetFwBuf({1, 2, 3});
-
-    EXPECT_TRUE(m_dev.WriteFlash());
-    EXPECT_TRUE(m_dev.DevReadVersion(g_wVersion));
-
-    EXPECT_EQ(m_dev.m_vWritten, Bytes({1, 2, 3}));
-    EXPECT_EQ(g_wVersion, 0x0203);
-}
-
 TEST_F(StateTest, EventsMoveTheDeviceOnlyAlongTheCycle)
 {
     for (const auto& [eFrom, pszName] : kStates) {
@@ -159,36 +147,21 @@ TEST_F(StateTest, OnlyOfflineIsAbsent)
     }
 }
 
-TEST_F(StateTest, OnlyAnUnknownDeviceCanBeJudged)
-{
-    const struct
-    {
-        DEVSTATE eFrom;
-        bool bRom;
-        DEVSTATE eTo;
-    } cases[] = {{UNKNOWN_STATE, true, ROM_STATE}, {UNKNOWN_STATE, false, FLASH_STATE},
-                 {ROM_STATE, false, ROM_STATE},    {FLASH_STATE, true, FLASH_STATE},
-                 {WAIT_STATE, true, WAIT_STATE},   {OFFLINE_STATE, false, OFFLINE_STATE}};
-    for (const auto& judged : cases) {
-        (void)Enter(judged.eFrom);
-        m_dev.m_bRomCode = judged.bRom;
-        m_dev.JudgeCodeMode(&m_dev);
-        EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(judged.eTo));
-    }
-}
-
-TEST_F(StateTest, JudgingAnotherDeviceAsksOneAndMovesTheOther)
+TEST_F(StateTest, JudgingAsksOneDeviceAndMovesAnUnknownOther)
 {
     CCountingDev other;
-    other.SetDevState(other.GetCertainDevState(UNKNOWN_STATE));
-    m_dev.m_bRomCode = true;
-
-    m_dev.JudgeCodeMode(&other);
-
-    EXPECT_EQ(other.GetDevState(), other.GetCertainDevState(ROM_STATE));
-    EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(OFFLINE_STATE));
-    EXPECT_THAT(m_reports.Lines(),
-                ElementsAre("0|CZelHubPDDev::JudgeCodeMode|current state is OfflineState\n"));
+    for (const bool bRom : {true, false}) {
+        other.SetDevState(other.GetCertainDevState(UNKNOWN_STATE));
+        for (const bool bNow : {bRom, !bRom}) { // once judged, it stays
+            m_dev.m_bRomCode = bNow;
+            m_dev.JudgeCodeMode(&other);
+            EXPECT_EQ(other.GetDevState(),
+                      other.GetCertainDevState(bRom ? ROM_STATE : FLASH_STATE));
+        }
+    }
+    EXPECT_TRUE(m_dev.IsAbsent());
+    EXPECT_EQ(m_reports.Lines().back(),
+              "0|CZelHubPDDev::JudgeCodeMode|current state is OfflineState\n");
 }
 
 TEST_F(StateTest, ForceRemoveEndsOfflineFromEverywhere)

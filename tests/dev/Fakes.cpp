@@ -13,6 +13,20 @@ bool IsIn(BYTE byType)
 }
 } // namespace
 
+Bytes Pattern(std::size_t cb)
+{
+    Bytes v(cb);
+    for (std::size_t i = 0; i < cb; ++i)
+        v[i] = static_cast<BYTE>(i * 7 + i / 256);
+    return v;
+}
+
+Bytes Cut(const Bytes& v, std::size_t at, std::size_t cb)
+{
+    const auto from = v.begin() + static_cast<std::ptrdiff_t>(at);
+    return {from, from + static_cast<std::ptrdiff_t>(cb)};
+}
+
 std::ostream& operator<<(std::ostream& out, const Request& request)
 {
     char text[128];

@@ -12,6 +12,10 @@
 
 using Bytes = std::vector<BYTE>;
 
+/// Bytes of which no two neighbours are equal, and blocks neither.
+Bytes Pattern(std::size_t cb);
+Bytes Cut(const Bytes& v, std::size_t at, std::size_t cb);
+
 /// One request as it reached the transport. Raw setup packets have no time-out of their own.
 struct Request
 {

@@ -212,16 +212,13 @@ TEST_F(PortListing, ListsTheChildrenOfEveryHubButTheRootHub)
     EXPECT_EQ(Text(m_pList[1].PID), Text(WTEXT("0003")));
 }
 
-TEST_F(PortListing, NullArgumentsAreRefused)
+TEST_F(PortListing, NullArgumentsAreRefusedAndAnEarlierArrayIsForgotten)
 {
     EXPECT_EQ(m_finder.ListAllDevPortInfo(nullptr, &m_dwCount), 87u);
     EXPECT_EQ(m_finder.ListAllDevPortInfo(&m_pList, nullptr), 87u);
     EXPECT_EQ(m_dwCount, 77u);
-}
 
-TEST_F(PortListing, AnEarlierArrayIsForgottenNotReleased)
-{
-    const std::unique_ptr<_Hub_Info[]> pEarlier(new _Hub_Info[1]);
+    const std::unique_ptr<_Hub_Info[]> pEarlier(new _Hub_Info[1]); // not released
     m_pList = pEarlier.get();
     m_machine.Faults().FailNext("IDeviceTree::GetClassDevs", 1450);
     EXPECT_EQ(ListPorts(), 1450u);
@@ -236,20 +233,16 @@ TEST_F(PortListing, PrivilegesNotGrantedAreNoError)
     EXPECT_EQ(m_dwCount, 1u);
 }
 
-TEST_F(PortListing, NoPortAtAllIsAFailure)
+TEST_F(PortListing, ABrokenWalkOrNoPortAtAllIsAFailureButOnlyTheLatterACount)
 {
-    Hub(1, 5);
-    EXPECT_EQ(ListPorts(), kFailed);
-    EXPECT_EQ(m_dwCount, 0u);
-    EXPECT_EQ(m_pList, nullptr);
-}
-
-TEST_F(PortListing, AWalkThatBreaksOffLeavesTheCountAlone)
-{
-    Device(Hub(1, 5), 1, 1, 2, 101);
+    CSimNode& hub = Hub(1, 5);
+    CSimNode& device = Device(hub, 1, 1, 2, 101);
     m_machine.Faults().FailNext("IDeviceTree::EnumDeviceInfo", 31);
     EXPECT_EQ(ListPorts(), kFailed);
     EXPECT_EQ(m_dwCount, 77u);
+    device.Plug(false);
+    EXPECT_EQ(ListPorts(), kFailed);
+    EXPECT_EQ(m_dwCount, 0u);
     EXPECT_EQ(m_pList, nullptr);
 }
 

@@ -1,6 +1,5 @@
 #include "find/CRootHubFilter.h"
 #include "find/CTopoMatch.h"
-#include "find/CU3HubFilter.h"
 #include "find/CVidPidMatch.h"
 #include "find/FindFixture.h"
 #include "support/CFakeDev.h"
@@ -52,28 +51,15 @@ TEST_F(Matchers, AnUnreadablePathIsNoPathButAnyPlaceWithoutTopology)
     }
 }
 
-struct TOPOLOGY
-{
-    int nLevel;
-    int nPort;
-    const WCHAR* pszPath;
-    bool bMatches;
-};
-
 TEST_F(Matchers, LevelAndPortDecideWhereNoPathIsHeld)
 {
-    const TOPOLOGY kTopologies[] = {
-        {1, 4, WTEXT("#USBROOT(0)#USB(1)"), true},          // any port of a root hub
-        {1, 1, WTEXT("#USBROOT(0)#USB(1)#USB(1)"), false},  // too deep
-        {2, 4, WTEXT("#USBROOT(0)#USB(1)#USB(4)"), true},   //
-        {2, 4, WTEXT("#USBROOT(0)#USB(1)#USB(5)"), false},  //
-        {2, 10, WTEXT("#USBROOT(0)#USB(1)#USB(10)"), false} // ports from 10 on never match
-    };
-    for (const TOPOLOGY& topology : kTopologies) {
-        m_hub.Spec().locationPaths = {topology.pszPath};
-        m_dev.nLevel = topology.nLevel;
-        m_dev.nPort = topology.nPort;
-        EXPECT_EQ(Topo(), topology.bMatches) << topology.nLevel << "/" << topology.nPort;
+    m_hub.Spec().locationPaths = {WTEXT("#USBROOT(0)#USB(1)#USB(4)")};
+    for (const int nLevel : {1, 2, 3}) {
+        for (const int nPort : {4, 5}) {
+            m_dev.nLevel = nLevel;
+            m_dev.nPort = nPort;
+            EXPECT_EQ(Topo(), nLevel == 2 && nPort == 4) << nLevel << "/" << nPort;
+        }
     }
 }
 
@@ -111,7 +97,6 @@ class Filters : public FindTest
 protected:
     CSimNode& m_hub = Hub(1, 11);
     CRootHubFilter m_rootFilter;
-    CU3HubFilter m_u3Filter;
 };
 
 TEST_F(Filters, ARootHubIsExcludedAndTheHubOnItsPortIsNot)
@@ -135,14 +120,5 @@ TEST_F(Filters, AnUnknownParentKeepsTheNode)
     m_rootFilter.EnumHostController();
     m_machine.Faults().FailNext("IDeviceTree::GetParent", kCrFailure);
     EXPECT_FALSE(m_rootFilter.Filter(Root().DevInst()));
-}
-
-TEST_F(Filters, TheSuperSpeedHalfIsExcluded)
-{
-    HubNodeOptions options;
-    options.devInst = 20;
-    CSimNode& half = m_machine.Tree().AddHubPair(Root(), 2, Root(), 12, options);
-    EXPECT_FALSE(m_u3Filter.Filter(20));
-    EXPECT_TRUE(m_u3Filter.Filter(half.Twin()->DevInst()));
 }
 } // namespace

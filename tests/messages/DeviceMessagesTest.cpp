@@ -109,6 +109,7 @@ TEST(HubDeviceMessages, OfItsLocation)
     CUSBDevTestAccess::Fill(host.dev, bench.HubInst());
     EXPECT_TRUE(CUSBDevTestAccess::IsSame(host.dev, bench.HubInst()));
     EXPECT_FALSE(CUSBDevTestAccess::IsSame(host.dev, bench.machine.RootHub().DevInst()));
+    EXPECT_EQ(host.dev.GetLocationPath(), WString()) << "the path to match is another one";
 
     ExpectTranscript("hub_location", log);
 }

@@ -73,6 +73,7 @@ struct SmbusStage
         controller.Attach(kDevice, &device);
         controller.SetHostc(1);
         cmd.XH_InitVoPortDriver(1, 2, 3);
+        device.Blocks()[kCommand] = {1, 2, 3};
         std::fill_n(buf + 1, 4, BYTE{0x30});
         buf[0] = 4;
     }
@@ -135,32 +136,20 @@ const SmbusStory kStories[] = {
          return s.Block(kWrite);
      },
      0},
-    {"smbus_block_read",
-     [](SmbusStage& s) {
-         s.device.Blocks()[kCommand] = {1, 2, 3};
-         return s.Block(kRead);
-     },
-     1},
+    {"smbus_block_read", [](SmbusStage& s) { return s.Block(kRead); }, 1},
     {"smbus_block_read_second_try",
      [](SmbusStage& s) {
-         s.device.Blocks()[kCommand] = {1, 2, 3};
          s.controller.CorruptBufferReads(1);
          return s.Block(kRead);
      },
      1},
     {"smbus_block_read_never_compares",
      [](SmbusStage& s) {
-         s.device.Blocks()[kCommand] = {1, 2, 3};
          s.spoiled.bCounts = true;
          return s.Block(kRead);
      },
      0},
-    {"smbus_block_other_mode",
-     [](SmbusStage& s) {
-         s.device.Blocks()[kCommand] = {1, 2, 3};
-         return s.Block(2);
-     },
-     1},
+    {"smbus_block_other_mode", [](SmbusStage& s) { return s.Block(2); }, 1},
     {"smbus_block_failed", BlockWith<SimSmbusFault::Failed>, 0},
     {"smbus_block_dev_err", BlockWith<SimSmbusFault::DevErr>, 0},
     {"smbus_block_crc", BlockWith<SimSmbusFault::Crc>, 0},
@@ -175,7 +164,6 @@ const SmbusStory kStories[] = {
     {"smbus_bytes_write", [](SmbusStage& s) { return s.Bytes(kWrite); }, 1},
     {"smbus_bytes_read",
      [](SmbusStage& s) {
-         s.device.Blocks()[kCommand] = {1, 2, 3};
          s.OldCount(2);
          return s.Bytes(kRead);
      },

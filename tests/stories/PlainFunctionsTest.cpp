@@ -13,13 +13,12 @@ protected:
     {
         _Hub_Info* pList = nullptr;
         DWORD dwCount = 0;
-        m_bListed = XH_ListAllDevice(&pList, &dwCount);
+        const bool bListed = XH_ListAllDevice(&pList, &dwCount);
+        EXPECT_EQ(bListed, dwCount != 0);
         std::vector<_Hub_Info> list(pList, pList + dwCount);
         XH_FreeAllDevice(pList);
         return list;
     }
-
-    bool m_bListed = false;
 };
 
 TEST_F(PlainHost, ListsOpensTalksAndCloses)
@@ -77,14 +76,6 @@ TEST_F(PlainHost, SeesOnlyTheMakersHubsButBothHalvesOfThem)
     EXPECT_TRUE(XH_OpenDeviceEx2(usb2));
 }
 
-TEST_F(PlainHost, WithoutAnyHubTheListIsEmpty)
-{
-    ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(List().empty());
-    EXPECT_FALSE(m_bListed);
-    EXPECT_FALSE(XH_OpenDeviceEx2(4711));
-}
-
 TEST_F(PlainHost, OpensOneHubAfterTheOther)
 {
     const StoryHub first = AddHub(1);
@@ -138,8 +129,8 @@ TEST_F(PlainHost, AStartWithoutADriverListsNothing)
     const StoryHub hub = AddHub(1);
     m_machine.Faults().FailAlways("IServiceManager::Start", kErrAccessDenied);
 
-    EXPECT_TRUE(XH_InitDevice(false)); // a start always succeeds
-
+    // Deliberate: a start says true whatever the driver did; opening a hub then fails.
+    EXPECT_TRUE(XH_InitDevice(false));
     EXPECT_TRUE(List().empty());
     EXPECT_FALSE(XH_OpenDeviceEx2(hub.DevInst()));
 }
@@ -171,17 +162,5 @@ TEST_F(PlainHost, WritesTheLogBesideTheLibraryOnlyWhenAsked)
     ASSERT_TRUE(XH_InitDevice(true)); // the old one is deleted
     EXPECT_LT(Log().size(), strLog.size());
     EXPECT_THAT(Log(), Not(HasSubstr("XH_ListAllDevice")));
-}
-
-TEST_F(PlainHost, StartsAgainWithoutAnEnd)
-{
-    const StoryHub hub = AddHub(1);
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(XH_InitDevice(i == 1));
-        ASSERT_TRUE(XH_OpenDeviceEx2(hub.DevInst()));
-    }
-    XH_UnInitDevice();
-    XH_UnInitDevice();
-    EXPECT_EQ(m_machine.Handles().Describe(), "");
 }
 } // namespace
