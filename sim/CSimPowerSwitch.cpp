@@ -1,6 +1,6 @@
 #include "sim/CSimPowerSwitch.h"
 
-#include "sim/CSimLikePattern.h"
+#include "platform/CLikePattern.h"
 #include "sim/CSimMachine.h"
 #include "sim/SimText.h"
 
@@ -51,7 +51,7 @@ public:
     size_t nNext = 0;
 };
 
-void Collect(CSimNode& node, const CSimLikePattern& pattern, CEnumeratorObject* pEnumerator)
+void Collect(CSimNode& node, const CLikePattern& pattern, CEnumeratorObject* pEnumerator)
 {
     for (size_t i = 0; i < node.PowerObjects().size(); ++i) {
         if (!pattern.Matches(node.PowerObjectName(i)))
@@ -149,7 +149,7 @@ LONG CSimPowerSwitch::ExecQuery(HANDLE hServices, const WCHAR* pszLanguage, cons
     if (!SimText::SameNoCase(SimText::Of(pszLanguage), WTEXT("WQL")))
         return kWbemInvalidQueryType;
     const auto pattern =
-        CSimLikePattern::FromQuery(strQuery, WTEXT("MSPower_DeviceEnable"), WTEXT("InstanceName"));
+        CLikePattern::FromQuery(strQuery, WTEXT("MSPower_DeviceEnable"), WTEXT("InstanceName"));
     if (!pattern)
         return kWbemInvalidQuery;
     auto pEnumerator = std::make_shared<CEnumeratorObject>();

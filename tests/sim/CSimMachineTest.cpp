@@ -1,5 +1,5 @@
 #include "sim/CSimMachine.h"
-#include "sim/CSimLikePattern.h"
+#include "platform/CLikePattern.h"
 
 #include <gmock/gmock.h>
 
@@ -278,8 +278,7 @@ class LikePattern : public testing::TestWithParam<Like>
 
 TEST_P(LikePattern, MatchesAsTheQueryLanguageSays)
 {
-    EXPECT_EQ(CSimLikePattern(GetParam().pszPattern).Matches(GetParam().pszText),
-              GetParam().bMatches);
+    EXPECT_EQ(CLikePattern(GetParam().pszPattern).Matches(GetParam().pszText), GetParam().bMatches);
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, LikePattern, testing::ValuesIn(kLikes),

@@ -1,12 +1,20 @@
-#include "sim/CSimLikePattern.h"
+#include "platform/CLikePattern.h"
 
-#include "sim/SimText.h"
-
+#include <algorithm>
 #include <string_view>
+
+#include "platform/AsciiCase.h"
 
 namespace
 {
 using View = std::basic_string_view<WCHAR>;
+
+WString Upper(const WString& strText)
+{
+    WString strUpper = strText;
+    std::transform(strUpper.begin(), strUpper.end(), strUpper.begin(), UpperAscii);
+    return strUpper;
+}
 
 /// Takes "[...]" off the pattern. @return whether ch is in the set; nothing: the set never ends
 std::optional<bool> TakeSet(View* pPattern, WCHAR ch)
@@ -57,19 +65,19 @@ bool Match(View pattern, View text)
 }
 } // namespace
 
-bool CSimLikePattern::Matches(const WString& strText) const
+bool CLikePattern::Matches(const WString& strText) const
 {
-    return Match(SimText::Upper(m_strPattern), SimText::Upper(strText));
+    return Match(Upper(m_strPattern), Upper(strText));
 }
 
-std::optional<CSimLikePattern> CSimLikePattern::FromQuery(const WString& strQuery,
-                                                          const WString& strClass,
-                                                          const WString& strProperty)
+std::optional<CLikePattern> CLikePattern::FromQuery(const WString& strQuery,
+                                                    const WString& strClass,
+                                                    const WString& strProperty)
 {
     const WString strHead =
         WTEXT("SELECT * FROM ") + strClass + WTEXT(" WHERE ") + strProperty + WTEXT(" LIKE \"");
-    if (!SimText::StartsNoCase(strQuery, strHead) || strQuery.size() < strHead.size() + 1 ||
-        strQuery.back() != WCHAR('"'))
+    if (Upper(strQuery.substr(0, strHead.size())) != Upper(strHead) ||
+        strQuery.size() < strHead.size() + 1 || strQuery.back() != WCHAR('"'))
         return std::nullopt;
     WString strPattern;
     for (size_t i = strHead.size(); i + 1 < strQuery.size(); ++i) {
@@ -83,5 +91,5 @@ std::optional<CSimLikePattern> CSimLikePattern::FromQuery(const WString& strQuer
         }
         strPattern.push_back(strQuery[i]);
     }
-    return CSimLikePattern(strPattern);
+    return CLikePattern(strPattern);
 }
