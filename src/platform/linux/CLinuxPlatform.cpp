@@ -1,5 +1,9 @@
 #include "platform/linux/CLinuxPlatform.h"
 
+#include <unistd.h>
+
+CLinuxPlatform::CLinuxPlatform() : m_powerSwitch(m_nodes, ::geteuid() == 0) {}
+
 Platform& RealPlatform()
 {
     // Never destroyed: singletons that report at exit may still use it.

@@ -3,14 +3,18 @@
 #include "platform/AbsentServices.h"
 #include "platform/Platform.h"
 #include "platform/linux/CLinuxClock.h"
+#include "platform/linux/CLinuxDeviceTree.h"
 #include "platform/linux/CLinuxFileSystem.h"
 #include "platform/linux/CLinuxHostFiles.h"
+#include "platform/linux/CLinuxPowerSwitch.h"
 #include "platform/linux/CLinuxProcess.h"
 
 /// The services of a Linux machine.
 class CLinuxPlatform : public Platform
 {
 public:
+    CLinuxPlatform();
+
     IDeviceTree& DeviceTree() override { return m_deviceTree; }
     IDeviceFile& DeviceFile() override { return m_deviceFile; }
     IServiceManager& ServiceManager() override { return m_serviceManager; }
@@ -28,10 +32,11 @@ private:
     CLinuxClock m_clock;
     CLinuxFileSystem m_fileSystem;
     CLinuxHostFiles m_hostFiles;
-    CAbsentDeviceTree m_deviceTree{m_process};
+    CLinuxNodes m_nodes{"/sys", "/dev"};
+    CLinuxDeviceTree m_deviceTree{m_nodes};
     CAbsentDeviceFile m_deviceFile{m_process};
     CAbsentServiceManager m_serviceManager{m_process};
-    CAbsentPowerSwitch m_powerSwitch;
+    CLinuxPowerSwitch m_powerSwitch;
     CAbsentEventPipe m_eventPipe{m_process};
     CAbsentWinUsb m_winUsb{m_process};
     CAbsentHid m_hid;

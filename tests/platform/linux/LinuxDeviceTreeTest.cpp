@@ -1,0 +1,535 @@
+#include "CSysfsTree.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <set>
+
+#include "platform/ErrorCodes.h"
+#include "platform/linux/CLinuxDeviceTree.h"
+#include "platform/linux/LinuxError.h"
+#include "platform/linux/Utf8.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+std::string Narrow(const WString& strText)
+{
+    return Utf8FromWide(strText.data(), strText.size());
+}
+
+/// The tree as the library sees it, with short ways to ask.
+class CAsked
+{
+public:
+    explicit CAsked(const CSysfsTree& sysfs)
+        : m_nodes(sysfs.SysRoot(), sysfs.DevRoot()), m_strRoot(sysfs.DevRoot())
+    {}
+
+    CLinuxDeviceTree& Tree() { return m_tree; }
+
+    std::vector<DWORD> Present(const GUID& guid, DWORD dwFlags = kSetPresent | kSetDeviceInterface)
+    {
+        std::vector<DWORD> found;
+        HANDLE const hSet = m_tree.GetClassDevs(&guid, nullptr, dwFlags);
+        DEVINFO_DATA dev = {};
+        dev.cbSize = sizeof dev;
+        for (DWORD i = 0; m_tree.EnumDeviceInfo(hSet, i, &dev); ++i)
+            found.push_back(dev.DevInst);
+        EXPECT_EQ(ThreadLastError(), kErrNoMoreItems);
+        EXPECT_TRUE(m_tree.DestroySet(hSet));
+        return found;
+    }
+
+    std::vector<std::string> List(DWORD devInst, const DEVPROP_KEY& key)
+    {
+        WCHAR szList[512] = {};
+        DWORD dwType = 0;
+        DWORD cb = sizeof szList;
+        std::vector<std::string> list;
+        if (m_tree.GetNodeProperty(devInst, &key, &dwType, reinterpret_cast<BYTE*>(szList), &cb) !=
+            0)
+            return list;
+        for (const WCHAR* p = szList; *p != 0; p += list.back().size() + 1)
+            list.push_back(Narrow(p));
+        return list;
+    }
+    std::string Path(DWORD devInst) { return First(List(devInst, kKeyLocationPaths)); }
+    std::string Id(DWORD devInst) { return First(List(devInst, kKeyHardwareIds)); }
+    std::string InstanceId(DWORD devInst)
+    {
+        WCHAR szId[200] = {};
+        return m_tree.GetDeviceId(devInst, szId, 200) == kCrSuccess ? Narrow(szId) : "";
+    }
+
+    /// A registry text of the one node, or "error N".
+    std::string Text(DWORD devInst, DWORD dwProperty)
+    {
+        WCHAR szId[200] = {};
+        (void)m_tree.GetDeviceId(devInst, szId, 200);
+        HANDLE const hSet = m_tree.GetClassDevs(nullptr, szId, kSetPresent | kSetAllClasses);
+        DEVINFO_DATA dev = {};
+        dev.cbSize = sizeof dev;
+        WCHAR szText[256] = {};
+        const bool bRead =
+            m_tree.EnumDeviceInfo(hSet, 0, &dev) &&
+            m_tree.GetRegistryProperty(hSet, &dev, dwProperty, nullptr,
+                                       reinterpret_cast<BYTE*>(szText), sizeof szText, nullptr);
+        const std::string strText =
+            bRead ? Narrow(szText) : "error " + std::to_string(ThreadLastError());
+        (void)m_tree.DestroySet(hSet);
+        return strText;
+    }
+
+    /// The device file behind a node's interface, without the test's folder; or "error N".
+    std::string DeviceFile(DWORD devInst, const GUID& guid)
+    {
+        WCHAR szId[200] = {};
+        (void)m_tree.GetDeviceId(devInst, szId, 200);
+        HANDLE const hSet = m_tree.GetClassDevs(nullptr, szId, kSetPresent | kSetAllClasses);
+        DEVINFO_DATA dev = {};
+        dev.cbSize = sizeof dev;
+        DEVINTERFACE_DATA face = {};
+        face.cbSize = sizeof face;
+        DWORD cb = 0;
+        alignas(DEVINTERFACE_DETAIL) BYTE detail[512] = {};
+        auto* const pDetail = reinterpret_cast<DEVINTERFACE_DETAIL*>(detail);
+        pDetail->cbSize = kDetailHeadSize;
+        if (!m_tree.EnumDeviceInfo(hSet, 0, &dev) ||
+            !m_tree.EnumDeviceInterfaces(hSet, &dev, &guid, 0, &face) ||
+            m_tree.GetInterfaceDetail(hSet, &face, nullptr, 0, &cb) ||
+            ThreadLastError() != kErrInsufficientBuffer ||
+            m_tree.GetInterfaceDetail(hSet, &face, pDetail, cb - 1, nullptr) ||
+            !m_tree.GetInterfaceDetail(hSet, &face, pDetail, cb, nullptr))
+            return "error " + std::to_string(ThreadLastError());
+        EXPECT_TRUE(m_tree.DestroySet(hSet));
+        const std::string strPath = Narrow(pDetail->DevicePath);
+        return strPath.rfind(m_strRoot, 0) == 0 ? strPath.substr(m_strRoot.size()) : strPath;
+    }
+
+    /// One line a hub: its path, first hardware ID and port.
+    std::vector<std::string> Hubs()
+    {
+        std::vector<std::string> lines;
+        for (const DWORD devInst : Present(kGuidUsbHub))
+            lines.push_back(Path(devInst) + " " + Id(devInst) + " " +
+                            Text(devInst, kPropLocationInformation));
+        return lines;
+    }
+
+    DWORD HubAt(const std::string& strPath)
+    {
+        for (const DWORD devInst : Present(kGuidUsbHub))
+            if (Path(devInst) == strPath)
+                return devInst;
+        return 0;
+    }
+
+private:
+    static std::string First(const std::vector<std::string>& list)
+    {
+        return list.empty() ? "" : list.front();
+    }
+
+    CLinuxNodes m_nodes;
+    CLinuxDeviceTree m_tree{m_nodes};
+    std::string m_strRoot;
+};
+
+// A machine, and what the library is to see of it.
+struct Machine
+{
+    const char* pszName;
+    const char* pszLayout;
+    std::vector<std::string> controllers;
+    std::vector<std::string> hubs;
+};
+
+constexpr const char* kLaptop = R"(
+pci0000:00
+  0000:00:14.0 vendor=0x8086 device=0xa12f class=0x0c0330
+    usb1 1d6b:0002 hub 480
+      1-4 1234:5678 hub 480
+        1-4.2 0a0b:0c0d dev 12 hid=0
+      1-7 0a0b:0c0e billboard 12
+    usb2 1d6b:0003 hub 5000
+      2-4 1234:5679 hub 5000
+)";
+
+const Machine kMachines[] = {
+    {"Laptop",
+     kLaptop,
+     {"PCIROOT(0)#PCI(1400) PCI\\VEN_8086&DEV_A12F"},
+     {"PCIROOT(0)#PCI(1400)#USBROOT(0) USB\\ROOT_HUB20&VID1D6B&PID0002&REV0100 error 13",
+      "PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(4) USB\\VID_1234&PID_5678&REV_0100 Port_#0004.Hub_#0001",
+      "PCIROOT(0)#PCI(1400)#USBROOT(1) USB\\ROOT_HUB30&VID1D6B&PID0003&REV0100 error 13",
+      "PCIROOT(0)#PCI(1400)#USBROOT(1)#USB(4) USB\\VID_1234&PID_5679&REV_0100 Port_#0004.Hub_#0003"}},
+    {"DesktopWithTwoControllersOneBehindABridge",
+     R"(
+pci0000:00
+  0000:00:14.0 vendor=0x1022 device=0x43d5 class=0x0c0330
+    usb1 1d6b:0002 hub 480
+    usb2 1d6b:0003 hub 10000
+  0000:00:1c.4 vendor=0x1022 device=0x0001 class=0x060400
+    0000:03:00.0 vendor=0x1b21 device=0x2142 class=0x0c0330
+      usb10 1d6b:0002 hub 480
+        10-1 1234:5678 hub 480
+          10-1.12 1234:5678 hub 480
+      usb11 1d6b:0003 hub 20000
+)",
+     {"PCIROOT(0)#PCI(1400) PCI\\VEN_1022&DEV_43D5",
+      "PCIROOT(0)#PCI(1C04)#PCI(0000) PCI\\VEN_1B21&DEV_2142"},
+     {"PCIROOT(0)#PCI(1400)#USBROOT(0) USB\\ROOT_HUB20&VID1D6B&PID0002&REV0100 error 13",
+      "PCIROOT(0)#PCI(1400)#USBROOT(1) USB\\ROOT_HUB30&VID1D6B&PID0003&REV0100 error 13",
+      "PCIROOT(0)#PCI(1C04)#PCI(0000)#USBROOT(0) "
+      "USB\\ROOT_HUB20&VID1D6B&PID0002&REV0100 error 13",
+      "PCIROOT(0)#PCI(1C04)#PCI(0000)#USBROOT(0)#USB(1) "
+      "USB\\VID_1234&PID_5678&REV_0100 Port_#0001.Hub_#0003",
+      "PCIROOT(0)#PCI(1C04)#PCI(0000)#USBROOT(0)#USB(1)#USB(12) "
+      "USB\\VID_1234&PID_5678&REV_0100 Port_#0012.Hub_#0004",
+      "PCIROOT(0)#PCI(1C04)#PCI(0000)#USBROOT(1) "
+      "USB\\ROOT_HUB30&VID1D6B&PID0003&REV0100 error 13"}},
+    {"BoardWithAPlatformControllerOneBehindItsOwnBridgeAndAVirtualOne",
+     R"(
+platform
+  soc
+    fe980000.usb
+      usb1 1d6b:0002 hub 480
+        1-1 1234:5678 hub 480
+  scb
+    fd500000.pcie
+      pci0001:00
+        0001:00:00.0
+          0001:01:00.0 vendor=0x1106 device=0x3483 class=0x0c0330
+            usb2 1d6b:0002 hub 480
+  vhci_hcd.0
+    usb3 1d6b:0002 hub 480
+      3-1 1234:5678 hub 480
+    usb4 1d6b:0003 hub 5000
+)",
+     {"PLATFORM(soc)#PLATFORM(fe980000.usb) PLATFORM\\fe980000.usb",
+      "PLATFORM(scb)#PLATFORM(fd500000.pcie)#PCIROOT(100)#PCI(0000)#PCI(0000) "
+      "PCI\\VEN_1106&DEV_3483",
+      "PLATFORM(vhci_hcd.0) PLATFORM\\vhci_hcd.0"},
+     {"PLATFORM(soc)#PLATFORM(fe980000.usb)#USBROOT(0) "
+      "USB\\ROOT_HUB20&VID1D6B&PID0002&REV0100 error 13",
+      "PLATFORM(soc)#PLATFORM(fe980000.usb)#USBROOT(0)#USB(1) "
+      "USB\\VID_1234&PID_5678&REV_0100 Port_#0001.Hub_#0001",
+      "PLATFORM(scb)#PLATFORM(fd500000.pcie)#PCIROOT(100)#PCI(0000)#PCI(0000)#USBROOT(0) "
+      "USB\\ROOT_HUB20&VID1D6B&PID0002&REV0100 error 13",
+      "PLATFORM(vhci_hcd.0)#USBROOT(0) USB\\ROOT_HUB20&VID1D6B&PID0002&REV0100 error 13",
+      "PLATFORM(vhci_hcd.0)#USBROOT(0)#USB(1) "
+      "USB\\VID_1234&PID_5678&REV_0100 Port_#0001.Hub_#0004",
+      "PLATFORM(vhci_hcd.0)#USBROOT(1) USB\\ROOT_HUB30&VID1D6B&PID0003&REV0100 error 13"}},
+    {"DockChainFiveTiersDeepWithAFullSpeedRoot",
+     R"(
+pci0000:00
+  0000:00:1d.7
+    usb1 1d6b:0001 hub 12
+      1-1 1234:0001 hub 12
+        1-1.1 1234:0002 hub 12
+          1-1.1.3 1234:0003 hub 12
+            1-1.1.3.2 1234:0004 hub 12
+              1-1.1.3.2.4 1234:ABcd hub 1.5
+)",
+     {"PCIROOT(0)#PCI(1D07) PLATFORM\\0000:00:1d.7"},
+     {"PCIROOT(0)#PCI(1D07)#USBROOT(0) USB\\ROOT_HUB&VID1D6B&PID0001&REV0100 error 13",
+      "PCIROOT(0)#PCI(1D07)#USBROOT(0)#USB(1) "
+      "USB\\VID_1234&PID_0001&REV_0100 Port_#0001.Hub_#0001",
+      "PCIROOT(0)#PCI(1D07)#USBROOT(0)#USB(1)#USB(1) "
+      "USB\\VID_1234&PID_0002&REV_0100 Port_#0001.Hub_#0002",
+      "PCIROOT(0)#PCI(1D07)#USBROOT(0)#USB(1)#USB(1)#USB(3) "
+      "USB\\VID_1234&PID_0003&REV_0100 Port_#0003.Hub_#0003",
+      "PCIROOT(0)#PCI(1D07)#USBROOT(0)#USB(1)#USB(1)#USB(3)#USB(2) "
+      "USB\\VID_1234&PID_0004&REV_0100 Port_#0002.Hub_#0004",
+      "PCIROOT(0)#PCI(1D07)#USBROOT(0)#USB(1)#USB(1)#USB(3)#USB(2)#USB(4) "
+      "USB\\VID_1234&PID_ABCD&REV_0100 Port_#0004.Hub_#0005"}},
+};
+
+class LinuxMachine : public testing::TestWithParam<Machine>
+{};
+
+TEST_P(LinuxMachine, ShowsItsControllersAndHubsWithTheirRoutes)
+{
+    const CSysfsTree sysfs(GetParam().pszLayout);
+    CAsked asked(sysfs);
+    std::vector<std::string> controllers;
+    for (const DWORD devInst : asked.Present(kGuidUsbHostController))
+        controllers.push_back(asked.Path(devInst) + " " + asked.Id(devInst));
+    EXPECT_EQ(controllers, GetParam().controllers);
+    EXPECT_EQ(asked.Hubs(), GetParam().hubs);
+}
+
+TEST_P(LinuxMachine, IsTheSameToEveryProcessWithANumberOfItsOwnForEachNode)
+{
+    const CSysfsTree sysfs(GetParam().pszLayout);
+    CAsked one(sysfs);
+    CAsked other(sysfs);
+    const std::vector<DWORD> hubs = one.Present(kGuidUsbHub);
+    EXPECT_EQ(other.Present(kGuidUsbHub), hubs);
+    EXPECT_EQ(std::set<DWORD>(hubs.begin(), hubs.end()).size(), hubs.size());
+    EXPECT_EQ(std::count(hubs.begin(), hubs.end(), 0u), 0);
+}
+
+TEST_P(LinuxMachine, HasNoInstanceIdThatBeginsAnother)
+{
+    const CSysfsTree sysfs(GetParam().pszLayout);
+    CAsked asked(sysfs);
+    const std::vector<DWORD> hubs = asked.Present(kGuidUsbHub);
+    for (const DWORD a : hubs)
+        for (const DWORD b : hubs)
+            EXPECT_TRUE(a == b || asked.InstanceId(a).rfind(asked.InstanceId(b), 0) != 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LinuxMachine, testing::ValuesIn(kMachines),
+                         [](const auto& entry) { return std::string(entry.param.pszName); });
+
+class LinuxDeviceTree : public testing::Test
+{
+protected:
+    DWORD Hub() { return m_asked.HubAt(kHub); }
+    DWORD Parent(DWORD devInst)
+    {
+        DWORD dwParent = 0;
+        return m_asked.Tree().GetParent(&dwParent, devInst) == kCrSuccess ? dwParent : 0;
+    }
+
+    static constexpr const char* kHub = "PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(4)";
+
+    CSysfsTree m_sysfs{kLaptop};
+    CAsked m_asked{m_sysfs};
+};
+
+TEST_F(LinuxDeviceTree, LeadsFromTheControllerDownAndBackUp)
+{
+    const DWORD dwController = m_asked.Present(kGuidUsbHostController).front();
+    DWORD dwRoot = 0;
+    DWORD dwSuperRoot = 0;
+    DWORD dwHub = 0;
+    DWORD dwBillboard = 0;
+    DWORD dwDevice = 0;
+    DWORD dwNobody = 0;
+    CLinuxDeviceTree& tree = m_asked.Tree();
+    EXPECT_EQ(tree.GetChild(&dwRoot, dwController), kCrSuccess);
+    EXPECT_EQ(tree.GetSibling(&dwSuperRoot, dwRoot), kCrSuccess);
+    EXPECT_EQ(tree.GetSibling(&dwNobody, dwSuperRoot), kCrNoSuchDevNode);
+    EXPECT_EQ(tree.GetChild(&dwHub, dwRoot), kCrSuccess);
+    EXPECT_EQ(dwHub, Hub());
+    EXPECT_EQ(tree.GetSibling(&dwBillboard, dwHub), kCrSuccess);
+    EXPECT_EQ(tree.GetChild(&dwDevice, dwHub), kCrSuccess);
+    EXPECT_EQ(m_asked.Path(dwDevice), std::string(kHub) + "#USB(2)");
+    EXPECT_EQ(Parent(dwDevice), dwHub);
+    EXPECT_EQ(Parent(dwHub), dwRoot);
+    EXPECT_EQ(Parent(dwSuperRoot), dwController);
+    EXPECT_EQ(tree.GetParent(&dwNobody, dwController), kCrNoSuchDevNode);
+    EXPECT_EQ(tree.GetParent(&dwNobody, 0), kCrInvalidDevNode);
+}
+
+TEST_F(LinuxDeviceTree, NamesTheDeviceFileBehindEveryInterface)
+{
+    EXPECT_EQ(m_asked.DeviceFile(Hub(), kGuidUsbHub), "/bus/usb/001/002");
+    EXPECT_EQ(m_asked.DeviceFile(Hub(), kGuidUsbDevice), "error 259");
+    const std::vector<DWORD> devices = m_asked.Present(kGuidUsbDevice);
+    ASSERT_EQ(devices.size(), 2u);
+    EXPECT_EQ(m_asked.DeviceFile(devices[0], kGuidUsbDevice), "/bus/usb/001/003");
+    const std::vector<DWORD> hids = m_asked.Present(kGuidHid);
+    ASSERT_EQ(hids.size(), 1u);
+    EXPECT_EQ(m_asked.DeviceFile(hids[0], kGuidHid), "/hidraw0");
+    EXPECT_EQ(m_asked.Id(hids[0]), "HID\\VID_0A0B&PID_0C0D");
+    EXPECT_EQ(Parent(hids[0]), devices[0]);
+    EXPECT_EQ(m_asked.Text(devices[1], kPropDeviceDesc), "Billboard Device");
+}
+
+TEST_F(LinuxDeviceTree, TellsTheSuperSpeedHalfByItsCompatibleIds)
+{
+    const DWORD dwSuper = m_asked.HubAt("PCIROOT(0)#PCI(1400)#USBROOT(1)#USB(4)");
+    EXPECT_THAT(m_asked.List(dwSuper, kKeyCompatibleIds),
+                ElementsAre("USB\\USB30_HUB", "USB\\Class_09&SubClass_00&Prot_03",
+                            "USB\\Class_09&SubClass_00", "USB\\Class_09"));
+    EXPECT_EQ(m_asked.List(Hub(), kKeyCompatibleIds).front(), "USB\\USB20_HUB");
+    for (const DWORD devInst : m_asked.Present(kGuidUsbHub))
+        for (const std::string& strId : m_asked.List(devInst, kKeyCompatibleIds))
+            EXPECT_TRUE(devInst == dwSuper || strId.find("USB30_HUB") == std::string::npos);
+}
+
+TEST_F(LinuxDeviceTree, KnowsAReturningHubAgainAlsoWithNewFirmware)
+{
+    const DWORD dwHub = Hub();
+    m_sysfs.Unplug("1-4");
+    EXPECT_EQ(Hub(), 0u);
+    DWORD dwStatus = 0;
+    DWORD dwProblem = 0;
+    EXPECT_EQ(m_asked.Tree().GetNodeStatus(&dwStatus, &dwProblem, dwHub), kCrNoSuchDevNode);
+    EXPECT_EQ(Parent(dwHub), 0u);
+    EXPECT_EQ(m_asked.Path(dwHub), kHub); // it is remembered
+    m_sysfs.Add("1-4 1234:5678 hub 480 bcdDevice=0200", "usb1");
+    EXPECT_EQ(Hub(), dwHub);
+    EXPECT_EQ(m_asked.Id(dwHub), "USB\\VID_1234&PID_5678&REV_0200");
+    EXPECT_EQ(m_asked.DeviceFile(dwHub, kGuidUsbHub), "/bus/usb/001/005");
+    m_sysfs.Unplug("1-4");
+    m_sysfs.Add("1-4 1234:5678 hub 480", "usb1"); // gone and back between two looks
+    EXPECT_EQ(m_asked.DeviceFile(dwHub, kGuidUsbHub), "/bus/usb/001/006");
+}
+
+TEST_F(LinuxDeviceTree, GivesAnotherDeviceAtTheSamePlaceAnotherNumber)
+{
+    const DWORD dwHub = Hub();
+    m_sysfs.Unplug("1-4");
+    m_sysfs.Add("1-4 1234:5679 hub 480", "usb1");
+    EXPECT_NE(Hub(), 0u);
+    EXPECT_NE(Hub(), dwHub);
+}
+
+TEST_F(LinuxDeviceTree, ReportsADeviceThatTheSystemKeepsOut)
+{
+    const DWORD dwHub = Hub();
+    DWORD dwStatus = 0;
+    DWORD dwProblem = 0;
+    EXPECT_EQ(m_asked.Tree().GetNodeStatus(&dwStatus, &dwProblem, dwHub), kCrSuccess);
+    EXPECT_EQ(dwStatus & kNodeHasProblem, 0u);
+    m_sysfs.Set("1-4", "authorized", "0");
+    EXPECT_EQ(m_asked.Tree().GetNodeStatus(&dwStatus, &dwProblem, dwHub), kCrSuccess);
+    EXPECT_EQ(dwStatus & kNodeHasProblem, kNodeHasProblem);
+}
+
+// What cannot be used is not there; the rest of the machine is.
+struct Oddity
+{
+    const char* pszName;
+    void (*pfnDo)(CSysfsTree& sysfs);
+    bool bHubIsThere;
+};
+
+const Oddity kOddities[] = {
+    {"NoVendor", [](CSysfsTree& s) { s.Drop("1-4", "idVendor"); }, false},
+    {"EmptyProduct", [](CSysfsTree& s) { s.Set("1-4", "idProduct", ""); }, false},
+    {"VendorOfLetters", [](CSysfsTree& s) { s.Set("1-4", "idVendor", "xyz!"); }, false},
+    {"LongVendor", [](CSysfsTree& s) { s.Set("1-4", "idVendor", "12345"); }, false},
+    {"NoNumber", [](CSysfsTree& s) { s.Drop("1-4", "devnum"); }, false},
+    {"NumberZero", [](CSysfsTree& s) { s.Set("1-4", "devnum", "0"); }, false},
+    {"NumberTooLarge", [](CSysfsTree& s) { s.Set("1-4", "devnum", "99999999999"); }, false},
+    {"NumberOfBytes", [](CSysfsTree& s) { s.Set("1-4", "devnum", "\xFF\xFE"); }, false},
+    {"FolderGoneLinkLeft", [](CSysfsTree& s) { std::filesystem::remove_all(s.File("1-4", "")); },
+     false},
+    {"AttributeIsAFolder",
+     [](CSysfsTree& s) {
+         s.Drop("1-4", "idVendor");
+         std::filesystem::create_directory(s.File("1-4", "idVendor"));
+     },
+     false},
+    {"NoRevision", [](CSysfsTree& s) { s.Drop("1-4", "bcdDevice"); }, true},
+    {"OddSpeed", [](CSysfsTree& s) { s.Set("1-4", "speed", "unknown"); }, true},
+    {"NoSubClass", [](CSysfsTree& s) { s.Drop("1-4", "bDeviceSubClass"); }, true},
+    {"StrangeLinks",
+     [](CSysfsTree& s) {
+         const std::string strLinks = s.SysRoot() + "/bus/usb/devices/";
+         for (const char* const pszName : {"1-", "usb", "usbx", "1-4.", "1-0", "\xC3\xA9-1", "1-9"})
+             std::filesystem::create_directory_symlink("/nowhere", strLinks + pszName);
+         std::ofstream(strLinks + "2-9") << "no link";
+     },
+     true},
+};
+
+class OddSysfs : public testing::TestWithParam<Oddity>
+{};
+
+TEST_P(OddSysfs, LeavesTheRestOfTheMachineAsItIs)
+{
+    CSysfsTree sysfs(kLaptop);
+    GetParam().pfnDo(sysfs);
+    CAsked asked(sysfs);
+    EXPECT_EQ(asked.HubAt("PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(4)") != 0, GetParam().bHubIsThere);
+    EXPECT_EQ(asked.Present(kGuidUsbHub).size(), GetParam().bHubIsThere ? 4u : 3u);
+    for (const DWORD devInst : asked.Present(kGuidUsbDevice))
+        EXPECT_NE(asked.Path(devInst), ""); // also of one whose hub cannot be used
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, OddSysfs, testing::ValuesIn(kOddities),
+                         [](const auto& entry) { return std::string(entry.param.pszName); });
+
+TEST_F(LinuxDeviceTree, LeavesOutIdsThatItCannotRead)
+{
+    m_sysfs.Drop("1-4", "bcdDevice");
+    m_sysfs.Drop("1-4", "bDeviceSubClass");
+    m_sysfs.Drop("1-7", "bDeviceClass");
+    EXPECT_THAT(m_asked.List(Hub(), kKeyHardwareIds), ElementsAre("USB\\VID_1234&PID_5678"));
+    EXPECT_THAT(m_asked.List(Hub(), kKeyCompatibleIds),
+                ElementsAre("USB\\USB20_HUB", "USB\\Class_09"));
+    EXPECT_THAT(m_asked.List(m_asked.Present(kGuidUsbDevice)[1], kKeyCompatibleIds), IsEmpty());
+}
+
+TEST_F(LinuxDeviceTree, TakesNamesOfAnyBytes)
+{
+    m_sysfs.Set("1-4.2", "product", "Ger\xC3\xA4t \xFF");
+    const DWORD dwDevice = m_asked.Present(kGuidUsbDevice)[0];
+    EXPECT_EQ(m_asked.Text(dwDevice, kPropDeviceDesc), "Ger\xC3\xA4t ?");
+    m_sysfs.Drop("1-4.2", "product");
+    EXPECT_EQ(m_asked.Text(dwDevice, kPropDeviceDesc), "USB Device");
+
+    const CSysfsTree board("platform\n  h\xC3\xA9(#1)\n    usb1 1d6b:0002 hub 480\n");
+    CAsked asked(board);
+    EXPECT_EQ(asked.Path(asked.Present(kGuidUsbHub).front()),
+              "PLATFORM(h%C3%A9%28%231%29)#USBROOT(0)");
+}
+
+TEST_F(LinuxDeviceTree, IsEmptyWhereThereIsNoUsb)
+{
+    const CSysfsTree empty("pci0000:00\n");
+    CAsked asked(empty);
+    EXPECT_THAT(asked.Present(kGuidUsbHub), IsEmpty());
+    std::filesystem::remove_all(empty.SysRoot());
+    EXPECT_THAT(asked.Present(kGuidUsbHostController), IsEmpty());
+}
+
+// The hash of the one hub's place and IDs is the other's.
+constexpr const char* kSharedNumber = R"(
+platform
+  x
+    usb1 1d6b:0002 hub 480
+      1-1 1234:ca6b hub 480
+      1-2 1007:4e68 hub 480
+)";
+
+TEST_F(LinuxDeviceTree, ResolvesNodesThatShareANumberTheSameWayEveryTime)
+{
+    const CSysfsTree sysfs(kSharedNumber);
+    CAsked one(sysfs);
+    CAsked other(sysfs);
+    const std::vector<DWORD> hubs = one.Present(kGuidUsbHub);
+    ASSERT_EQ(hubs.size(), 3u);
+    EXPECT_EQ(std::max(hubs[1], hubs[2]) - std::min(hubs[1], hubs[2]), 1u);
+    EXPECT_EQ(other.Present(kGuidUsbHub), hubs);
+}
+
+TEST_F(LinuxDeviceTree, RefusesWhatIsNotAskedProperly)
+{
+    CLinuxDeviceTree& tree = m_asked.Tree();
+    EXPECT_EQ(tree.GetClassDevs(nullptr, nullptr, kSetPresent), InvalidHandle());
+    EXPECT_EQ(ThreadLastError(), kErrInvalidParameter);
+    EXPECT_EQ(tree.GetClassDevs(nullptr, WTEXT("USB\\NOBODY"), kSetAllClasses), InvalidHandle());
+    EXPECT_EQ(ThreadLastError(), kErrNoSuchDevInst);
+    DEVINFO_DATA dev = {};
+    EXPECT_FALSE(tree.EnumDeviceInfo(InvalidHandle(), 0, &dev));
+    EXPECT_EQ(ThreadLastError(), kErrInvalidHandle);
+    EXPECT_FALSE(tree.DestroySet(nullptr));
+    HANDLE const hSet = tree.GetClassDevs(&kGuidUsbHub, nullptr, kSetPresent);
+    EXPECT_EQ(ThreadLastError(), kErrNone);
+    EXPECT_FALSE(tree.EnumDeviceInfo(hSet, 0, &dev)); // size not set
+    EXPECT_EQ(ThreadLastError(), 1784u);
+    EXPECT_TRUE(tree.DestroySet(hSet));
+
+    WCHAR szShort[4] = {WTEXT('x')};
+    EXPECT_EQ(tree.GetDeviceId(Hub(), szShort, 4), kCrBufferSmall);
+    DWORD dwType = 0;
+    DWORD cb = 8;
+    EXPECT_EQ(tree.GetNodeProperty(Hub(), &kKeyLocationPaths, &dwType,
+                                   reinterpret_cast<BYTE*>(szShort), &cb),
+              kCrBufferSmall);
+    EXPECT_EQ(cb, 2u * (std::string(kHub).size() + 2));
+    EXPECT_EQ(szShort[0], WTEXT('x'));
+    const DEVPROP_KEY strange = {kGuidUsbHub, 1};
+    EXPECT_EQ(tree.GetNodeProperty(Hub(), &strange, &dwType, nullptr, &(cb = 0)), kCrNoSuchValue);
+}
+} // namespace
