@@ -8,6 +8,19 @@ namespace
 
 using Bytes = std::vector<BYTE>;
 
+TEST(Billboard, IsGoneWhenItsPowerFailsInAWrite)
+{
+    CSimClock clock;
+    CSimBillboard device(clock);
+    device.LosePowerAt(0);
+    ASSERT_EQ(
+        device.Control({0x40, REQ_VDCMD_ENABLE, 3, VDCMD_ENABLE_KEY, 0}, nullptr, 5000).dwError,
+        0u);
+    BYTE data[4] = {};
+    EXPECT_EQ(device.Control({0x40, REQ_WRITE_FLASH, 0, 2, 4}, data, 5000).dwError, kErrDeviceGone);
+    EXPECT_FALSE(device.IsOnBus());
+}
+
 struct BillboardAbuse
 {
     const char* pszCase;

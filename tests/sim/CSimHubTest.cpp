@@ -189,6 +189,16 @@ TEST_F(HubOfTwoBanks, DownloadsToTheOtherAndKeepsTheOld)
     EXPECT_EQ(Hub().Misuse().Count(), 0u) << Hub().Misuse().Text();
 }
 
+TEST_F(HubOfTwoBanks, LoseTheBusAndNotTheOldImageWithTheirPower)
+{
+    ASSERT_EQ(Enable(3), 0u);
+    Hub().LosePowerAt(Hub().FlashOperations() + 2);
+    EXPECT_EQ(WriteImage(m_new), kErrDeviceGone);
+    EXPECT_FALSE(Hub().IsOnBus());
+    Hub().PowerUp();
+    EXPECT_TRUE(Hub().Runs(m_old));
+}
+
 TEST_F(HubOfTwoBanks, ResetWithoutADownloadKeepsTheBank)
 {
     Hub().Banks().Load(1, m_new);

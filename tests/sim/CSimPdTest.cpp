@@ -82,6 +82,18 @@ TEST_F(Pd, WithoutTheMarkTheOldBankStartsAgain)
     EXPECT_TRUE(m_pPd->Runs(m_old));
 }
 
+TEST_F(Pd, LosesTheBusAndNotTheOldImageWithItsPower)
+{
+    Build();
+    ASSERT_EQ(Enable(3), kAck);
+    m_pPd->LosePowerAt(m_pPd->FlashOperations() + 2);
+    EXPECT_FALSE(WriteImage(m_new));
+    EXPECT_TRUE(In(0x3A, 0, 20).empty());
+    m_pPd->PowerUp();
+    EXPECT_EQ(In(0x3A, 0, 20).size(), 20u);
+    EXPECT_TRUE(m_pPd->Runs(m_old));
+}
+
 TEST_F(Pd, ValidationMarksTheOldBankItself)
 {
     SimPdSettings settings;
