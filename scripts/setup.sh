@@ -29,6 +29,9 @@ for group in "${@:-build}"; do
         need cmake has cmake
         need ninja-build has ninja
         need pkg-config has pkg-config
+        need libusb-1.0-0-dev header libusb-1.0/libusb.h
+        need libumockdev-dev header umockdev-1.0/umockdev.h
+        need umockdev has umockdev-wrapper
         need libgtest-dev header gtest/gtest.h
         need libgmock-dev header gmock/gmock.h
         need libcli11-dev header CLI/CLI.hpp

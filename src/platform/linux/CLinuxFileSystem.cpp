@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/ErrorCodes.h"
+#include "platform/linux/CDescriptor.h"
 #include "platform/linux/FileHandle.h"
 #include "platform/linux/LinuxError.h"
 #include "platform/linux/Utf8.h"
@@ -54,22 +55,28 @@ DWORD PutPath(const std::string& strPath, WCHAR* pBuffer, DWORD cch)
     return static_cast<DWORD>(strWide.size());
 }
 
-class CDescriptor
+std::string TemporaryRoot()
 {
-public:
-    explicit CDescriptor(int n) : m_n(n) {}
-    CDescriptor(const CDescriptor&) = delete;
-    CDescriptor& operator=(const CDescriptor&) = delete;
-    ~CDescriptor()
-    {
-        if (m_n >= 0)
-            ::close(m_n);
-    }
-    int Get() const { return m_n; }
+    const char* pszFolder = std::getenv("TMPDIR");
+    std::string strFolder = pszFolder != nullptr && pszFolder[0] == '/' ? pszFolder : "/tmp";
+    if (strFolder.back() != '/')
+        strFolder += '/';
+    return strFolder;
+}
 
-private:
-    int m_n;
-};
+/// Makes a folder that is nobody else's, or takes the one that is there if it is ours and closed
+/// to writing by others; a link is none.
+bool MakePrivateFolder(const std::string& strPath)
+{
+    if (::mkdir(strPath.c_str(), 0700) != 0 && errno != EEXIST)
+        return FailWithErrno();
+    struct stat info = {};
+    if (::lstat(strPath.c_str(), &info) != 0)
+        return FailWithErrno();
+    const bool bOurs = S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() &&
+                       (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    return bOurs || FailWith(kErrAccessDenied);
+}
 
 bool IsFolder(int nDescriptor)
 {
@@ -85,6 +92,21 @@ bool NamesSameFile(int nDescriptor, const std::string& strPath)
            open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
+/// Writes it all: what a full disk takes of a block says nothing yet, the next write does.
+bool WriteAll(int nTo, const char* pData, std::size_t cb)
+{
+    while (cb != 0) {
+        const ssize_t n = ::write(nTo, pData, cb);
+        if (n <= 0) {
+            errno = n == 0 ? ENOSPC : errno;
+            return false;
+        }
+        pData += n;
+        cb -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
 bool CopyBytes(int nFrom, int nTo)
 {
     std::array<char, 16384> block{};
@@ -92,7 +114,7 @@ bool CopyBytes(int nFrom, int nTo)
         const ssize_t n = ::read(nFrom, block.data(), block.size());
         if (n <= 0)
             return n == 0;
-        if (::write(nTo, block.data(), static_cast<std::size_t>(n)) != n)
+        if (!WriteAll(nTo, block.data(), static_cast<std::size_t>(n)))
             return false;
     }
 }
@@ -180,12 +202,12 @@ bool CLinuxFileSystem::Close(HANDLE hFile)
 bool CLinuxFileSystem::Copy(const WCHAR* pszFrom, const WCHAR* pszTo, bool bFailIfExists)
 {
     const CDescriptor from(::open(NativePath(pszFrom).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (from.Get() < 0)
+    if (!from.IsOpen())
         return FailWithErrno();
     const int nFlags =
         O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (bFailIfExists ? O_EXCL : O_TRUNC);
     const CDescriptor to(::open(NativePath(pszTo).c_str(), nFlags, 0666));
-    if (to.Get() < 0)
+    if (!to.IsOpen())
         return FailWithErrno();
     return CopyBytes(from.Get(), to.Get()) || FailWithErrno();
 }
@@ -211,10 +233,13 @@ DWORD CLinuxFileSystem::SystemFolder(WCHAR*, DWORD)
     return 0;
 }
 
-DWORD CLinuxFileSystem::WindowsFolder(WCHAR*, DWORD)
+DWORD CLinuxFileSystem::WindowsFolder(WCHAR* pBuffer, DWORD cch)
 {
-    FailWith(kErrCallNotImplemented);
-    return 0;
+    const std::string strFolder = TemporaryRoot() + "zelhub-" + std::to_string(::geteuid());
+    if (!MakePrivateFolder(strFolder) || !MakePrivateFolder(strFolder + "/system32") ||
+        !MakePrivateFolder(strFolder + "/system32/drivers"))
+        return 0;
+    return PutPath(strFolder, pBuffer, cch);
 }
 
 DWORD CLinuxFileSystem::WorkingFolder(WCHAR* pBuffer, DWORD cch)
@@ -231,11 +256,7 @@ DWORD CLinuxFileSystem::WorkingFolder(WCHAR* pBuffer, DWORD cch)
 
 DWORD CLinuxFileSystem::TemporaryFolder(WCHAR* pBuffer, DWORD cch)
 {
-    const char* pszFolder = std::getenv("TMPDIR");
-    std::string strFolder = pszFolder != nullptr && pszFolder[0] == '/' ? pszFolder : "/tmp";
-    if (strFolder.back() != '/')
-        strFolder += '/';
-    return PutPath(strFolder, pBuffer, cch);
+    return PutPath(TemporaryRoot(), pBuffer, cch);
 }
 
 DWORD CLinuxFileSystem::VersionSize(const WCHAR*)

@@ -8,7 +8,8 @@
 
 /// Files under composed paths: backslashes become slashes, links are not followed. Delete-on-
 /// close is kept by a shared lock that every holder has; a flag file that nobody locks is a
-/// leftover of a process that died, and counts as absent. There is no system folder.
+/// leftover of a process that died, and counts as absent. There is no system folder; a private
+/// folder below the temporary one takes what is meant for the Windows folder.
 class CLinuxFileSystem : public IFileSystem
 {
 public:

@@ -3,11 +3,15 @@
 #include "platform/AbsentServices.h"
 #include "platform/Platform.h"
 #include "platform/linux/CLinuxClock.h"
+#include "platform/linux/CLinuxDeviceFile.h"
 #include "platform/linux/CLinuxDeviceTree.h"
+#include "platform/linux/CLinuxEventPipe.h"
 #include "platform/linux/CLinuxFileSystem.h"
+#include "platform/linux/CLinuxHid.h"
 #include "platform/linux/CLinuxHostFiles.h"
 #include "platform/linux/CLinuxPowerSwitch.h"
 #include "platform/linux/CLinuxProcess.h"
+#include "platform/linux/CLinuxWinUsb.h"
 
 /// The services of a Linux machine.
 class CLinuxPlatform : public Platform
@@ -34,10 +38,11 @@ private:
     CLinuxHostFiles m_hostFiles;
     CLinuxNodes m_nodes{"/sys", "/dev"};
     CLinuxDeviceTree m_deviceTree{m_nodes};
-    CAbsentDeviceFile m_deviceFile{m_process};
+    CLinuxHandles m_handles;
+    CLinuxDeviceFile m_deviceFile{m_handles};
     CAbsentServiceManager m_serviceManager{m_process};
     CLinuxPowerSwitch m_powerSwitch;
-    CAbsentEventPipe m_eventPipe{m_process};
-    CAbsentWinUsb m_winUsb{m_process};
-    CAbsentHid m_hid;
+    CLinuxEventPipe m_eventPipe{m_process, m_handles};
+    CLinuxWinUsb m_winUsb{m_handles};
+    CLinuxHid m_hid{m_handles};
 };

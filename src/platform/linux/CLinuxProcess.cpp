@@ -15,6 +15,9 @@ namespace
 /// Stands for the process token; there is nothing behind it.
 int g_nToken = 0;
 
+/// Stands for the port driver's image.
+BYTE g_standInImage[] = "Ports are reached through /dev/port; no driver is loaded.\n";
+
 std::string ResolvedPath(const char* pszPath)
 {
     char szFull[PATH_MAX];
@@ -145,26 +148,34 @@ bool CLinuxProcess::CloseToken(HANDLE hToken)
     return hToken == &g_nToken || FailWith(kErrInvalidHandle);
 }
 
-HANDLE CLinuxProcess::LocateResource(const void*, USHORT, const WCHAR*)
+HANDLE CLinuxProcess::LocateResource(const void*, USHORT wId, const WCHAR* pszType)
 {
-    FailWith(kErrResourceDataNotFound);
+    if (wId == 0 && pszType == nullptr)
+        return g_standInImage;
+    FailWith(kErrResourceNameNotFound);
     return nullptr;
 }
 
-HANDLE CLinuxProcess::FetchResource(HANDLE)
+HANDLE CLinuxProcess::FetchResource(HANDLE hResource)
 {
+    if (hResource == g_standInImage)
+        return hResource;
     FailWith(kErrInvalidHandle);
     return nullptr;
 }
 
-const BYTE* CLinuxProcess::PinResource(HANDLE)
+const BYTE* CLinuxProcess::PinResource(HANDLE hFetched)
 {
+    if (hFetched == g_standInImage)
+        return g_standInImage;
     FailWith(kErrInvalidHandle);
     return nullptr;
 }
 
-DWORD CLinuxProcess::ResourceSize(HANDLE)
+DWORD CLinuxProcess::ResourceSize(HANDLE hResource)
 {
+    if (hResource == g_standInImage)
+        return sizeof g_standInImage;
     FailWith(kErrInvalidHandle);
     return 0;
 }

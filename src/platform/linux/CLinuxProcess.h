@@ -2,7 +2,8 @@
 
 #include "platform/IProcess.h"
 
-/// The process on Linux: no modules to look into, no resources, never under WOW64. "Elevated"
+/// The process on Linux: no modules to look into, never under WOW64. The one resource stands for
+/// the port driver's image, so that loading it goes on to what stands for the driver. "Elevated"
 /// means able to do what the power switch needs, and that is always so.
 class CLinuxProcess : public IProcess
 {

@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxError.h"
 
 #include <cerrno>
+#include <libusb.h>
 
 #include "platform/ErrorCodes.h"
 
@@ -60,6 +61,32 @@ DWORD ErrorFromErrno(int nErrno)
     case ENOSYS:
         return kErrCallNotImplemented;
     default:
+        return kErrGenFailure;
+    }
+}
+
+DWORD ErrorFromUsb(int nError)
+{
+    switch (nError) {
+    case LIBUSB_SUCCESS:
+        return kErrNone;
+    case LIBUSB_ERROR_TIMEOUT:
+        return kErrSemTimeout;
+    case LIBUSB_ERROR_NO_DEVICE:
+        return kErrDeviceGone;
+    case LIBUSB_ERROR_ACCESS:
+        return kErrAccessDenied;
+    case LIBUSB_ERROR_BUSY:
+        return kErrBusy;
+    case LIBUSB_ERROR_INVALID_PARAM:
+        return kErrInvalidParameter;
+    case LIBUSB_ERROR_NO_MEM:
+        return kErrNotEnoughMemory;
+    case LIBUSB_ERROR_NOT_SUPPORTED:
+        return kErrNotSupported;
+    case LIBUSB_ERROR_INTERRUPTED:
+        return kErrOperationAborted;
+    default: // a stall, or an error on the bus
         return kErrGenFailure;
     }
 }

@@ -1,0 +1,231 @@
+#include "CMockUsbNode.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <linux/usbdevice_fs.h>
+#include <sys/ioctl.h>
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wpedantic"
+#include <umockdev.h>
+
+namespace
+{
+// A hub: device descriptor, then its one configuration with one interface and one endpoint.
+constexpr const char* kDevice =
+    "P: /devices/pci0000:00/0000:00:14.0/usb1/1-1\n"
+    "N: bus/usb/001/002="
+    "12011002090000400912100000010102000109021900010100E0000904000001090000000705810301000C\n"
+    "E: DEVNAME=/dev/bus/usb/001/002\nE: DEVTYPE=usb_device\nE: SUBSYSTEM=usb\n"
+    "E: BUSNUM=001\nE: DEVNUM=002\nE: MAJOR=189\nE: MINOR=1\n"
+    "A: busnum=1\\n\nA: devnum=2\\n\n";
+constexpr const char* kNode = "/dev/bus/usb/001/002";
+
+template<class T>
+void Put(UMockdevIoctlData* pData, gsize offset, const T& value)
+{
+    T copy = value;
+    umockdev_ioctl_data_update(pData, offset, reinterpret_cast<guint8*>(&copy), sizeof copy);
+}
+
+struct UNDER_WAY
+{
+    UMockdevIoctlData* pUrb;
+    UMockdevIoctlData* pBuffer;
+    bool bIn;
+    MOCK_ANSWER answer;
+    bool bDone;
+};
+} // namespace
+
+struct CMockUsbNode::Impl
+{
+    Script script;
+    UMockdevTestbed* pTestbed = nullptr;
+    UMockdevIoctlBase* pHandler = nullptr;
+    mutable std::mutex lock;
+    std::deque<UNDER_WAY> urbs;
+    std::vector<MOCK_REQUEST> requests;
+    unsigned nOwn = 0;
+    unsigned nCancelled = 0;
+    bool bGone = false;
+
+    void Complete(UMockdevIoctlClient* pClient, int nError)
+    {
+        umockdev_ioctl_client_complete(pClient, nError == 0 ? 0 : -1, nError);
+    }
+
+    void Submit(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    {
+        UMockdevIoctlData* const pUrb =
+            umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_urb), nullptr);
+        usbdevfs_urb urb;
+        std::memcpy(&urb, pUrb->data, sizeof urb);
+        UMockdevIoctlData* const pBuffer = umockdev_ioctl_data_resolve(
+            pUrb, offsetof(usbdevfs_urb, buffer), static_cast<gsize>(urb.buffer_length), nullptr);
+        MOCK_REQUEST request;
+        std::memcpy(&request.setup, pBuffer->data, sizeof request.setup);
+        const bool bIn = (request.setup.bmRequestType & 0x80) != 0;
+        if (!bIn)
+            request.data.assign(pBuffer->data + sizeof request.setup,
+                                pBuffer->data + urb.buffer_length);
+        requests.push_back(request);
+        MOCK_ANSWER answer = script(request);
+        if (bGone)
+            answer.nRefuse = ENODEV;
+        if (answer.nRefuse == 0)
+            urbs.push_back({pUrb, pBuffer, bIn, answer, !answer.bNever && answer.nGoneAfter == 0});
+        Complete(pClient, answer.nRefuse);
+    }
+
+    void Reap(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    {
+        for (UNDER_WAY& way : urbs) {
+            if (way.answer.nGoneAfter == 0 || --way.answer.nGoneAfter != 0)
+                continue;
+            way.bDone = bGone = true;
+            way.answer.nError = -ESHUTDOWN;
+        }
+        const auto it =
+            std::find_if(urbs.begin(), urbs.end(), [](const UNDER_WAY& way) { return way.bDone; });
+        if (it == urbs.end())
+            return Complete(pClient, bGone ? ENODEV : EAGAIN);
+        const UNDER_WAY way = *it;
+        urbs.erase(it);
+        int nMoved = way.pBuffer->data_len - static_cast<int>(sizeof(SETUP_PACKET));
+        if (way.bIn) {
+            nMoved = std::min<int>(nMoved, static_cast<int>(way.answer.data.size()));
+            std::vector<BYTE> data = way.answer.data;
+            umockdev_ioctl_data_update(way.pBuffer, sizeof(SETUP_PACKET), data.data(), nMoved);
+        }
+        Put(way.pUrb, offsetof(usbdevfs_urb, status), way.answer.nError);
+        Put(way.pUrb, offsetof(usbdevfs_urb, actual_length), way.answer.nError == 0 ? nMoved : 0);
+        UMockdevIoctlData* const pOut =
+            umockdev_ioctl_data_resolve(pArg, 0, sizeof(void*), nullptr);
+        umockdev_ioctl_data_set_ptr(pOut, 0, way.pUrb);
+        Complete(pClient, 0);
+    }
+
+    void Discard(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    {
+        UMockdevIoctlData* const pUrb =
+            umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_urb), nullptr);
+        for (UNDER_WAY& way : urbs) {
+            if (way.pUrb->client_addr != pUrb->client_addr || way.bDone)
+                continue;
+            way.bDone = true;
+            way.answer = {};
+            way.answer.nError = -ENOENT;
+            ++nCancelled;
+            return Complete(pClient, 0);
+        }
+        Complete(pClient, EINVAL);
+    }
+
+    void Control(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    {
+        ++nOwn;
+        UMockdevIoctlData* const pTransfer =
+            umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_ctrltransfer), nullptr);
+        UMockdevIoctlData* const pData = umockdev_ioctl_data_resolve(
+            pTransfer, offsetof(usbdevfs_ctrltransfer, data), 1, nullptr);
+        if (pData != nullptr)
+            Put<BYTE>(pData, 0, 1); // the configuration in use
+        umockdev_ioctl_client_complete(pClient, 1, 0);
+    }
+
+    gboolean Handle(UMockdevIoctlClient* pClient)
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        UMockdevIoctlData* const pArg = umockdev_ioctl_client_get_arg(pClient);
+        switch (umockdev_ioctl_client_get_request(pClient)) {
+        case USBDEVFS_GET_CAPABILITIES:
+            Put<guint32>(umockdev_ioctl_data_resolve(pArg, 0, 4, nullptr), 0,
+                         USBDEVFS_CAP_ZERO_PACKET);
+            Complete(pClient, 0);
+            return TRUE;
+        case USBDEVFS_CONNECTINFO:
+            Put(umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_connectinfo), nullptr), 0,
+                usbdevfs_connectinfo{2, 0});
+            Complete(pClient, 0);
+            return TRUE;
+        case USBDEVFS_CONTROL:
+            Control(pClient, pArg);
+            return TRUE;
+        case USBDEVFS_SUBMITURB:
+            Submit(pClient, pArg);
+            return TRUE;
+        case USBDEVFS_REAPURB:
+        case USBDEVFS_REAPURBNDELAY:
+            Reap(pClient, pArg);
+            return TRUE;
+        case USBDEVFS_DISCARDURB:
+            Discard(pClient, pArg);
+            return TRUE;
+        default:
+            Complete(pClient, ENOTTY);
+            return TRUE;
+        }
+    }
+};
+
+namespace
+{
+gboolean OnIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* pClient, gpointer pUser)
+{
+    return static_cast<CMockUsbNode::Impl*>(pUser)->Handle(pClient);
+}
+} // namespace
+
+CMockUsbNode::CMockUsbNode(Script script) : m_pImpl(std::make_unique<Impl>())
+{
+    m_pImpl->script = std::move(script);
+    m_pImpl->pTestbed = umockdev_testbed_new();
+    umockdev_testbed_add_from_string(m_pImpl->pTestbed, kDevice, nullptr);
+    m_pImpl->pHandler = umockdev_ioctl_base_new();
+    g_signal_connect(m_pImpl->pHandler, "handle-ioctl", G_CALLBACK(OnIoctl), m_pImpl.get());
+    umockdev_testbed_attach_ioctl(m_pImpl->pTestbed, kNode, m_pImpl->pHandler, nullptr);
+}
+
+CMockUsbNode::~CMockUsbNode()
+{
+    umockdev_testbed_detach_ioctl(m_pImpl->pTestbed, kNode, nullptr);
+    g_object_unref(m_pImpl->pHandler);
+    g_object_unref(m_pImpl->pTestbed);
+}
+#pragma GCC diagnostic pop
+
+std::string CMockUsbNode::Path() const
+{
+    return kNode;
+}
+
+std::string CMockUsbNode::RealPath() const
+{
+    gchar* const pszRoot = umockdev_testbed_get_root_dir(m_pImpl->pTestbed);
+    std::string strPath = std::string(pszRoot) + kNode;
+    g_free(pszRoot);
+    return strPath;
+}
+
+std::vector<MOCK_REQUEST> CMockUsbNode::Requests() const
+{
+    const std::lock_guard<std::mutex> guard(m_pImpl->lock);
+    return m_pImpl->requests;
+}
+
+unsigned CMockUsbNode::OwnRequests() const
+{
+    const std::lock_guard<std::mutex> guard(m_pImpl->lock);
+    return m_pImpl->nOwn;
+}
+
+unsigned CMockUsbNode::Cancelled() const
+{
+    const std::lock_guard<std::mutex> guard(m_pImpl->lock);
+    return m_pImpl->nCancelled;
+}
