@@ -185,6 +185,14 @@ INSTANTIATE_TEST_SUITE_P(
                     VersionCase{"Same", {1, 2, 0, 5}, {1, 2, 0, 5}, false}),
     [](const auto& tested) { return tested.param.pszCase; });
 
+TEST(ProxyDriver, WithoutReadableVersionIsReplaced)
+{
+    CBench bench;
+    bench.machine.Volume().Put(kInstalled, {'n', 'o', 'n', 'e'});
+    ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
+    EXPECT_EQ(bench.machine.Volume().Data(kInstalled)->size(), EmbeddedDriverX64().size());
+}
+
 TEST(ProxyDriver, FromTheDebugFileReplacesTheServiceToo)
 {
     CBench bench;
