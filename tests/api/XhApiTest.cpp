@@ -5,8 +5,6 @@
 #include <memory>
 
 #include "api/zelhub_bench.h"
-#include "dev/CHubDev.h"
-#include "flow/CUniversalFlow.h"
 #include "sim/CSimHub.h"
 #include "sim/CSimMachine.h"
 #include "support/CMessageLog.h"

@@ -3,7 +3,6 @@
 #include "dev/CountingDev.h"
 #include "dev/DevFixture.h"
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace

@@ -2,7 +2,6 @@
 
 #include "dev/CHubDev.h"
 #include "dev/DevFixture.h"
-#include "platform/IClock.h"
 #include "wire/HubRequests.h"
 
 using testing::Each;

@@ -4,7 +4,6 @@
 
 #include "find/CECFind.h"
 #include "find/FindFixture.h"
-#include "find/IFilterEx.h"
 #include "platform/ListGrowth.h"
 #include "support/CFakeDev.h"
 
@@ -22,7 +21,6 @@ public:
     void WatchAllHidDevs() override { Cycle("hid"); }
 
     std::list<IDev*>& Devices() { return m_lstDev; }
-    std::list<IFilterEx*>& Filters() { return m_lstFilter; }
 
     std::vector<std::string> cycles;
     std::function<void()> inCycle;

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "find/CDevProperty.h"
 #include "find/CRootHubFilter.h"
 #include "messages/CMessageHost.h"
 #include "wire/HubRequests.h"

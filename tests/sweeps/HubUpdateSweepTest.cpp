@@ -29,6 +29,20 @@ protected:
         return settings;
     }
 
+    /// How often something happens in a run that nothing happens to.
+    static std::uint64_t CountIn(bool (*pfnRun)(CHostRun& run),
+                                 std::uint64_t (CSimHub::*pfnCount)() const)
+    {
+        HubBench whole(Settings());
+        CHostRun run(whole);
+        EXPECT_TRUE(pfnRun(run));
+        EXPECT_EQ(whole.hub.Misuse().Text(), "");
+        return (whole.hub.*pfnCount)();
+    }
+
+    static bool Update(CHostRun& run) { return run.Update(NewImage()); }
+    static bool Erase(CHostRun& run) { return run.Erase(); }
+
     /// One update that something happens to, then one without: what the host believes must be
     /// what the model shows.
     static void BreakThenRepeat(HubBench& bench, SweepTally& tally)
@@ -42,6 +56,8 @@ protected:
         EXPECT_EQ(bSuccess, bench.hub.IsOnBus() && bench.hub.Runs(NewImage()));
         EXPECT_EQ(bench.machine.Handles().Describe(), "");
 
+        bench.hub.SetReturn({});
+        bench.machine.Time().Advance(30'000'000);
         bench.Heal();
         bench.hub.Misuse().Clear();
         CHostRun again(bench);
@@ -53,14 +69,7 @@ protected:
 
 TEST_P(HubSweep, EveryFaultAtEveryTransfer)
 {
-    std::uint64_t nTransfers = 0;
-    {
-        HubBench whole(Settings());
-        CHostRun run(whole);
-        ASSERT_TRUE(run.Update(NewImage()));
-        ASSERT_EQ(whole.hub.Misuse().Text(), "");
-        nTransfers = whole.hub.Transfers();
-    }
+    const auto nTransfers = CountIn(Update, &CSimHub::Transfers);
     SweepTally tally(std::string("transfers of ") + GetParam().pszName);
     for (const NamedFault& named : UsbFaults()) {
         for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
@@ -76,13 +85,7 @@ TEST_P(HubSweep, EveryFaultAtEveryTransfer)
 
 TEST_P(HubSweep, PowerLostAtEveryFlashOperation)
 {
-    std::uint64_t nOperations = 0;
-    {
-        HubBench whole(Settings());
-        CHostRun run(whole);
-        ASSERT_TRUE(run.Update(NewImage()));
-        nOperations = whole.hub.FlashOperations();
-    }
+    const auto nOperations = CountIn(Update, &CSimHub::FlashOperations);
     SweepTally tally(std::string("flash operations of ") + GetParam().pszName);
     for (const SimPowerCut eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
         for (std::uint64_t n = 0; n < nOperations && !HasFailure(); ++n) {
@@ -97,13 +100,7 @@ TEST_P(HubSweep, PowerLostAtEveryFlashOperation)
 
 TEST_P(HubSweep, EveryFaultAtEveryTransferOfAnErase)
 {
-    std::uint64_t nTransfers = 0;
-    {
-        HubBench whole(Settings());
-        CHostRun run(whole);
-        ASSERT_TRUE(run.Erase());
-        nTransfers = whole.hub.Transfers();
-    }
+    const auto nTransfers = CountIn(Erase, &CSimHub::Transfers);
     SweepTally tally(std::string("transfers of an erase of ") + GetParam().pszName);
     for (const NamedFault& named : UsbFaults()) {
         for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
@@ -154,20 +151,7 @@ TEST_P(HubSweep, EveryWayOfComingBackFromEachReset)
                 bench.hub.SetReturn(c.ret);
             else
                 bench.hub.SetNextReturn(c.ret);
-            bool bSuccess = false;
-            {
-                CHostRun run(bench);
-                bSuccess = run.Update(NewImage());
-                tally.Count(bSuccess, run.FlowSaidYes() && !bench.hub.Runs(NewImage()));
-            }
-            EXPECT_EQ(bSuccess, bench.hub.IsOnBus() && bench.hub.Runs(NewImage()));
-
-            bench.hub.SetReturn({});
-            bench.machine.Time().Advance(30'000'000);
-            bench.Heal();
-            CHostRun again(bench);
-            EXPECT_TRUE(again.Update(NewImage()));
-            EXPECT_TRUE(bench.hub.Runs(NewImage()));
+            BreakThenRepeat(bench, tally);
         }
     }
 }
