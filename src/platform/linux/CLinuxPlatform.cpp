@@ -2,7 +2,11 @@
 
 #include <unistd.h>
 
-CLinuxPlatform::CLinuxPlatform() : m_powerSwitch(m_nodes, ::geteuid() == 0) {}
+CLinuxPlatform::CLinuxPlatform(const LINUX_ROOTS& roots)
+    : m_nodes(roots.strSys, roots.strDev),
+      m_deviceFile(m_handles, roots),
+      m_powerSwitch(m_nodes, ::geteuid() == 0)
+{}
 
 Platform& RealPlatform()
 {

@@ -17,7 +17,7 @@
 class CLinuxPlatform : public Platform
 {
 public:
-    CLinuxPlatform();
+    explicit CLinuxPlatform(const LINUX_ROOTS& roots = {});
 
     IDeviceTree& DeviceTree() override { return m_deviceTree; }
     IDeviceFile& DeviceFile() override { return m_deviceFile; }
@@ -36,10 +36,10 @@ private:
     CLinuxClock m_clock;
     CLinuxFileSystem m_fileSystem;
     CLinuxHostFiles m_hostFiles;
-    CLinuxNodes m_nodes{"/sys", "/dev"};
+    CLinuxNodes m_nodes;
     CLinuxDeviceTree m_deviceTree{m_nodes};
     CLinuxHandles m_handles;
-    CLinuxDeviceFile m_deviceFile{m_handles};
+    CLinuxDeviceFile m_deviceFile;
     CAbsentServiceManager m_serviceManager{m_process};
     CLinuxPowerSwitch m_powerSwitch;
     CLinuxEventPipe m_eventPipe{m_process, m_handles};

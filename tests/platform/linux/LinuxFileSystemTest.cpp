@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "platform/ErrorCodes.h"
 #include "platform/linux/LinuxError.h"
@@ -96,5 +99,44 @@ TEST_F(LinuxFileSystem, RelativeTemporaryFolderIsNotTaken)
     WCHAR szFolder[260] = {};
     m_files.TemporaryFolder(szFolder, 260);
     EXPECT_EQ(WString(szFolder), WTEXT("\\tmp\\"));
+}
+
+// A limit stops the copy in the middle of a block, as a full disk does.
+TEST_F(LinuxFileSystem, CopyThatDoesNotFitSaysThatTheDiskIsFull)
+{
+    std::ofstream(m_folder / "image") << std::string(20000, 'x');
+    const WString strFolder = m_strFlag.substr(0, m_strFlag.rfind(WTEXT('\\')) + 1);
+    struct rlimit old = {};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    const struct rlimit tight = {10000, old.rlim_max};
+    auto* const pfnOld = ::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &tight);
+    FailWith(kErrFileNotFound); // a stale number
+    const bool bCopied = m_files.Copy((strFolder + WTEXT("image")).c_str(),
+                                      (strFolder + WTEXT("copy")).c_str(), false);
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    ::signal(SIGXFSZ, pfnOld);
+    EXPECT_FALSE(bCopied);
+    EXPECT_EQ(ThreadLastError(), kErrDiskFull);
+}
+
+TEST_F(LinuxFileSystem, WindowsFolderIsPrivateOrRefused)
+{
+    WCHAR szFolder[260] = {};
+    ASSERT_GT(m_files.WindowsFolder(szFolder, 260), 0u);
+    const WString strDriver = WString(szFolder) + WTEXT("\\system32\\drivers\\voport.sys");
+    const HANDLE hFile =
+        m_files.Open(strDriver.c_str(), kGenericWrite, kShareNone, kCreateAlways, kAttributeNormal);
+    EXPECT_NE(hFile, InvalidHandle());
+    m_files.Close(hFile);
+
+    const fs::path folder = m_folder / ("zelhub-" + std::to_string(::geteuid()));
+    ASSERT_TRUE(fs::is_directory(folder));
+    fs::permissions(folder, fs::perms::others_write, fs::perm_options::add);
+    EXPECT_EQ(m_files.WindowsFolder(szFolder, 260), 0u);
+    EXPECT_EQ(ThreadLastError(), kErrAccessDenied);
+    fs::rename(folder, m_folder / "elsewhere");
+    fs::create_directory_symlink(m_folder / "elsewhere", folder);
+    EXPECT_EQ(m_files.WindowsFolder(szFolder, 260), 0u);
 }
 } // namespace
