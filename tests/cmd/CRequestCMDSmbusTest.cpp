@@ -103,6 +103,25 @@ TEST_F(Smbus, ABlockIsWrittenFromTheVerifiedBuffer)
 
 TEST_F(Smbus, TheControllerIsEnabledThroughItsConfiguration)
 {
+    /// The controller's configuration, with something in the register's upper bits.
+    class CWideRegister : public ISimPortSpace
+    {
+    public:
+        explicit CWideRegister(CSimSmbusController& controller) : m_controller(controller) {}
+        DWORD Read(ULONGLONG address, unsigned cb) override
+        {
+            return m_controller.Read(address, cb) | 0xABCD0000;
+        }
+        void Write(ULONGLONG address, DWORD dwValue, unsigned cb) override
+        {
+            m_controller.Write(address, dwValue, cb);
+        }
+
+    private:
+        CSimSmbusController& m_controller;
+    } wide(m_controller);
+    m_machine.Ports().Claim(CSimSmbusController::kPciAddressPort, CSimSmbusController::kPciPorts,
+                            &wide);
     m_controller.SetHostc(0x14);
     Fill(1);
     EXPECT_EQ(Blk(kWrite), 1);
