@@ -5,6 +5,7 @@
 #include <cstring>
 #include <deque>
 #include <linux/usbdevice_fs.h>
+#include <stdexcept>
 #include <sys/ioctl.h>
 
 #pragma GCC diagnostic push
@@ -15,14 +16,29 @@
 
 namespace
 {
-// A hub: device descriptor, then its one configuration with one interface and one endpoint.
-constexpr const char* kDevice =
+// A hub at the root hub of a controller: device descriptor, then its one configuration. The HID
+// collection counts when the device stops being a hub.
+constexpr const char* kTree[] = {
+    "P: /devices/pci0000:00/0000:00:14.0\nE: SUBSYSTEM=pci\nA: vendor=0x8086\\n\n"
+    "A: device=0xa12f\\n\nA: class=0x0c0330\\n\n",
+
+    "P: /devices/pci0000:00/0000:00:14.0/usb1\nN: bus/usb/001/001\nE: DEVTYPE=usb_device\n"
+    "E: SUBSYSTEM=usb\nA: busnum=1\\n\nA: devnum=1\\n\nA: idVendor=1d6b\\n\n"
+    "A: idProduct=0002\\n\nA: bDeviceClass=09\\n\nA: speed=480\\n\n",
+
     "P: /devices/pci0000:00/0000:00:14.0/usb1/1-1\n"
     "N: bus/usb/001/002="
     "12011002090000400912100000010102000109021900010100E0000904000001090000000705810301000C\n"
     "E: DEVNAME=/dev/bus/usb/001/002\nE: DEVTYPE=usb_device\nE: SUBSYSTEM=usb\n"
-    "E: BUSNUM=001\nE: DEVNUM=002\nE: MAJOR=189\nE: MINOR=1\n"
-    "A: busnum=1\\n\nA: devnum=2\\n\n";
+    "A: busnum=1\\n\nA: devnum=2\\n\nA: idVendor=1209\\n\nA: idProduct=0010\\n\n"
+    "A: bcdDevice=0100\\n\nA: bDeviceClass=09\\n\nA: speed=480\\n\nA: power/control=auto\\n\n",
+
+    "P: /devices/pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0/0003:1209:0010.0001\n"
+    "E: SUBSYSTEM=hid\nH: report_descriptor=0670FF0920A1017508952009018102C0\n",
+
+    "P: /devices/pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0/0003:1209:0010.0001/hidraw/hidraw0\n"
+    "N: hidraw0\nE: DEVNAME=/dev/hidraw0\nE: SUBSYSTEM=hidraw\nL: device=../..\n",
+};
 constexpr const char* kNode = "/dev/bus/usb/001/002";
 
 template<class T>
@@ -185,7 +201,11 @@ CMockUsbNode::CMockUsbNode(Script script) : m_pImpl(std::make_unique<Impl>())
 {
     m_pImpl->script = std::move(script);
     m_pImpl->pTestbed = umockdev_testbed_new();
-    umockdev_testbed_add_from_string(m_pImpl->pTestbed, kDevice, nullptr);
+    for (const char* pszDevice : kTree) {
+        GError* pError = nullptr;
+        if (!umockdev_testbed_add_from_string(m_pImpl->pTestbed, pszDevice, &pError))
+            throw std::runtime_error(pError->message);
+    }
     m_pImpl->pHandler = umockdev_ioctl_base_new();
     g_signal_connect(m_pImpl->pHandler, "handle-ioctl", G_CALLBACK(OnIoctl), m_pImpl.get());
     umockdev_testbed_attach_ioctl(m_pImpl->pTestbed, kNode, m_pImpl->pHandler, nullptr);
@@ -199,17 +219,15 @@ CMockUsbNode::~CMockUsbNode()
 }
 #pragma GCC diagnostic pop
 
+void CMockUsbNode::BeNoHub()
+{
+    umockdev_testbed_set_attribute(
+        m_pImpl->pTestbed, "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-1", "bDeviceClass", "00\n");
+}
+
 std::string CMockUsbNode::Path() const
 {
     return kNode;
-}
-
-std::string CMockUsbNode::RealPath() const
-{
-    gchar* const pszRoot = umockdev_testbed_get_root_dir(m_pImpl->pTestbed);
-    std::string strPath = std::string(pszRoot) + kNode;
-    g_free(pszRoot);
-    return strPath;
 }
 
 std::vector<MOCK_REQUEST> CMockUsbNode::Requests() const

@@ -37,8 +37,9 @@ public:
     CMockUsbNode& operator=(const CMockUsbNode&) = delete;
     ~CMockUsbNode();
 
-    std::string Path() const;     ///< as programs in the testbed name it
-    std::string RealPath() const; ///< as the file system names it
+    std::string Path() const; ///< as programs in the testbed name it
+
+    void BeNoHub(); ///< in sysfs, before anybody looks there
 
     /// Requests that came through libusb, without those of its own.
     std::vector<MOCK_REQUEST> Requests() const;
