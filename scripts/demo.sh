@@ -28,9 +28,9 @@ show() {
 
 echo
 echo "A simulated dock (examples/dock.json); with real hubs leave out --bench and --bench-state."
-show list
+show list --details
 show pd list --hub $hub
-before=$(zelhub list)
+before=$(zelhub list --details)
 pd_before=$(zelhub --quiet pd list --hub $hub)
 
 show bench image --version 0x0200 --chip 0x6560 $work/new.bin
@@ -41,7 +41,7 @@ show --hub $hub verify $work/new.bin
 show bench image --version 0x0222 --chip 0x7310 --size 131072 $work/pd.bin
 show --hub $hub --bench-pace 20 pd update $work/pd.bin --addr $pd
 show --hub $hub pd verify $work/pd.bin --addr $pd
-after=$(zelhub list)
+after=$(zelhub list --details)
 pd_after=$(zelhub --quiet pd list --hub $hub)
 
 # Instance number, port and version of the maker's hubs, out of a list.

@@ -50,13 +50,15 @@ TEST_F(KeptBench, LosesPowerInTheMiddleOfAnUpdateAndRecoversAsTold)
 
 TEST_F(KeptBench, KeepsAFaultUntilItHasHappenedSoOften)
 {
-    // A list reads each hub's status once.
+    // A list with details reads each hub's status once.
     ASSERT_EQ(m_bench
                   .Run({"bench", "fault", "hub", "--request", "status", "--nth", "1", "--times",
                         "2", "--kind", "stall"})
                   .nExit,
               0);
-    const auto code = [&] { return m_bench.Run({"--json", "list"}).Json()["hubs"][0]["code"]; };
+    const auto code = [&] {
+        return m_bench.Run({"--json", "list", "--details"}).Json()["hubs"][0]["code"];
+    };
     EXPECT_EQ(code(), "flash") << "the first is carried";
     EXPECT_EQ(code(), nullptr);
     EXPECT_EQ(code(), nullptr);

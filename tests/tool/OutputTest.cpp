@@ -84,12 +84,13 @@ TEST_F(Output, OfAWatchIsJsonLinesWithTheDocumentLast)
 TEST_F(Output, MarksForeignHubsInTheList)
 {
     m_bench.UseExample("troubled.json");
-    const nlohmann::json hubs = m_bench.Run({"--json", "list"}).Json()["hubs"];
+    const nlohmann::json hubs = m_bench.Run({"--json", "list", "--details"}).Json()["hubs"];
     ASSERT_EQ(hubs.size(), 6u);
     EXPECT_EQ(hubs[0]["kind"], "own");
     EXPECT_EQ(hubs[4]["code"], "rom");
     EXPECT_EQ(hubs[5]["kind"], "unknown");
-    EXPECT_EQ(hubs[5]["reason"], "it cannot be opened");
+    EXPECT_EQ(hubs[5]["reason"], "you may not open it");
+    EXPECT_THAT(hubs[5]["cure"].get<std::string>(), HasSubstr("sudo"));
     m_bench.UseExample("desk.json");
     EXPECT_EQ(m_bench.Run({"--json", "list"}).Json()["hubs"][2]["kind"], "foreign");
 }

@@ -88,8 +88,8 @@ TEST(SelectorOfAnUnknownHub, RefusesWhatCannotBeAskedWhoMadeIt)
     bench.UseExample("troubled.json");
     const ToolResult result = bench.Run({"status", "--hub", "#6"});
     EXPECT_EQ(result.nExit, 4);
-    EXPECT_THAT(result.strErr, HasSubstr("cannot be asked who made it: it cannot be opened"));
-    EXPECT_THAT(result.strErr, HasSubstr("Run with the rights to open it"));
+    EXPECT_THAT(result.strErr, HasSubstr("cannot be asked who made it: you may not open it"));
+    EXPECT_THAT(result.strErr, HasSubstr("sudo sh -c 'zelhub udev-rule >"));
 }
 
 TEST(SelectorOnAnEmptyMachine, FindsNoDeviceWhileListIsContent)

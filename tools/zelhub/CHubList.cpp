@@ -1,51 +1,17 @@
 #include "tools/zelhub/CHubList.h"
 
-#include "api/zelhub.h"
 #include "find/CDevProperty.h"
 #include "tools/zelhub/CImageFile.h"
 #include "tools/zelhub/Failure.h"
+#include "tools/zelhub/HostSystem.h"
 #include "tools/zelhub/HubOnBus.h"
 #include "tools/zelhub/HubProbe.h"
 
 #include <algorithm>
 #include <charconv>
-#include <map>
 
 namespace
 {
-
-struct OwnHub
-{
-    std::string strIds;
-    bool bSuperSpeed = false;
-};
-
-std::map<DWORD, OwnHub> OwnHubs()
-{
-    std::map<DWORD, OwnHub> own;
-    _Hub_Info* pList = nullptr;
-    DWORD dwCount = 0;
-    if (!XH_ListAllDevice(&pList, &dwCount))
-        return own;
-    for (DWORD i = 0; i < dwCount; ++i)
-        own[pList[i].DevInst] = {Narrow(pList[i].VID) + ":" + Narrow(pList[i].PID),
-                                 pList[i].IsU3Hub != 0};
-    XH_FreeAllDevice(pList);
-    return own;
-}
-
-void Ask(HubRow& row, const std::map<DWORD, OwnHub>& own)
-{
-    const auto it = own.find(row.dwInstance);
-    if (it == own.end()) {
-        HubProbe::AskStranger(row);
-        return;
-    }
-    row.strIds = it->second.strIds;
-    row.eKind = it->second.bSuperSpeed ? HubKind::SuperSpeedHalf : HubKind::Own;
-    if (row.eKind == HubKind::Own)
-        HubProbe::AskOwn(row);
-}
 
 /// Orders places as people count: 1.3 before 1.10.
 std::vector<unsigned long> Numbers(const std::string& strText)
@@ -135,8 +101,8 @@ void CheckKind(const HubRow& row)
     case HubKind::Unknown:
         throw CToolError(ExitCode::NoAccess,
                          "the hub" + strPlace + " cannot be asked who made it: " + row.strReason,
-                         "Run with the rights to open it (as administrator or root), and with "
-                         "nothing else using it.");
+                         row.bNoRight ? HostSystem::RightToOpenHint()
+                                      : "Close other programs that use it, or plug it in again.");
     }
 }
 
@@ -169,29 +135,43 @@ std::string PortChain(const std::string& strLocation)
     return strChain;
 }
 
-CHubList CHubList::Make()
+CHubList CHubList::Make(CToolResponder& responder, bool bDetails)
 {
     CHubList list;
+    list.m_bDetails = bDetails;
     for (const DWORD dwInstance : PresentHubs()) {
         HubRow row;
         row.dwInstance = dwInstance;
         row.strLocation = LocationOf(dwInstance);
         row.strPort = PortChain(row.strLocation);
+        HubProbe::Identify(row, responder);
+        if (bDetails && row.eKind == HubKind::Own)
+            HubProbe::AskOwn(row);
         list.m_rows.push_back(row);
     }
-    const std::map<DWORD, OwnHub> own = OwnHubs();
-    for (HubRow& row : list.m_rows)
-        Ask(row, own);
     std::sort(list.m_rows.begin(), list.m_rows.end(), Before);
     return list;
+}
+
+bool CHubList::SomeMayNotBeOpened() const
+{
+    return std::any_of(m_rows.begin(), m_rows.end(),
+                       [](const HubRow& row) { return row.bNoRight; });
 }
 
 Table CHubList::AsTable() const
 {
     Table table;
-    table.columns = {{"index", "#"},         {"instance", "Instance"}, {"port", "Port"},
-                     {"ids", "ID"},          {"kind", "Kind"},         {"code", "Code"},
-                     {"version", "Version"}, {"location", "Location"}, {"reason", ""}};
+    table.columns = {{"index", "#"},
+                     {"instance", "Instance"},
+                     {"port", "Port"},
+                     {"ids", "ID"},
+                     {"kind", "Kind"},
+                     {"code", m_bDetails ? "Code" : ""},
+                     {"version", m_bDetails ? "Version" : ""},
+                     {"location", "Location"},
+                     {"reason", ""},
+                     {"cure", ""}};
     table.pszEmpty = "no hubs found";
     long long nIndex = 0;
     for (const HubRow& row : m_rows) {
@@ -202,7 +182,8 @@ Table CHubList::AsTable() const
              Optional(row.strPort), Optional(row.strIds), Cell(KindText(row), KindKey(row.eKind)),
              row.bStatusKnown ? CodeCell(row.bRunsFlash) : Cell::None(),
              bVersion ? Cell(VersionText(row.wVersion)) : Cell::None(), Optional(row.strLocation),
-             row.strReason.empty() ? Cell::None("") : Cell("", Printable(row.strReason))});
+             row.strReason.empty() ? Cell::None("") : Cell("", Printable(row.strReason)),
+             row.bNoRight ? Cell("", HostSystem::RightToOpenHint()) : Cell::None("")});
     }
     return table;
 }

@@ -2,6 +2,7 @@
 
 #include "platform/Types.h"
 #include "tools/zelhub/COutput.h"
+#include "tools/zelhub/CToolResponder.h"
 
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@ struct HubRow
     std::string strPort;     ///< "1.3": ports from the root hub on; empty: unknown
     std::string strIds;      ///< "5678:1234"; empty: unknown
     std::string strReason;   ///< why it cannot be known
+    bool bNoRight = false;   ///< because this user may not open it
     bool bStatusKnown = false;
     bool bRunsFlash = false;
     USHORT wVersion = 0; ///< while flash code runs
@@ -32,11 +34,13 @@ struct HubRow
 class CHubList
 {
 public:
-    /// Finds them and asks each who it is.
-    static CHubList Make();
+    /// Finds them and asks each who it is, with two requests and no more.
+    /// @param bDetails asks the maker's also which code they run, and its version
+    static CHubList Make(CToolResponder& responder, bool bDetails);
 
     const std::vector<HubRow>& Rows() const { return m_rows; }
     Table AsTable() const;
+    bool SomeMayNotBeOpened() const;
 
     /// The hub that a selector names ("" for the only one). Throws CToolError: unknown,
     /// ambiguous, not the maker's; the list is shown where it helps.
@@ -46,6 +50,7 @@ private:
     std::vector<const HubRow*> Candidates(const std::string& strSelector) const;
 
     std::vector<HubRow> m_rows;
+    bool m_bDetails = false;
 };
 
 /// "1.3" of a location path; empty when it has no ports.

@@ -26,7 +26,7 @@ public:
     CToolResponder& Responder() { return m_responder; }
 
     /// The hubs on the machine, for when none is open.
-    CHubList List() { return CHubList::Make(); }
+    CHubList List(bool bDetails = false) { return CHubList::Make(m_responder, bDetails); }
 
     /// Chooses by --hub, locks and opens it, and asks which code it runs. Throws CToolError.
     void OpenChosen();

@@ -52,6 +52,11 @@ void CJsonOutput::Show(const std::vector<Field>& fields)
     m_data.update(Object(fields));
 }
 
+void CJsonOutput::ShowText(const char* pszKey, const std::string& strText)
+{
+    m_data[pszKey] = strText;
+}
+
 void CJsonOutput::Event(const std::vector<Field>& fields)
 {
     m_bEvents = true;

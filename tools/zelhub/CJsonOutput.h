@@ -15,6 +15,7 @@ public:
 
     void Show(const char* pszKey, const Table& table) override;
     void Show(const std::vector<Field>& fields) override;
+    void ShowText(const char* pszKey, const std::string& strText) override;
     void Event(const std::vector<Field>& fields) override;
     void Say(const std::string& strText) override;
     void Detail(const std::string& strText) override;

@@ -61,6 +61,7 @@ public:
     /// Data. Keys name the parts of the JSON document.
     virtual void Show(const char* pszKey, const Table& table) = 0;
     virtual void Show(const std::vector<Field>& fields) = 0;
+    virtual void ShowText(const char* pszKey, const std::string& strText) = 0; ///< as it stands
 
     /// One event of a command that goes on: shown at once (JSON: a line of its own).
     virtual void Event(const std::vector<Field>& fields) = 0;

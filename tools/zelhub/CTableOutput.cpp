@@ -68,6 +68,11 @@ void CTableOutput::Show(const std::vector<Field>& fields)
     }
 }
 
+void CTableOutput::ShowText(const char* /*pszKey*/, const std::string& strText)
+{
+    std::fputs(strText.c_str(), stdout);
+}
+
 void CTableOutput::Event(const std::vector<Field>& fields)
 {
     for (size_t i = 0; i < fields.size(); ++i)

@@ -48,6 +48,8 @@ void CToolResponder::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
         ++m_nFailedTransfers;
     if (bTransfer || std::strstr(pszText, "fail") != nullptr)
         m_strLastFailure = Printable(Body(pszText));
+    if (m_line)
+        m_line(Body(pszText));
     if (eLevel < m_eLevel)
         return;
     if (m_pLog != nullptr) {

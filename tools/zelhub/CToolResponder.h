@@ -24,6 +24,9 @@ public:
     const std::string& LastFailure() const { return m_strLastFailure; }
     void ForgetFailure() { m_strLastFailure.clear(); }
 
+    /// Who also gets every line without its head, whatever its level.
+    void OnLine(std::function<void(const std::string&)> line) { m_line = std::move(line); }
+
     void OnProgress(std::function<void(int)> progress) { m_progress = std::move(progress); }
 
     void ShowMsg(const char* pszText, ERRORLEVEL eLevel) override;
@@ -39,4 +42,5 @@ private:
     unsigned m_nFailedTransfers = 0;
     std::string m_strLastFailure;
     std::function<void(int)> m_progress;
+    std::function<void(const std::string&)> m_line;
 };

@@ -51,6 +51,9 @@ LockResult TakeLock(const std::string& strName, std::unique_ptr<CProcessLock>& p
 /// @return empty, or what is wrong in words
 std::string WriteWhole(const std::string& strPath, const void* pData, size_t cb, bool bSync);
 
+/// What a user does who may not open a hub.
+std::string RightToOpenHint();
+
 std::string AbsolutePath(const std::string& strPath);
 
 } // namespace HostSystem

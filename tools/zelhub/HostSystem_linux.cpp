@@ -191,6 +191,12 @@ std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData
     return strWhy;
 }
 
+std::string HostSystem::RightToOpenHint()
+{
+    return "To allow it, type: sudo sh -c 'zelhub udev-rule > /etc/udev/rules.d/60-zelhub.rules && "
+           "udevadm control --reload && udevadm trigger --subsystem-match=usb'";
+}
+
 std::string HostSystem::AbsolutePath(const std::string& strPath)
 {
     std::error_code error;

@@ -194,6 +194,11 @@ std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData
     return Words(dwError);
 }
 
+std::string HostSystem::RightToOpenHint()
+{
+    return "Run as administrator.";
+}
+
 std::string HostSystem::AbsolutePath(const std::string& strPath)
 {
     std::error_code error;

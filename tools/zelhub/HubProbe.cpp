@@ -1,13 +1,12 @@
 #include "tools/zelhub/HubProbe.h"
 
 #include "cmd/CRequestCMD.h"
+#include "find/CDevProperty.h"
 #include "platform/ErrorCodes.h"
 #include "tools/zelhub/HubReads.h"
-#include "wire/HubRequests.h"
-#include "wire/UsbDescriptors.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cstdlib>
 
 namespace
 {
@@ -40,52 +39,114 @@ private:
     bool m_bOpen = false;
 };
 
-DWORD ReadDescriptor(BYTE byType, BYTE byIndex, std::vector<BYTE>& bytes)
+/// What the library says while it asks a hub for its name; its answer is only yes or no.
+class CIdentityReport
 {
-    BYTE setup[8] = {0x80, 0x06, byIndex, byType, 0, 0, static_cast<BYTE>(bytes.size()), 0};
-    return CRequestCMD::GetRequestObj()->KyHub_CtlPipeIn(setup, bytes.data());
+public:
+    explicit CIdentityReport(CToolResponder& responder) : m_responder(responder)
+    {
+        m_responder.OnLine([this](const std::string& strLine) { Take(strLine); });
+    }
+    CIdentityReport(const CIdentityReport&) = delete;
+    CIdentityReport& operator=(const CIdentityReport&) = delete;
+    ~CIdentityReport() { m_responder.OnLine(nullptr); }
+
+    bool Answered() const { return m_bAnswered; }
+    DWORD OpenError() const { return m_dwOpenError; }         ///< 0: it could be opened
+    DWORD TransferError() const { return m_dwTransferError; } ///< 0: none failed
+
+private:
+    void Take(const std::string& strLine)
+    {
+        m_bAnswered = m_bAnswered || strLine.find("Dev_String is ") != std::string::npos;
+        if (strLine.find("SEND_URB failed ") != std::string::npos)
+            m_dwTransferError = CodeIn(strLine);
+        else if (strLine.find("Handle fail ") != std::string::npos ||
+                 strLine.find("KyProxy_Open failed ") != std::string::npos)
+            m_dwOpenError = CodeIn(strLine);
+    }
+
+    static DWORD CodeIn(const std::string& strLine)
+    {
+        const size_t n = strLine.find_first_of("0123456789", strLine.find("fail"));
+        return n == std::string::npos
+                   ? 0
+                   : static_cast<DWORD>(std::strtoul(strLine.c_str() + n, nullptr, 10));
+    }
+
+    CToolResponder& m_responder;
+    bool m_bAnswered = false;
+    DWORD m_dwOpenError = 0;
+    DWORD m_dwTransferError = 0;
+};
+
+bool TakeDigits(DWORD dwInstance, WString& strText)
+{
+    for (int i = 0; i < 4; ++i) {
+        const std::string strDigits = "0123456789ABCDEF";
+        const auto it = std::find_if(strDigits.begin(), strDigits.end(), [&](char ch) {
+            return CDevProperty::GetObj()->HasHardwareId(dwInstance,
+                                                         strText + static_cast<WCHAR>(ch));
+        });
+        if (it == strDigits.end())
+            return false;
+        strText += static_cast<WCHAR>(*it);
+    }
+    return true;
 }
 
-std::string IdText(USHORT wVid, USHORT wPid)
+/// "1234:5678", found digit by digit: hardware IDs can be searched but not read.
+std::string IdsOf(DWORD dwInstance)
 {
-    return Hex(wVid, 4).substr(2) + ":" + Hex(wPid, 4).substr(2);
+    WString strText = WTEXT("VID_");
+    if (!TakeDigits(dwInstance, strText))
+        return {};
+    strText += WTEXT("&PID_");
+    if (!TakeDigits(dwInstance, strText))
+        return {};
+    const std::string strIds = Narrow(strText.c_str());
+    return strIds.substr(4, 4) + ":" + strIds.substr(13, 4);
 }
 
-bool SaysItIsOurs(const std::vector<BYTE>& text)
+std::string OpenReason(DWORD dwError)
 {
-    std::string strText;
-    for (size_t i = 2; i + 1 < text.size() && i + 1 < text[0]; i += 2)
-        strText += text[i + 1] == 0 ? static_cast<char>(std::toupper(text[i])) : '?';
-    return strText == "VO HUB" || strText == "SM BUS";
+    switch (dwError) {
+    case kErrAccessDenied:
+        return "you may not open it";
+    case kErrBusy:
+    case kErrSharingViolation:
+        return "another program uses it";
+    default:
+        return "it cannot be opened (error " + std::to_string(dwError) + ")";
+    }
 }
 
 } // namespace
 
-void HubProbe::AskStranger(HubRow& row)
+void HubProbe::Identify(HubRow& row, CToolResponder& responder)
 {
-    const COpenHub hub(row.dwInstance);
-    if (!hub.IsOpen()) {
-        row.strReason = "it cannot be opened";
+    row.strIds = IdsOf(row.dwInstance);
+    const CIdentityReport report(responder);
+    if (CRequestCMD::GetRequestObj()->KyHub_IsVoHub(row.dwInstance, 1) != 0) {
+        row.eKind = CDevProperty::GetObj()->IsU3Hub(row.dwInstance) ? HubKind::SuperSpeedHalf
+                                                                    : HubKind::Own;
         return;
     }
-    std::vector<BYTE> device(USB_DEVICE_DESCRIPTOR_LENGTH);
-    if (ReadDescriptor(USB_DESCRIPTOR_DEVICE, 0, device) != 0 ||
-        device[0] != USB_DEVICE_DESCRIPTOR_LENGTH) {
-        row.strReason = "it does not answer";
-        return;
-    }
-    row.strIds = IdText(static_cast<USHORT>(device[8] | device[9] << 8),
-                        static_cast<USHORT>(device[10] | device[11] << 8));
-    std::vector<BYTE> text(0xFF);
-    const DWORD dwRes = ReadDescriptor(USB_DESCRIPTOR_STRING, HUB_IDENTITY_STRING_INDEX, text);
-    const bool bNoSuchString = dwRes == kErrGenFailure; // the hub stalled
-    if (bNoSuchString || (dwRes == kErrNone && !SaysItIsOurs(text))) {
+    const bool bNoSuchString = report.TransferError() == kErrGenFailure; // the hub stalled
+    if (report.Answered() || bNoSuchString) {
         row.eKind = HubKind::Foreign;
-    } else {
-        row.strReason = dwRes == kErrNone
-                            ? "it answered twice in different ways"
-                            : "its name cannot be read (error " + std::to_string(dwRes) + ")";
+        return;
     }
+    row.bNoRight = report.OpenError() == kErrAccessDenied;
+    if (report.OpenError() != 0)
+        row.strReason = OpenReason(report.OpenError());
+    else if (report.TransferError() == kErrSemTimeout)
+        row.strReason = "it does not answer";
+    else if (report.TransferError() != 0)
+        row.strReason =
+            "its name cannot be read (error " + std::to_string(report.TransferError()) + ")";
+    else
+        row.strReason = "its power saving cannot be switched";
 }
 
 void HubProbe::AskOwn(HubRow& row)

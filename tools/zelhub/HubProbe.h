@@ -6,9 +6,9 @@
 namespace HubProbe
 {
 
-/// A hub that the library does not take for the maker's: somebody else's, or one that cannot
-/// be asked. Fills kind, IDs and reason.
-void AskStranger(HubRow& row);
+/// The library's own test, which asks twice: for the device descriptor and for the name. Fills
+/// kind, IDs and reason.
+void Identify(HubRow& row, CToolResponder& responder);
 
 /// One of the maker's: fills which code runs, and its version.
 void AskOwn(HubRow& row);

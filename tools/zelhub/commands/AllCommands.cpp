@@ -10,6 +10,7 @@
 #include "tools/zelhub/commands/CPortsCommand.h"
 #include "tools/zelhub/commands/CResetCommand.h"
 #include "tools/zelhub/commands/CStatusCommand.h"
+#include "tools/zelhub/commands/CUdevRuleCommand.h"
 #include "tools/zelhub/commands/CUpdateCommand.h"
 #include "tools/zelhub/commands/CVerifyCommand.h"
 #include "tools/zelhub/commands/CVersionCommand.h"
@@ -32,5 +33,5 @@ std::vector<std::unique_ptr<ICommand>> AllCommands()
 {
     return Make<CListCommand, CStatusCommand, CPortsCommand, CVersionCommand, CInfoCommand,
                 CUpdateCommand, CEraseCommand, CDumpCommand, CVerifyCommand, CResetCommand,
-                CWatchCommand, CPdCommand, CI2cCommand, CBenchCommand>();
+                CWatchCommand, CPdCommand, CI2cCommand, CUdevRuleCommand, CBenchCommand>();
 }

@@ -9,4 +9,7 @@ public:
     const char* Name() const override { return "list"; }
     void Declare(CArguments& root) override;
     void Run(CToolContext& context) override;
+
+private:
+    bool m_bDetails = false;
 };
