@@ -28,7 +28,8 @@ CSimHidDevice::CSimHidDevice(CSimClock& clock, const SimUsbIdentity& identity,
 
 std::optional<HID_CAPS> CSimHidDevice::Capabilities(const std::vector<BYTE>& report)
 {
-    return CReportDescriptor::Capabilities(report);
+    const std::vector<HID_CAPS> collections = CReportDescriptor::Collections(report);
+    return collections.empty() ? std::nullopt : std::optional(collections.front());
 }
 
 std::vector<BYTE> CSimHidDevice::SimpleReport(USHORT usUsagePage, USHORT usUsage, BYTE cbInput,

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 
 namespace
 {
@@ -85,24 +86,35 @@ public:
         }
     }
 
-    std::optional<HID_CAPS> Result() const
+    /// Of each top-level collection; none when one is still open.
+    std::vector<HID_CAPS> Result() const
     {
-        if (m_nCollections == 0 || m_nDepth != 0)
-            return std::nullopt;
-        HID_CAPS caps{};
-        caps.UsagePage = static_cast<USHORT>(m_dwTopUsage >> 16);
-        caps.Usage = static_cast<USHORT>(m_dwTopUsage & 0xFFFF);
-        caps.InputReportByteLength = Length(0);
-        caps.OutputReportByteLength = Length(1);
-        caps.FeatureReportByteLength = Length(2);
-        return caps;
+        std::vector<HID_CAPS> all;
+        for (const Collection& collection : m_collections) {
+            HID_CAPS caps{};
+            caps.UsagePage = static_cast<USHORT>(collection.dwUsage >> 16);
+            caps.Usage = static_cast<USHORT>(collection.dwUsage & 0xFFFF);
+            caps.InputReportByteLength = Length(collection.bits[0]);
+            caps.OutputReportByteLength = Length(collection.bits[1]);
+            caps.FeatureReportByteLength = Length(collection.bits[2]);
+            all.push_back(caps);
+        }
+        return m_nDepth == 0 ? all : std::vector<HID_CAPS>();
     }
 
 private:
+    using BitsById = std::map<BYTE, std::uint64_t>;
+
+    struct Collection
+    {
+        DWORD dwUsage;
+        std::array<BitsById, 3> bits; ///< input, output, feature
+    };
+
     void Open()
     {
-        if (m_nDepth++ == 0 && m_nCollections++ == 0)
-            m_dwTopUsage = m_dwUsage;
+        if (m_nDepth++ == 0)
+            m_collections.push_back({m_dwUsage, {}});
         m_dwUsage = 0;
     }
 
@@ -118,41 +130,39 @@ private:
         const std::uint64_t cBits = std::uint64_t{m_cBits} * m_nCount;
         if (m_nDepth == 0 || cBits > 0x8000)
             return false;
-        if (m_nCollections == 1)
-            m_bits[nKind][m_byReportId] += cBits;
-        return m_bits[nKind][m_byReportId] <= 0x70000;
+        std::uint64_t& cReport = m_collections.back().bits[nKind][m_byReportId];
+        cReport += cBits;
+        return cReport <= 0x70000;
     }
 
     /// The longest report of a kind, with the byte that its ID has or would have.
-    USHORT Length(std::size_t nKind) const
+    static USHORT Length(const BitsById& bits)
     {
         std::uint64_t cBits = 0;
-        for (const auto& [byId, cReport] : m_bits[nKind])
+        for (const auto& [byId, cReport] : bits)
             cBits = std::max(cBits, cReport);
         return cBits == 0 ? USHORT{0} : static_cast<USHORT>((cBits + 7) / 8 + 1);
     }
 
     DWORD m_dwPage = 0;
     DWORD m_dwUsage = 0;
-    DWORD m_dwTopUsage = 0;
     DWORD m_cBits = 0;
     DWORD m_nCount = 0;
     BYTE m_byReportId = 0;
     unsigned m_nDepth = 0;
-    unsigned m_nCollections = 0;
-    std::array<std::map<BYTE, std::uint64_t>, 3> m_bits;
+    std::vector<Collection> m_collections;
 };
 
 } // namespace
 
-std::optional<HID_CAPS> CReportDescriptor::Capabilities(const std::vector<BYTE>& report)
+std::vector<HID_CAPS> CReportDescriptor::Collections(const std::vector<BYTE>& report)
 {
     CReportReader reader;
     std::size_t at = 0;
     while (at < report.size()) {
         const auto item = NextItem(report, at);
         if (!item || !reader.Take(*item))
-            return std::nullopt;
+            return {};
     }
     return reader.Result();
 }

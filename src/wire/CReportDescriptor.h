@@ -2,15 +2,13 @@
 
 #include "platform/IHid.h"
 
-#include <optional>
 #include <vector>
 
 /// HID report descriptors (Device Class Definition for HID, 6.2.2).
 class CReportDescriptor
 {
 public:
-    /// What a system says about the first top-level collection; nothing when the descriptor has
-    /// none or breaks off. Report lengths are those of the whole first collection, with the byte
-    /// that a report's ID has or would have.
-    static std::optional<HID_CAPS> Capabilities(const std::vector<BYTE>& report);
+    /// What a system says about each top-level collection; nothing when the descriptor has none
+    /// or is broken. Report lengths count the byte that a report's ID has or would have.
+    static std::vector<HID_CAPS> Collections(const std::vector<BYTE>& report);
 };

@@ -1,5 +1,6 @@
 #include "platform/linux/CLinuxHid.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@ namespace
 {
 constexpr LONG kInvalidPreparsedData = static_cast<LONG>(0xC0110001);
 constexpr std::size_t kDescriptorMax = 4096; // the kernel's own limit
+constexpr USHORT kVendorPages = 0xFF00;      // and all above
 
 class CPreparsedData : public CLinuxHandleObject
 {
@@ -34,6 +36,15 @@ bool ReadDescriptor(const std::string& strFolder, std::vector<BYTE>* pReport)
     pReport->resize(n < 0 ? 0 : static_cast<std::size_t>(n));
     return n >= 0;
 }
+/// A hidraw device holds all collections of an interface, each of which Windows makes a device of
+/// its own. Those of a vendor's are what is looked for; a keyboard beside them must not hide them.
+const HID_CAPS& Telling(const std::vector<HID_CAPS>& collections)
+{
+    const auto it = std::find_if(collections.begin(), collections.end(), [](const HID_CAPS& caps) {
+        return caps.UsagePage >= kVendorPages;
+    });
+    return it == collections.end() ? collections.front() : *it;
+}
 } // namespace
 
 void CLinuxHid::GetHidGuid(GUID* pGuid)
@@ -53,12 +64,12 @@ BYTE CLinuxHid::GetPreparsedData(HANDLE hDevice, HANDLE* phData)
         FailWithErrno();
         return 0;
     }
-    const auto caps = CReportDescriptor::Capabilities(report);
-    if (!caps) {
+    const std::vector<HID_CAPS> collections = CReportDescriptor::Collections(report);
+    if (collections.empty()) {
         FailWith(kErrInvalidData);
         return 0;
     }
-    *phData = m_handles.Add(std::make_shared<CPreparsedData>(*caps));
+    *phData = m_handles.Add(std::make_shared<CPreparsedData>(Telling(collections)));
     return 1;
 }
 

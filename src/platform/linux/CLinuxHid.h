@@ -3,7 +3,8 @@
 #include "platform/IHid.h"
 #include "platform/linux/CLinuxHandles.h"
 
-/// HID class services on hidraw: capabilities from the report descriptor that sysfs shows.
+/// HID class services on hidraw: capabilities from the report descriptor that sysfs shows. Of
+/// several top-level collections the first of a vendor's counts, or else the first.
 class CLinuxHid : public IHid
 {
 public:

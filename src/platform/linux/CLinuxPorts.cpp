@@ -91,7 +91,7 @@ DWORD CLinuxPorts::AccessConfig(DWORD dwPort, DWORD cb, DWORD* pdwValue, bool bW
             *pdwValue = cb == 4 ? kAllOnes : 0xFF;
         return kErrNone;
     }
-    const auto nOffset = static_cast<off_t>((m_dwConfigAddress & 0xFC) + (dwPort - kConfigData));
+    const auto nOffset = off_t{m_dwConfigAddress & 0xFC} + off_t{dwPort - kConfigData};
     return Outcome(bWrite ? ::pwrite(config.Get(), pdwValue, cb, nOffset)
                           : ::pread(config.Get(), pdwValue, cb, nOffset),
                    cb);

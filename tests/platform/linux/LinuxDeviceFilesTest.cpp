@@ -3,14 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sys/fsuid.h>
 #include <unistd.h>
 
+#include "cmd/CRequestCMD.h"
 #include "platform/ErrorCodes.h"
 #include "platform/linux/CLinuxHid.h"
+#include "platform/linux/CLinuxPlatform.h"
 #include "platform/linux/LinuxError.h"
 #include "wire/DriverNames.h"
 #include "wire/PortIo.h"
@@ -244,6 +247,19 @@ TEST_F(LinuxDeviceFiles, WhatCannotBeOpenedSaysWhy)
               kErrFileNotFound);
 }
 
+TEST_F(LinuxDeviceFiles, PortDriverLoadsWithoutADriver)
+{
+    ::setenv("TMPDIR", m_root.c_str(), 1);
+    CLinuxPlatform platform(m_roots);
+    SetCurrentPlatform(&platform);
+    CRequestCMD& cmd = *CRequestCMD::GetRequestObj();
+    EXPECT_EQ(cmd.XH_InitVoPortDriver(0, 0, 0), 1);
+    EXPECT_EQ(cmd.VoInputByte(0xEF12), 0x12);
+    EXPECT_EQ(cmd.XH_UnInitVoPortDriver(), 1);
+    SetCurrentPlatform(nullptr);
+    ::unsetenv("TMPDIR");
+}
+
 TEST_F(LinuxDeviceFiles, HidCapabilitiesComeFromTheReportDescriptor)
 {
     const Bytes vendor = {0x06, 0x70, 0xFF, 0x09, 0x20, 0xA1, 0x01, 0x75,
@@ -254,7 +270,9 @@ TEST_F(LinuxDeviceFiles, HidCapabilitiesComeFromTheReportDescriptor)
     EXPECT_EQ(m_hid.GetPreparsedData(hDevice, &hData), 0);
     EXPECT_EQ(ThreadLastError(), kErrFileNotFound) << "gone from sysfs";
 
-    Write("sys/class/hidraw/hidraw0/device/report_descriptor", vendor);
+    const Bytes keyboard = {0x05, 0x01, 0x09, 0x06, 0xA1, 0x01, 0x75,
+                            0x08, 0x95, 0x08, 0x81, 0x02, 0xC0};
+    Write("sys/class/hidraw/hidraw0/device/report_descriptor", Join(keyboard, vendor));
     ASSERT_EQ(m_hid.GetPreparsedData(hDevice, &hData), 1);
     HID_CAPS caps = {};
     EXPECT_EQ(m_hid.GetCaps(hData, &caps), kHidSuccess);
