@@ -37,8 +37,10 @@ const char* CheckHeader(const URB_TRANSFER& urb)
         return "a header byte of the URB is not zero";
     if (urb.PipeHandle != 0)
         return "the URB's pipe handle is not zero";
-    if (urb.TransferBufferMDL != 0 || urb.UrbLink != 0 ||
-        !AllZero(urb.HostController, sizeof urb.HostController))
+    ULONGLONG reserved = urb.TransferBufferMDL | urb.UrbLink;
+    for (const ULONGLONG value : urb.HostController)
+        reserved |= value;
+    if (reserved != 0)
         return "a reserved byte of the URB is not zero";
     if (urb.TransferBufferLength > 0xFFFF)
         return "the URB's buffer is longer than a control transfer can be";

@@ -59,7 +59,7 @@ bool CLinuxWinUsb::TransferResult(HANDLE hDevice, OVERLAPPED_TRANSFER* pTransfer
     CUsbTransfer* const pStarted = pFile->FindTransfer(pTransfer);
     if (pStarted == nullptr)
         return FailWith(kErrInvalidParameter);
-    if (!pStarted->Wait(dwTimeoutMs))
+    if (!pStarted->WaitFor(dwTimeoutMs))
         return FailWith(kWaitTimedOut);
     DWORD cbDone = 0;
     const DWORD dwError = pStarted->Finish(&cbDone);

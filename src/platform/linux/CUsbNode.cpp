@@ -27,6 +27,7 @@ CUsbNode::CUsbNode(std::shared_ptr<CUsbContext> pContext, CDescriptor descriptor
 
 CUsbNode::~CUsbNode()
 {
+    m_pTransfer.reset();
     if (m_pDevice != nullptr)
         ::libusb_close(m_pDevice);
 }
@@ -37,8 +38,15 @@ DWORD CUsbNode::Attach()
         return kErrNone;
     if (m_pContext->Get() == nullptr)
         return kErrNotSupported;
-    return ErrorFromUsb(
-        ::libusb_wrap_sys_device(m_pContext->Get(), m_descriptor.Get(), &m_pDevice));
+    const int nError = ::libusb_wrap_sys_device(m_pContext->Get(), m_descriptor.Get(), &m_pDevice);
+    if (nError == LIBUSB_SUCCESS)
+        m_pTransfer = MakeTransfer();
+    return ErrorFromUsb(nError);
+}
+
+std::unique_ptr<CUsbTransfer> CUsbNode::MakeTransfer()
+{
+    return std::make_unique<CUsbTransfer>(m_pContext->Get(), m_pDevice);
 }
 
 DWORD CUsbNode::Control(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeoutMs, DWORD* pcbDone)
@@ -48,13 +56,9 @@ DWORD CUsbNode::Control(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeoutM
         return kErrInvalidParameter;
     if (AsksForDeviceDescriptor(setup))
         return KnownDeviceDescriptor(pData, setup.wLength, pcbDone);
-    const int nMoved =
-        ::libusb_control_transfer(m_pDevice, setup.bmRequestType, setup.bRequest, setup.wValue,
-                                  setup.wIndex, pData, setup.wLength, dwTimeoutMs);
-    if (nMoved < 0)
-        return ErrorFromUsb(nMoved);
-    *pcbDone = static_cast<DWORD>(nMoved);
-    return kErrNone;
+    m_pTransfer->Start(setup, pData, dwTimeoutMs);
+    m_pTransfer->Wait();
+    return m_pTransfer->Finish(pcbDone);
 }
 
 /// Reading the node gives the descriptors as the kernel knows them, or fails when the device has

@@ -4,6 +4,7 @@
 
 #include "platform/linux/CDescriptor.h"
 #include "platform/linux/CUsbContext.h"
+#include "platform/linux/CUsbTransfer.h"
 #include "wire/SetupPacket.h"
 
 struct libusb_device_handle;
@@ -20,8 +21,8 @@ public:
     CUsbNode& operator=(const CUsbNode&) = delete;
     ~CUsbNode();
 
-    /// Hands the node to libusb; a second call does nothing. libusb asks the device for its
-    /// configuration once. @return 0, or an error code
+    /// Hands the node to libusb; a second call does nothing, every other operation needs it. libusb
+    /// asks the device for its configuration once. @return 0, or an error code
     DWORD Attach();
 
     /// Carries one control transfer of at most 4,096 bytes. The device descriptor is not asked of
@@ -31,8 +32,9 @@ public:
     /// @return 0, or an error code
     DWORD Control(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeoutMs, DWORD* pcbDone);
 
-    CUsbContext& Context() { return *m_pContext; }
-    libusb_device_handle* Device() { return m_pDevice; } ///< null before Attach
+    /// A transfer of its own, for what is not waited for at once. After Attach; the node must
+    /// outlive it.
+    std::unique_ptr<CUsbTransfer> MakeTransfer();
 
 private:
     DWORD KnownDeviceDescriptor(BYTE* pData, DWORD cb, DWORD* pcbDone) const;
@@ -40,4 +42,5 @@ private:
     std::shared_ptr<CUsbContext> m_pContext;
     CDescriptor m_descriptor;
     libusb_device_handle* m_pDevice = nullptr;
+    std::unique_ptr<CUsbTransfer> m_pTransfer; ///< of Control
 };

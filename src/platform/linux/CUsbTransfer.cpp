@@ -11,83 +11,94 @@
 namespace
 {
 using Clock = std::chrono::steady_clock;
-constexpr long kSliceMicroseconds = 100000; // so that a lost wake-up costs no more
+constexpr long kMicrosPerSecond = 1000000;
 
 void LIBUSB_CALL NoteEnd(libusb_transfer* pTransfer)
 {
     *static_cast<int*>(pTransfer->user_data) = 1;
 }
+
+DWORD ErrorFromStatus(libusb_transfer_status eStatus)
+{
+    switch (eStatus) {
+    case LIBUSB_TRANSFER_COMPLETED:
+        return kErrNone;
+    case LIBUSB_TRANSFER_TIMED_OUT:
+        return kErrSemTimeout;
+    case LIBUSB_TRANSFER_NO_DEVICE:
+        return kErrDeviceGone;
+    case LIBUSB_TRANSFER_CANCELLED:
+        return kErrOperationAborted;
+    default: // a stall, or an error on the bus
+        return kErrGenFailure;
+    }
+}
 } // namespace
 
-CUsbTransfer::CUsbTransfer(std::shared_ptr<CUsbNode> pNode, const SETUP_PACKET& setup,
-                           BYTE* pBuffer)
-    : m_pNode(std::move(pNode)),
-      m_data(sizeof setup + setup.wLength),
-      m_pBuffer(pBuffer),
-      m_bIn((setup.bmRequestType & LIBUSB_ENDPOINT_IN) != 0),
-      m_pTransfer(::libusb_alloc_transfer(0))
-{
-    if (m_pTransfer == nullptr) {
-        m_dwStartError = kErrNotEnoughMemory;
-        return;
-    }
-    std::memcpy(m_data.data(), &setup, sizeof setup);
-    if (!m_bIn && setup.wLength != 0)
-        std::memcpy(m_data.data() + sizeof setup, pBuffer, setup.wLength);
-    ::libusb_fill_control_transfer(m_pTransfer, m_pNode->Device(), m_data.data(), NoteEnd,
-                                   &m_nEnded, 0);
-    m_dwStartError = ErrorFromUsb(::libusb_submit_transfer(m_pTransfer));
-}
+CUsbTransfer::CUsbTransfer(libusb_context* pContext, libusb_device_handle* pDevice)
+    : m_pContext(pContext), m_pDevice(pDevice), m_pTransfer(::libusb_alloc_transfer(0))
+{}
 
 CUsbTransfer::~CUsbTransfer()
 {
-    if (m_dwStartError == kErrNone && m_nEnded == 0) {
+    if (IsUnderWay()) {
         ::libusb_cancel_transfer(m_pTransfer);
-        while (m_nEnded == 0 && HandleEvents(kSliceMicroseconds)) {
-        }
+        Wait();
     }
     ::libusb_free_transfer(m_pTransfer);
 }
 
-bool CUsbTransfer::HandleEvents(long lMicroseconds)
+void CUsbTransfer::Start(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeoutMs)
 {
-    timeval limit = {lMicroseconds / 1000000, lMicroseconds % 1000000};
-    return ::libusb_handle_events_timeout_completed(m_pNode->Context().Get(), &limit, &m_nEnded) ==
-           LIBUSB_SUCCESS;
+    m_dwStartError = kErrNotEnoughMemory;
+    if (m_pTransfer == nullptr)
+        return;
+    m_pData = pData;
+    m_bIn = (setup.bmRequestType & LIBUSB_ENDPOINT_IN) != 0;
+    m_bytes.resize(std::max(m_bytes.size(), sizeof setup + setup.wLength));
+    std::memcpy(m_bytes.data(), &setup, sizeof setup);
+    if (!m_bIn && setup.wLength != 0)
+        std::memcpy(m_bytes.data() + sizeof setup, pData, setup.wLength);
+    m_nEnded = 0;
+    ::libusb_fill_control_transfer(m_pTransfer, m_pDevice, m_bytes.data(), NoteEnd, &m_nEnded,
+                                   dwTimeoutMs);
+    m_dwStartError = ErrorFromUsb(::libusb_submit_transfer(m_pTransfer));
 }
 
-bool CUsbTransfer::Wait(DWORD dwTimeoutMs)
+void CUsbTransfer::Wait()
 {
-    if (m_dwStartError != kErrNone)
-        return true;
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(dwTimeoutMs);
-    for (;;) {
+    while (IsUnderWay()) {
+        const int nError = ::libusb_handle_events_completed(m_pContext, &m_nEnded);
+        if (nError != LIBUSB_SUCCESS && nError != LIBUSB_ERROR_INTERRUPTED)
+            ::libusb_cancel_transfer(m_pTransfer);
+    }
+}
+
+bool CUsbTransfer::WaitFor(DWORD dwMilliseconds)
+{
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(dwMilliseconds);
+    bool bTimeLeft = true;
+    while (IsUnderWay() && bTimeLeft) {
         const auto left =
             std::chrono::duration_cast<std::chrono::microseconds>(end - Clock::now()).count();
-        const bool bHandled =
-            HandleEvents(std::clamp(static_cast<long>(left), 0L, kSliceMicroseconds));
-        if (m_nEnded != 0 || left <= 0 || !bHandled)
-            return m_nEnded != 0;
+        bTimeLeft = left > 0;
+        const long lMicros = std::max(static_cast<long>(left), 0L);
+        timeval limit = {lMicros / kMicrosPerSecond, lMicros % kMicrosPerSecond};
+        ::libusb_handle_events_timeout_completed(m_pContext, &limit, &m_nEnded);
     }
+    return !IsUnderWay();
 }
 
 DWORD CUsbTransfer::Finish(DWORD* pcbDone)
 {
     *pcbDone = 0;
-    if (m_dwStartError != kErrNone)
-        return m_dwStartError;
+    const DWORD dwError =
+        m_dwStartError != kErrNone ? m_dwStartError : ErrorFromStatus(m_pTransfer->status);
+    if (dwError != kErrNone)
+        return dwError;
     const auto cb = static_cast<std::size_t>(m_pTransfer->actual_length);
     if (m_bIn && cb != 0)
-        std::memcpy(m_pBuffer, m_data.data() + sizeof(SETUP_PACKET), cb);
+        std::memcpy(m_pData, m_bytes.data() + sizeof(SETUP_PACKET), cb);
     *pcbDone = static_cast<DWORD>(cb);
-    switch (m_pTransfer->status) {
-    case LIBUSB_TRANSFER_COMPLETED:
-        return kErrNone;
-    case LIBUSB_TRANSFER_NO_DEVICE:
-        return kErrDeviceGone;
-    case LIBUSB_TRANSFER_CANCELLED:
-        return kErrOperationAborted;
-    default:
-        return kErrGenFailure;
-    }
+    return kErrNone;
 }

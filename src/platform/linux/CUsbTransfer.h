@@ -1,38 +1,48 @@
 #pragma once
 
-#include <memory>
 #include <vector>
 
-#include "platform/linux/CUsbNode.h"
+#include "wire/SetupPacket.h"
 
+struct libusb_context;
+struct libusb_device_handle;
 struct libusb_transfer;
 
-/// One control transfer that was started and is waited for later, maybe several times, maybe
-/// never. The caller's buffer is touched by Finish alone.
+/// A control transfer on a device's default pipe, to be used again and again, one at a time: what
+/// libusb needs for it is made once. The device must stay open as long as this object lives.
 class CUsbTransfer
 {
 public:
-    /// Starts it, without limit of time. A start that fails counts as a transfer that ended so.
-    /// @param pBuffer the caller's, setup.wLength bytes; must stay valid until Finish
-    CUsbTransfer(std::shared_ptr<CUsbNode> pNode, const SETUP_PACKET& setup, BYTE* pBuffer);
+    CUsbTransfer(libusb_context* pContext, libusb_device_handle* pDevice);
     CUsbTransfer(const CUsbTransfer&) = delete;
     CUsbTransfer& operator=(const CUsbTransfer&) = delete;
     ~CUsbTransfer(); ///< cancels what is still under way
 
-    /// Waits at most dwTimeoutMs. @return whether it has ended
-    bool Wait(DWORD dwTimeoutMs);
+    /// Starts it; a start that fails counts as a transfer that ended so. None may be under way.
+    /// @param pData the caller's, setup.wLength bytes; outgoing bytes are taken at once, incoming
+    ///              ones are handed over by Finish alone, until which it must stay valid
+    /// @param dwTimeoutMs when the transfer is cancelled, 0 = never
+    void Start(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeoutMs);
 
-    /// After its end: hands over what came in. @return 0, or an error code
+    void Wait(); ///< for its end
+
+    /// Waits at most so long, 0 = just looks; cancels nothing. @return whether it has ended
+    bool WaitFor(DWORD dwMilliseconds);
+
+    /// After its end: hands over what came in.
+    /// @param pcbDone bytes that moved, 0 after a failure
+    /// @return 0, or an error code
     DWORD Finish(DWORD* pcbDone);
 
 private:
-    bool HandleEvents(long lMicroseconds);
+    bool IsUnderWay() const { return m_dwStartError == 0 && m_nEnded == 0; }
 
-    std::shared_ptr<CUsbNode> m_pNode;
-    std::vector<BYTE> m_data; ///< setup packet and data, as libusb wants them
-    BYTE* m_pBuffer;
-    bool m_bIn;
+    libusb_context* m_pContext;
+    libusb_device_handle* m_pDevice;
     libusb_transfer* m_pTransfer;
-    int m_nEnded = 0;
+    std::vector<BYTE> m_bytes; ///< setup packet and data, as libusb wants them
+    BYTE* m_pData = nullptr;
+    bool m_bIn = false;
+    int m_nEnded = 1;
     DWORD m_dwStartError = 0;
 };

@@ -55,7 +55,8 @@ void CLinuxUsbFile::Start(const void* pRecord, const SETUP_PACKET& setup, BYTE* 
     auto& pTransfer = m_transfers[pRecord];
     if (pTransfer != nullptr)
         m_abandoned.push_back(std::move(pTransfer));
-    pTransfer = std::make_unique<CUsbTransfer>(m_pNode, setup, pBuffer);
+    pTransfer = m_pNode->MakeTransfer();
+    pTransfer->Start(setup, pBuffer, 0);
 }
 
 CUsbTransfer* CLinuxUsbFile::FindTransfer(const void* pRecord) const

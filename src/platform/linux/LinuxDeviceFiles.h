@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/linux/CLinuxHandles.h"
-#include "platform/linux/CUsbTransfer.h"
+#include "platform/linux/CUsbNode.h"
 
 /// An open device, whatever its kind: what a handle given to the proxy channel must stand for.
 class CLinuxDeviceObject : public CLinuxHandleObject
