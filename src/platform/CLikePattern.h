@@ -16,8 +16,8 @@ public:
     /// The pattern of 'SELECT * FROM <class> WHERE <property> LIKE "<pattern>"' with the
     /// literal's escapes (two backslashes, backslash and quote) taken out.
     /// @return nothing when the query is not exactly of that form
-    static std::optional<CLikePattern>
-    FromQuery(const WString& strQuery, const WString& strClass, const WString& strProperty);
+    static std::optional<CLikePattern> FromQuery(const WString& strQuery, const WString& strClass,
+                                                 const WString& strProperty);
 
 private:
     WString m_strPattern;

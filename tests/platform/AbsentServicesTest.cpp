@@ -19,23 +19,9 @@ TEST(AbsentServices, FailWithTheCodesThatTheLibraryReads)
     };
     CAbsentServiceManager manager(process);
     EXPECT_EQ(failure(manager.OpenManager(kManagerAllAccess) != nullptr), 120u);
-    CAbsentDeviceFile files(process);
-    EXPECT_EQ(failure(files.Open(WTEXT("\\\\.\\ZelUpx"), kGenericRead, kShareNone, kOpenExisting,
-                                 0) != InvalidHandle()),
-              2u);
     CAbsentEventPipe pipe(process);
     EXPECT_EQ(
         failure(pipe.OpenNamedEvent(kEventAllAccess, WTEXT("Global\\XHubSSEvent")) != nullptr), 2u);
     EXPECT_EQ(failure(pipe.WaitPipe(WTEXT("\\\\.\\pipe\\XHubServicePipe"), 0)), 2u);
-    EXPECT_EQ(CAbsentPowerSwitch().InitializeCom(2), kHrNotImplemented);
-
-    CAbsentDeviceTree tree(process);
-    EXPECT_EQ(failure(tree.GetClassDevs(&kGuidUsbHub, nullptr, kSetPresent) != InvalidHandle()),
-              120u);
-    EXPECT_EQ(failure(tree.GetClassDevs(nullptr, nullptr, kSetPresent) != InvalidHandle()), 87u);
-    DWORD cb = 1024;
-    BYTE buffer[8];
-    EXPECT_EQ(tree.GetNodeProperty(1, &kKeyLocationPaths, nullptr, buffer, &cb), kCrNoSuchDevNode);
-    EXPECT_EQ(cb, 0u);
 }
 } // namespace

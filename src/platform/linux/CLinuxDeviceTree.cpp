@@ -90,15 +90,15 @@ HANDLE CLinuxDeviceTree::GetClassDevs(const GUID* pClass, const WCHAR* pszEnumer
         FailWith(kErrInvalidParameter);
         return InvalidHandle();
     }
-    m_nodes.Refresh();
     Set set;
     if (bAll && pszEnumerator != nullptr) {
-        set.push_back(m_nodes.FindById(pszEnumerator));
+        set.push_back(FindById(pszEnumerator));
         if (set.front() == nullptr) {
             FailWith(kErrNoSuchDevInst);
             return InvalidHandle();
         }
     } else {
+        m_nodes.Refresh();
         set = m_nodes.Present();
         if ((dwFlags & kSetPresent) == 0) {
             for (const auto& [devInst, pNode] : m_nodes.Known())
@@ -114,6 +114,16 @@ HANDLE CLinuxDeviceTree::GetClassDevs(const GUID* pClass, const WCHAR* pszEnumer
     m_sets[hSet] = std::move(set);
     FailWith(kErrNone);
     return hSet;
+}
+
+LinuxNodePtr CLinuxDeviceTree::FindById(const WString& strId)
+{
+    LinuxNodePtr pNode = m_nodes.FindById(strId);
+    if (pNode == nullptr || !IsThere(*pNode)) {
+        m_nodes.Refresh();
+        pNode = m_nodes.FindById(strId);
+    }
+    return pNode;
 }
 
 bool CLinuxDeviceTree::EnumDeviceInfo(HANDLE hSet, DWORD dwIndex, DEVINFO_DATA* pDev)

@@ -7,8 +7,8 @@
 
 /// Device sets and device nodes from sysfs. Interface paths are the names of device files:
 /// "/dev/bus/usb/001/005" for hubs and other USB devices, "/dev/hidraw0" for HID. Asking for a
-/// set looks at the machine again; questions about a node are answered from the last look, but
-/// for its status. A set is a snapshot.
+/// set looks at the machine again (for one node's: only where that has gone); questions about a
+/// node are answered from the last look, but for its status. A set is a snapshot.
 class CLinuxDeviceTree : public IDeviceTree
 {
 public:
@@ -38,6 +38,7 @@ private:
 
     const Set* SetOf(HANDLE hSet) const;
     LinuxNodePtr ElementOf(HANDLE hSet, const DEVINFO_DATA* pDev) const;
+    LinuxNodePtr FindById(const WString& strId);
     bool IsThere(const LINUX_NODE& node) const;
     WString Description(const LINUX_NODE& node) const;
 

@@ -80,14 +80,19 @@ bool CLinuxNodes::ReadEntries()
         const std::optional<USB_PLACE> place = UsbPlaceOf(strName);
         if (!place)
             continue;
-        const std::string strFolder = m_sysfs.Target(std::string(kUsbDevices) + "/" + strName);
+        const std::string strLink = std::string(kUsbDevices) + "/" + strName;
+        const std::string strIdentity = m_sysfs.Identity(strLink);
+        const auto old = m_entries.find(strName);
+        if (!strIdentity.empty() && old != m_entries.end() &&
+            old->second.strIdentity == strIdentity) {
+            entries.insert(*old);
+            continue;
+        }
+        const std::string strFolder = m_sysfs.Target(strLink);
         if (ControllerFolderOf(strFolder, place->nBus).empty())
             continue;
-        const auto old = m_entries.find(strName);
-        if (old != m_entries.end() && old->second.strFolder == strFolder &&
-            m_sysfs.Read(strFolder + "/devnum") == old->second.strDevNum) {
-            entries.insert(*old);
-        } else if (std::optional<USB_ENTRY> entry = ReadUsbEntry(m_sysfs, strFolder, *place)) {
+        if (std::optional<USB_ENTRY> entry = ReadUsbEntry(m_sysfs, strFolder, *place)) {
+            entry->strIdentity = strIdentity;
             entries.emplace(strName, std::move(*entry));
             bChanged = true;
         }

@@ -4,7 +4,6 @@
 #include <cerrno>
 
 #include "platform/AsciiCase.h"
-#include "platform/CLikePattern.h"
 #include "platform/ErrorCodes.h"
 #include "platform/linux/LinuxError.h"
 
@@ -113,15 +112,24 @@ LONG CLinuxPowerSwitch::ExecQuery(HANDLE hServices, const WCHAR* pszLanguage, co
                                 WTEXT("MSPower_DeviceEnable"), WTEXT("InstanceName"));
     if (!pattern)
         return kWbemInvalidQuery;
-    m_nodes.Refresh();
-    Item enumerator{Kind::Enumerator, {}, {}};
-    for (const LinuxNodePtr& pNode : m_nodes.Present()) {
-        // A kernel without power management has no such attribute: nothing to switch.
-        if (pNode->IsUsb() && pattern->Matches(InstanceName(*pNode)) && ReadControl(*pNode))
-            enumerator.nodes.push_back(pNode);
+    Item enumerator{Kind::Enumerator, Matching(*pattern), {}};
+    if (enumerator.nodes.empty()) {
+        m_nodes.Refresh(); // it may have come since the last look
+        enumerator.nodes = Matching(*pattern);
     }
     *phEnumerator = Add(std::move(enumerator));
     return kHrOk;
+}
+
+std::vector<LinuxNodePtr> CLinuxPowerSwitch::Matching(const CLikePattern& pattern) const
+{
+    std::vector<LinuxNodePtr> nodes;
+    for (const LinuxNodePtr& pNode : m_nodes.Present()) {
+        // A kernel without power management has no such attribute: nothing to switch.
+        if (pNode->IsUsb() && pattern.Matches(InstanceName(*pNode)) && ReadControl(*pNode))
+            nodes.push_back(pNode);
+    }
+    return nodes;
 }
 
 LONG CLinuxPowerSwitch::Next(HANDLE hEnumerator, LONG /*lTimeoutMs*/, HANDLE* phObject,

@@ -3,6 +3,7 @@
 #include <map>
 #include <optional>
 
+#include "platform/CLikePattern.h"
 #include "platform/IPowerSwitch.h"
 #include "platform/linux/CLinuxNodes.h"
 
@@ -53,6 +54,7 @@ private:
 
     HANDLE Add(Item item);
     Item* Find(HANDLE h, Kind eKind);
+    std::vector<LinuxNodePtr> Matching(const CLikePattern& pattern) const;
     std::optional<std::string> ReadControl(const LINUX_NODE& node) const;
 
     CLinuxNodes& m_nodes;

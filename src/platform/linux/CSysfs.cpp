@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -54,6 +55,15 @@ std::string CSysfs::Target(const std::string& strLink) const
     while (strTarget.rfind("../", 0) == 0)
         strTarget.erase(0, 3);
     return strTarget.rfind("devices/", 0) == 0 ? strTarget : std::string();
+}
+
+std::string CSysfs::Identity(const std::string& strFolder) const
+{
+    struct stat info = {};
+    if (::stat((m_strRoot + "/" + strFolder).c_str(), &info) != 0)
+        return {};
+    return std::to_string(info.st_ino) + "/" + std::to_string(info.st_ctim.tv_sec) + "." +
+           std::to_string(info.st_ctim.tv_nsec);
 }
 
 int CSysfs::Write(const std::string& strFile, const std::string& strText) const

@@ -20,6 +20,10 @@ public:
     /// The device folder that a link names ("devices/..."); empty where it names none.
     std::string Target(const std::string& strLink) const;
 
+    /// What changes when a folder goes and another comes in its place, and seldom else. A link
+    /// stands for its folder. Empty: it is not there.
+    std::string Identity(const std::string& strFolder) const;
+
     /// Writes an attribute. @return 0, or the system's error number
     int Write(const std::string& strFile, const std::string& strText) const;
 

@@ -9,6 +9,7 @@
 /// attribute that is missing or odd leaves its ID out.
 struct USB_ENTRY
 {
+    std::string strIdentity; ///< of its folder
     std::string strFolder;
     std::string strDevNum;
     USB_PLACE place;
