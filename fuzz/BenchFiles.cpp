@@ -7,6 +7,17 @@
 
 namespace
 {
+/// Their images are made from numbers, not read from other files.
+template<typename Chips>
+bool AreBuilt(const Chips& chips)
+{
+    for (const auto& chip : chips)
+        for (const auto* pImage : {&chip.image, &chip.secondImage})
+            if (*pImage && !(*pImage)->strFile.empty())
+                return false;
+    return true;
+}
+
 /// Nothing that would fill the memory or read other files.
 bool IsModest(const BenchDescription& bench)
 {
@@ -20,7 +31,10 @@ bool IsModest(const BenchDescription& bench)
                 return false;
         }
     }
-    return cbFlash <= 0x100000 && bench.hubs.size() + bench.devices.size() <= 20;
+    return cbFlash <= 0x100000 &&
+           bench.hubs.size() + bench.devices.size() + bench.pds.size() + bench.billboards.size() <=
+               20 &&
+           AreBuilt(bench.pds) && AreBuilt(bench.billboards);
 }
 } // namespace
 

@@ -71,7 +71,8 @@ TEST_F(KeptBench, RefusesWhatIsNotOnTheBench)
     m_bench.UseExample("desk.json");
     const ToolResult result = m_bench.Run({"bench", "fault", "keyboard", "--kind", "stall"});
     EXPECT_EQ(result.nExit, 3);
-    EXPECT_THAT(result.strErr, HasSubstr("keyboard is not one of the bench's hubs"));
+    EXPECT_THAT(result.strErr,
+                HasSubstr("keyboard has no model in which something could go wrong"));
 }
 
 TEST_F(KeptBench, SaysWhenItCannotBeKept)

@@ -1,81 +1,41 @@
-#include "tool/BenchFolder.h"
+#include "tool/PdBench.h"
 
 #include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cstdio>
 
 using testing::HasSubstr;
 
 namespace
 {
 
-using Bytes = std::vector<BYTE>;
-
-constexpr size_t kBankSize = 0x20000;
-constexpr size_t kMarkAt = 0x7EF0;
-const std::vector<std::string> kPdChip = {"--chip", "0x7310", "--size", "32768"};
-
-std::string ErrorOf(const ToolResult& result)
-{
-    return result.Json()["error"]["what"];
-}
-
 /// A hub with two PD controllers, at 0x42 and 0x66.
-class Pd : public testing::Test
+class Pd : public PdBench
 {
 protected:
-    Pd() { UseBench(); }
+    Pd() : PdBench("pd", "pdControllers", "pd") { Pd::UseBench({}); }
 
-    void UseBench(const std::string& strFile = {}, const std::string& strPd = {})
+    void UseBench(const std::string& strMore) override
     {
         m_bench.UseHub("", "",
-                       R"(, "pdControllers": [{"id": "pd", "hub": "hub", "address": "0x42")" +
-                           strPd +
-                           R"(, "image": {"version": "0x0111", "chip": "0x7310", "size": 32768}},
+                       R"(, "pdControllers": [{"id": "pd", "hub": "hub", "address": "0x42",
+                 "image": {"version": "0x0111", "chip": "0x7310", "size": 32768}},
                 {"id": "next", "hub": "hub", "address": "0x66",
                  "image": {"version": "0x0111", "chip": "0x7310", "size": 32768, "seed": 9}}])" +
-                           strFile);
+                           strMore);
     }
 
-    nlohmann::json State(const std::string& strId = "pd") const
+    std::vector<std::string> Selector() const override { return {"--addr", m_strAddress}; }
+
+    ToolResult RunAt(const char* pszAddress, const std::vector<std::string>& arguments)
     {
-        const nlohmann::json state = nlohmann::json::parse(m_bench.ReadText("state"));
-        for (const nlohmann::json& pd : state["pdControllers"])
-            if (pd["id"] == strId)
-                return pd;
-        ADD_FAILURE() << "no state of " << strId;
-        return {};
+        m_strAddress = pszAddress;
+        const ToolResult result = RunPd(arguments);
+        m_strAddress = "0x42";
+        return result;
     }
 
-    static Bytes BankOf(const nlohmann::json& pd, unsigned nBank)
-    {
-        const Bytes flash = FlashOf(pd);
-        const auto it = flash.begin() + static_cast<std::ptrdiff_t>(nBank * kBankSize);
-        return {it, it + kBankSize};
-    }
-
-    /// The model is the judge: it answers, runs flash code, and its bank begins with the image.
-    bool Runs(const std::string& strImage) const { return Runs(State(), strImage); }
-
-    bool Runs(const nlohmann::json& pd, const std::string& strImage) const
-    {
-        const Bytes image = m_bench.ReadBytes(strImage);
-        const Bytes bank = BankOf(pd, pd["activeBank"]);
-        return pd["onBus"] == true && pd["runsFlash"] == true && !image.empty() &&
-               std::equal(image.begin(), image.end(), bank.begin());
-    }
-
-    ToolResult RunPd(std::vector<std::string> arguments, const char* pszAddress = "0x42") const
-    {
-        arguments.insert(arguments.begin(), {"--json", "pd"});
-        arguments.insert(arguments.end(), {"--addr", pszAddress});
-        return m_bench.Run(arguments);
-    }
-
-    CBenchFolder m_bench;
-    std::string m_strImage = m_bench.Image("0x0222", kPdChip);
-    std::string m_strName = "0x0222.bin";
+    std::string m_strAddress = "0x42";
+    std::string m_strName = PdImage("0x0222");
+    std::string m_strImage = m_bench.Path(m_strName);
 };
 
 } // namespace
@@ -118,8 +78,8 @@ TEST_F(Pd, RefusesAddressesThatAreNoneOrDoNotAnswer)
     const std::pair<const char*, int> kAddresses[] = {
         {"0x43", 2}, {"0x142", 2}, {"0x0E", 2}, {"0xF0", 2}, {"0x50", 3}};
     for (const auto& [pszAddress, nExit] : kAddresses)
-        EXPECT_EQ(RunPd({"update", m_strImage}, pszAddress).nExit, nExit) << pszAddress;
-    EXPECT_THAT(ErrorOf(RunPd({"version"}, "0x50")),
+        EXPECT_EQ(RunAt(pszAddress, {"update", m_strImage}).nExit, nExit) << pszAddress;
+    EXPECT_THAT(ErrorOf(RunAt("0x50", {"version"})),
                 HasSubstr("no PD controller answers at 0x50 (7-bit 0x28)"));
 }
 
@@ -128,10 +88,10 @@ TEST_F(Pd, RefusesImagesThatAreNotForIt)
     const std::string strHubImage = m_bench.Image("0x0300");
     EXPECT_EQ(RunPd({"update", strHubImage}).nExit, 5);
     EXPECT_EQ(m_bench.Run({"update", m_strImage}).nExit, 5) << "and the other way round";
-    EXPECT_EQ(RunPd({"update", m_bench.Image("0x0001", kPdChip)}).nExit, 5) << "older";
+    EXPECT_EQ(RunPd({"update", m_bench.Path(PdImage("0x0001"))}).nExit, 5) << "older";
     const std::string strLarge = m_bench.Image("0x0400", {"--chip", "0x7310", "--size", "131073"});
     EXPECT_THAT(ErrorOf(RunPd({"update", strLarge})), HasSubstr("is too large"));
-    const ToolResult current = RunPd({"update", m_bench.Image("0x0111", kPdChip)});
+    const ToolResult current = RunPd({"update", m_bench.Path(PdImage("0x0111"))});
     EXPECT_EQ(current.nExit, 0);
     EXPECT_EQ(current.Json()["result"], "current");
     EXPECT_EQ(State()["activeBank"], 0);
@@ -153,8 +113,7 @@ TEST_F(Pd, ErasesOnRequestOnlyAndSaysWhenAnImageCannotBeCompared)
 
 TEST_F(Pd, FindsAWrongByteBeforeTheOldBankIsMarked)
 {
-    UseBench(R"(, "faults": [{"pd": "pd", "request": "write-2", "nth": 10, "kind": "corrupt",
-                              "offset": 3}])");
+    UseBench(UsePdFault(R"("request": "write-2", "nth": 10, "kind": "corrupt", "offset": 3)"));
     const ToolResult result = RunPd({"update", m_strImage});
     EXPECT_EQ(result.nExit, 7);
     EXPECT_THAT(ErrorOf(result), HasSubstr("differs from the image at offset 0x0001"));
@@ -167,8 +126,7 @@ TEST_F(Pd, FindsAWrongByteBeforeTheOldBankIsMarked)
 TEST_F(Pd, AStatusThatCannotBeReadDoesNotCostBothBanks)
 {
     // The library would reset it to ROM code and erase everything.
-    UseBench(R"(, "faults": [{"pd": "pd", "request": "status", "nth": 3, "times": 2,
-                              "kind": "fail"}])");
+    UseBench(UsePdFault(R"("request": "status", "nth": 3, "times": 2, "kind": "fail")"));
     const ToolResult result = RunPd({"update", m_strImage});
     EXPECT_NE(result.nExit, 0);
     EXPECT_EQ(State()["runsFlash"], true);
@@ -196,27 +154,59 @@ TEST_F(Pd, BrokenUpdatesAreReportedAsDoneExactlyWhenTheModelRunsTheImage)
                              R"(", "nth": 0, "kind": ")" + pszKind + "\"");
     for (const char* const pszAt : {"0", "40", "700"})
         faults.push_back(std::string(R"("powerCut": )") + pszAt);
-    (void)m_bench.Run({"pd", "list"});
-    const Bytes old = BankOf(State(), 0);
-    for (const std::string& strFault : faults) {
-        SCOPED_TRACE(strFault);
-        UseBench(R"(, "faults": [{"pd": "pd", )" + strFault + "}]");
-        const ToolResult first = RunPd({"update", m_strImage});
-        ASSERT_GE(first.nExit, 0) << "it crashed";
-        const nlohmann::json state = State();
-        EXPECT_EQ(first.nExit == 0, Runs(state, m_strName)) << first.strOut << first.strErr;
-        Bytes bank = BankOf(state, 0);
-        std::copy_n(old.begin() + kMarkAt, 2, bank.begin() + kMarkAt);
-        EXPECT_TRUE(bank == old) << "the bank that ran is damaged";
-        if (first.nExit == 0)
-            continue;
-        EXPECT_FALSE(first.Json()["error"]["next"].get<std::string>().empty());
-        if (state["onBus"] == false)
-            (void)m_bench.Run({"bench", "plug", "pd"});
-        EXPECT_EQ(RunPd({"update", m_strImage, "--force"}).nExit, 0);
-        EXPECT_TRUE(Runs(m_strName));
+    BreakUpdates(faults);
+}
+
+TEST_F(Pd, AStuckBusIsAskedOnceAndReportedWithWhatAnsweredBefore)
+{
+    UseBench(R"(, "faults": [{"pd": "next", "request": "status", "kind": "timeout"}])");
+    const ToolResult result = m_bench.Run({"--json", "pd", "list"});
+    EXPECT_EQ(result.nExit, 1);
+    const nlohmann::json document = result.Json();
+    ASSERT_EQ(document["pd"].size(), 1u);
+    EXPECT_EQ(document["pd"][0]["address"], 0x42);
+    EXPECT_THAT(ErrorOf(result), HasSubstr("stuck: the transfer to 0x66 (7-bit 0x33)"));
+    EXPECT_THAT(document["error"]["next"].get<std::string>(), HasSubstr(" reset --hub 'path:"));
+    EXPECT_EQ(m_bench.Run({"reset"}).nExit, 0);
+    EXPECT_EQ(m_bench.Run({"--json", "pd", "list"}).Json()["pd"].size(), 2u);
+}
+
+TEST_F(Pd, AControllerThatVanishedIsPluggedAsTheMessageSays)
+{
+    UseBench(UsePdFault(R"("request": "write-2", "nth": 9, "kind": "vanish")"));
+    const ToolResult result = RunPd({"update", m_strImage});
+    EXPECT_EQ(result.nExit, 8);
+    EXPECT_THAT(result.Json()["error"]["next"].get<std::string>(),
+                HasSubstr(" bench plug pd, then: zelhub "));
+    EXPECT_THAT(result.Json()["error"]["next"].get<std::string>(), HasSubstr("--addr 0x42 --hub "));
+}
+
+TEST_F(Pd, WhoeverWorksOnTheHubOrBehindItHasItForHimself)
+{
+    const std::string strHubImage = m_bench.Image("0x0300");
+    const std::vector<std::string> pdUpdate = {"pd", "update", m_strImage, "--addr", "0x42"};
+    const std::vector<std::string> hubUpdate = {"update", strHubImage};
+    struct Pair
+    {
+        std::vector<std::string> first;
+        const char* pszUntil;
+        std::vector<std::vector<std::string>> refused;
+    };
+    const Pair kPairs[] = {
+        {pdUpdate, "\"write\"", {hubUpdate, {"reset"}, {"erase", "--yes"}, {"reset", "--rom"}}},
+        {hubUpdate, "reset to ROM code", {pdUpdate, {"pd", "list"}}}};
+    for (const Pair& pair : kPairs) {
+        std::vector<std::string> slow = {"--json", "--bench-pace", "0.1"};
+        slow.insert(slow.end(), pair.first.begin(), pair.first.end());
+        CToolProcess first(m_bench.Arguments(slow)); // ended with its object
+        ASSERT_TRUE(first.WaitForError(pair.pszUntil));
+        for (const std::vector<std::string>& arguments : pair.refused) {
+            const ToolResult result = m_bench.Run(arguments);
+            EXPECT_EQ(result.nExit, 4) << arguments[0];
+            EXPECT_THAT(result.strErr,
+                        HasSubstr("another zelhub is working on the hub at PCIROOT"));
+        }
     }
-    std::printf("%zu broken updates\n", faults.size());
 }
 
 TEST_F(Pd, BenchFilesWithImpossibleControllersAreRefused)

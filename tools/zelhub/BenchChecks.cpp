@@ -39,6 +39,8 @@ public:
             m_entries.push_back({&hub, true});
         for (const BenchDevice& device : bench.devices)
             m_entries.push_back({&device, false});
+        for (const BenchBillboard& billboard : bench.billboards)
+            m_entries.push_back({&billboard, false});
     }
 
     void Run()
@@ -212,6 +214,8 @@ private:
             CheckText(hub.strIdentity, kLongestIdentity, hub.strWhere + "/identity");
         for (const BenchDevice& device : m_bench.devices)
             CheckText(device.strDescription, kLongestText, device.strWhere + "/description");
+        for (const BenchBillboard& billboard : m_bench.billboards)
+            CheckText(billboard.strDescription, kLongestText, billboard.strWhere + "/description");
     }
 
     void PdControllers()
@@ -230,32 +234,48 @@ private:
         }
     }
 
-    bool IsPd(const std::string& strId) const
+    bool Has(BenchTarget eTarget, const std::string& strId) const
     {
-        return std::any_of(m_bench.pds.begin(), m_bench.pds.end(),
-                           [&](const BenchPd& pd) { return pd.strId == strId; });
+        const auto in = [&](const auto& list) {
+            return std::any_of(list.begin(), list.end(),
+                               [&](const auto& entry) { return entry.strId == strId; });
+        };
+        switch (eTarget) {
+        case BenchTarget::Hub:
+            return in(m_bench.hubs);
+        case BenchTarget::Pd:
+            return in(m_bench.pds);
+        case BenchTarget::Billboard:
+            return in(m_bench.billboards);
+        }
+        return false;
+    }
+
+    void CheckFault(const BenchFault& fault) const
+    {
+        if (!fault.strCall.empty()) {
+            const std::vector<std::string> calls = CSimFaults::Operations();
+            if (std::find(calls.begin(), calls.end(), fault.strCall) == calls.end())
+                RefuseJson(m_source, fault.strWhere + "/call",
+                           "\"call\" names no call of a service");
+            return;
+        }
+        const BenchTargetName& target = NameOfTarget(fault.eTarget);
+        if (!Has(fault.eTarget, fault.strTarget))
+            RefuseJson(m_source, fault.strWhere + "/" + target.pszKey,
+                       std::string("\"") + target.pszKey + "\" names no " + target.pszTitle +
+                           " of \"" + target.pszListKey + "\": \"" + Printable(fault.strTarget) +
+                           "\"");
     }
 
     void References()
     {
-        for (const BenchFault& fault : m_bench.faults) {
-            const auto same = [&](const BenchHub& hub) { return hub.strId == fault.strHub; };
-            const std::vector<std::string> calls = CSimFaults::Operations();
-            const bool bCall = !fault.strCall.empty();
-            if (bCall && std::find(calls.begin(), calls.end(), fault.strCall) == calls.end())
-                RefuseJson(m_source, fault.strWhere + "/call",
-                           "\"call\" names no call of a service");
-            if (fault.bPd && !IsPd(fault.strHub))
-                RefuseJson(m_source, fault.strWhere + "/pd",
-                           "\"pd\" names no PD controller: \"" + Printable(fault.strHub) + "\"");
-            if (!bCall && !fault.bPd &&
-                std::none_of(m_bench.hubs.begin(), m_bench.hubs.end(), same))
-                RefuseJson(m_source, fault.strWhere + "/hub",
-                           "\"hub\" names no hub of \"hubs\": \"" + Printable(fault.strHub) + "\"");
-        }
+        for (const BenchFault& fault : m_bench.faults)
+            CheckFault(fault);
         for (const BenchEvent& event : m_bench.events) {
             const auto same = [&](const Entry& entry) { return entry.pNode->strId == event.strId; };
-            if (!IsPd(event.strId) && std::none_of(m_entries.begin(), m_entries.end(), same))
+            if (!Has(BenchTarget::Pd, event.strId) &&
+                std::none_of(m_entries.begin(), m_entries.end(), same))
                 RefuseJson(m_source, event.strWhere,
                            "the event names no hub or device: \"" + Printable(event.strId) + "\"");
         }

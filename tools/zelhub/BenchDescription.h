@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sim/CSimBillboard.h"
 #include "sim/CSimHub.h"
 #include "sim/CSimPd.h"
 
@@ -69,32 +70,53 @@ struct BenchDevice : BenchNode
     BYTE byClass = 0xFF;
 };
 
-/// A PD controller on a hub's I2C bus.
-struct BenchPd
+/// The inside of a PD controller.
+struct BenchPdChip
 {
-    std::string strWhere;
-    std::string strId;
-    std::string strHub;
-    BYTE byAddress = 0; ///< 8-bit
     bool bIspValidation = false;
     bool bCrcCheck = true;
     std::optional<BenchImage> image;       ///< bank 0; none: blank
     std::optional<BenchImage> secondImage; ///< bank 1
-    SimReturn timing = {5'000, 400'000, false, false};
+    SimReturn timing;
+};
+
+/// A PD controller on a hub's I2C bus.
+struct BenchPd : BenchPdChip
+{
+    BenchPd() { timing = {5'000, 400'000, false, false}; }
+
+    std::string strWhere;
+    std::string strId;
+    std::string strHub;
+    BYTE byAddress = 0; ///< 8-bit
     bool bPlugged = true;
+};
+
+/// A PD controller that enumerates as a billboard device.
+struct BenchBillboard : BenchNode, BenchPdChip
+{
+    std::string strDescription = "Billboard Device";
+    bool bWinUsb = true; ///< it has the driver by which the library reaches it
+};
+
+enum class BenchTarget
+{
+    Hub,
+    Pd,
+    Billboard
 };
 
 struct BenchFault
 {
     std::string strWhere;
-    std::string strHub; ///< or a PD controller
-    bool bPd = false;
+    BenchTarget eTarget = BenchTarget::Hub;
+    std::string strTarget;         ///< its id
     std::optional<BYTE> byRequest; ///< none: any transfer
     std::uint64_t nNth = 0;
     SimFault fault;
     bool bPowerCut = false; ///< nNth is a flash operation
     SimPowerCut eWhen = SimPowerCut::Middle;
-    std::string strCall; ///< a call through the seam instead of a hub ("IServiceManager::...")
+    std::string strCall; ///< a call through the seam instead of a device ("IServiceManager::...")
     DWORD dwCode = 0;
 };
 
@@ -118,18 +140,29 @@ struct BenchDescription
     std::vector<BenchForeignHub> foreignHubs;
     std::vector<BenchDevice> devices;
     std::vector<BenchPd> pds;
+    std::vector<BenchBillboard> billboards;
     std::vector<BenchFault> faults;
     std::vector<BenchEvent> events;
 };
 
-/// A request of a hub by its name in bench files ("write-flash").
+/// A request of a device by its name in bench files ("write-flash").
 struct BenchRequestName
 {
     const char* pszName;
     BYTE byRequest;
 };
-extern const std::vector<BenchRequestName> kBenchRequests;
-extern const std::vector<BenchRequestName> kBenchPdCommands; ///< of a PD controller
+
+/// What can go wrong: how bench files name it, and its requests.
+struct BenchTargetName
+{
+    const char* pszKey;     ///< of a fault
+    const char* pszListKey; ///< of the file
+    const char* pszTitle;
+    BenchTarget eTarget;
+    std::vector<BenchRequestName> requests;
+};
+extern const std::vector<BenchTargetName> kBenchTargets;
+const BenchTargetName& NameOfTarget(BenchTarget eTarget);
 
 struct BenchFaultName
 {

@@ -144,6 +144,21 @@ BenchDevice ReadDevice(CJsonObject object)
     return device;
 }
 
+void ReadPdChip(CJsonObject& object, BenchPdChip& chip, const std::filesystem::path& folder)
+{
+    chip.bIspValidation = object.Flag("validates", chip.bIspValidation);
+    chip.bCrcCheck = object.Flag("checksCrc", chip.bCrcCheck);
+    if (object.Has("image"))
+        chip.image = ReadImage(object.Object("image"), folder);
+    if (object.Has("secondImage"))
+        chip.secondImage = ReadImage(object.Object("secondImage"), folder);
+    for (const auto& image : {chip.image, chip.secondImage})
+        if (image && image->cbSize > CSimPdBanks::kBankSize)
+            object.Refuse("image", "is larger than a bank of 131072 bytes");
+    if (object.Has("timing"))
+        chip.timing = ReadTiming(object.Object("timing"));
+}
+
 BenchPd ReadPd(CJsonObject object, const std::filesystem::path& folder)
 {
     BenchPd pd;
@@ -153,20 +168,22 @@ BenchPd ReadPd(CJsonObject object, const std::filesystem::path& folder)
     pd.byAddress = static_cast<BYTE>(object.Number("address", 0x10, 0xEE));
     if (pd.byAddress % 2 != 0)
         object.Refuse("address", "has to be even: the 8-bit form, twice the 7-bit address");
-    pd.bIspValidation = object.Flag("validates", pd.bIspValidation);
-    pd.bCrcCheck = object.Flag("checksCrc", pd.bCrcCheck);
-    if (object.Has("image"))
-        pd.image = ReadImage(object.Object("image"), folder);
-    if (object.Has("secondImage"))
-        pd.secondImage = ReadImage(object.Object("secondImage"), folder);
-    for (const auto& image : {pd.image, pd.secondImage})
-        if (image && image->cbSize > CSimPdBanks::kBankSize)
-            object.Refuse("image", "is larger than a bank of 131072 bytes");
-    if (object.Has("timing"))
-        pd.timing = ReadTiming(object.Object("timing"));
+    ReadPdChip(object, pd, folder);
     pd.bPlugged = object.Flag("plugged", true);
     object.Done();
     return pd;
+}
+
+BenchBillboard ReadBillboard(CJsonObject object, const std::filesystem::path& folder)
+{
+    const SimUsbIdentity usual = SimBillboardSettings().usb;
+    BenchBillboard billboard;
+    ReadNode(object, billboard, usual.usVid, usual.usPid);
+    billboard.strDescription = object.Text("description", billboard.strDescription);
+    billboard.bWinUsb = object.Flag("winUsb", true);
+    ReadPdChip(object, billboard, folder);
+    object.Done();
+    return billboard;
 }
 
 BenchEvent ReadEvent(CJsonObject object)
@@ -210,7 +227,7 @@ void ReadTransferFault(CJsonObject& object, BenchFault& fault)
 {
     if (object.Has("request"))
         fault.byRequest = ByName<BenchRequestName>(object, "request", object.Text("request"),
-                                                   fault.bPd ? kBenchPdCommands : kBenchRequests)
+                                                   NameOfTarget(fault.eTarget).requests)
                               .byRequest;
     fault.fault.eKind =
         ByName<BenchFaultName>(object, "kind", object.Text("kind"), kBenchFaults).eKind;
@@ -236,8 +253,10 @@ BenchFault CBenchFile::ParseFault(CJsonObject object)
         object.Done();
         return fault;
     }
-    fault.bPd = object.Has("pd");
-    fault.strHub = object.Text(fault.bPd ? "pd" : "hub");
+    for (const BenchTargetName& target : kBenchTargets)
+        if (object.Has(target.pszKey))
+            fault.eTarget = target.eTarget;
+    fault.strTarget = object.Text(NameOfTarget(fault.eTarget).pszKey);
     fault.bPowerCut = object.Has("powerCut");
     if (fault.bPowerCut) {
         fault.nNth = object.Number("powerCut", 0, kMaxDword);
@@ -270,6 +289,8 @@ BenchDescription CBenchFile::Parse(const JsonSource& source)
         bench.devices.push_back(ReadDevice(entry));
     for (CJsonObject& entry : object.Objects("pdControllers"))
         bench.pds.push_back(ReadPd(entry, folder));
+    for (CJsonObject& entry : object.Objects("billboards"))
+        bench.billboards.push_back(ReadBillboard(entry, folder));
     for (CJsonObject& entry : object.Objects("faults"))
         bench.faults.push_back(ParseFault(entry));
     for (CJsonObject& entry : object.Objects("events"))

@@ -16,6 +16,7 @@ constexpr double kMicrosPerSecond = 1e6;
 constexpr CSimClock::Micros kMicrosPerMs = 1000;
 constexpr CSimClock::Micros kSettleLimit = 120'000'000;
 constexpr BYTE kClassHub = 9;
+constexpr BYTE kClassBillboard = 0x11;
 
 WString Wide(const std::string& strText)
 {
@@ -61,6 +62,34 @@ SimHubSettings Settings(const BenchHub& hub)
     const bool bFromFile = hub.image && !hub.image->strFile.empty();
     settings.eImageCheck = bFromFile ? SimImageCheck::NotBlank : SimImageCheck::Crc;
     return settings;
+}
+
+SimPdSettings Settings(const BenchPdChip& chip)
+{
+    SimPdSettings settings;
+    settings.bIspValidation = chip.bIspValidation;
+    settings.bCrcCheck = chip.bCrcCheck;
+    const bool bFromFile = chip.image && !chip.image->strFile.empty();
+    settings.eImageCheck = bFromFile ? SimImageCheck::NotBlank : SimImageCheck::Crc;
+    return settings;
+}
+
+/// What is in the banks of a PD controller, and how it restarts.
+template<typename Model>
+void LoadChip(Model& model, const BenchPdChip& chip)
+{
+    if (chip.secondImage)
+        model.LoadImage(BuildBenchImage(*chip.secondImage), 1);
+    if (chip.image)
+        model.LoadImage(BuildBenchImage(*chip.image), 0);
+    model.SetReturn(chip.timing);
+}
+
+template<typename Map>
+auto* ById(const Map& map, const std::string& strId)
+{
+    const auto it = map.find(strId);
+    return it == map.end() ? nullptr : it->second.get();
 }
 
 } // namespace
@@ -111,7 +140,8 @@ void CBenchMachine::BuildTree()
     }
     // Parents first; the file may name them in any order, and was checked for loops.
     const size_t nAll = m_bench.controllers.size() + m_bench.hubs.size() +
-                        m_bench.foreignHubs.size() + m_bench.devices.size();
+                        m_bench.foreignHubs.size() + m_bench.devices.size() +
+                        m_bench.billboards.size();
     while (m_nodes.size() < nAll) {
         for (const BenchHub& hub : m_bench.hubs)
             if (TryAdd(hub) && (!hub.bSuperSpeed || m_nodes.count(hub.strSuperParent) != 0))
@@ -122,6 +152,9 @@ void CBenchMachine::BuildTree()
         for (const BenchDevice& device : m_bench.devices)
             if (TryAdd(device))
                 AddDevice(device);
+        for (const BenchBillboard& billboard : m_bench.billboards)
+            if (TryAdd(billboard))
+                AddBillboard(billboard);
     }
     for (auto& [strId, node] : m_nodes)
         Show(node);
@@ -141,8 +174,8 @@ CSimNode* CBenchMachine::ParentNode(const std::string& strId, bool bSuper)
 void CBenchMachine::AddHub(const BenchHub& hub)
 {
     CSimDeviceTree& tree = m_pMachine->Tree();
-    m_hubs.push_back(std::make_unique<CSimHub>(m_pMachine->Time(), Settings(hub)));
-    CSimHub& model = *m_hubs.back();
+    m_hubs[hub.strId] = std::make_unique<CSimHub>(m_pMachine->Time(), Settings(hub));
+    CSimHub& model = *m_hubs[hub.strId];
     if (hub.secondImage)
         model.LoadImage(BuildBenchImage(*hub.secondImage), 1);
     if (hub.image)
@@ -151,7 +184,7 @@ void CBenchMachine::AddHub(const BenchHub& hub)
     if (hub.cbI2cMemory != 0)
         model.AttachI2cMemory(std::make_shared<CSimI2cMemory>(hub.cbI2cMemory));
     Node node;
-    node.pHub = &model;
+    node.pChip = &model;
     node.strParent = hub.strParent;
     node.bPlugged = hub.bPlugged;
     node.pNode =
@@ -207,21 +240,40 @@ void CBenchMachine::AddDevice(const BenchDevice& device)
 
 void CBenchMachine::AddPd(const BenchPd& pd)
 {
-    SimPdSettings settings;
-    settings.bIspValidation = pd.bIspValidation;
-    settings.bCrcCheck = pd.bCrcCheck;
-    const bool bFromFile = pd.image && !pd.image->strFile.empty();
-    settings.eImageCheck = bFromFile ? SimImageCheck::NotBlank : SimImageCheck::Crc;
-    auto pModel = std::make_unique<CSimPd>(m_pMachine->Time(), settings);
-    if (pd.secondImage)
-        pModel->LoadImage(BuildBenchImage(*pd.secondImage), 1);
-    if (pd.image)
-        pModel->LoadImage(BuildBenchImage(*pd.image), 0);
-    pModel->SetReturn(pd.timing);
+    auto pModel = std::make_unique<CSimPd>(m_pMachine->Time(), Settings(pd));
+    LoadChip(*pModel, pd);
     if (!pd.bPlugged)
         pModel->PowerDown();
     Hub(pd.strHub)->AttachI2cTarget(pd.byAddress, pModel.get());
     m_pds[pd.strId] = std::move(pModel);
+}
+
+void CBenchMachine::AddBillboard(const BenchBillboard& billboard)
+{
+    SimBillboardSettings settings;
+    settings.usb.usVid = billboard.wVid;
+    settings.usb.usPid = billboard.wPid;
+    settings.pd = Settings(billboard);
+    auto pModel = std::make_unique<CSimBillboard>(m_pMachine->Time(), settings);
+    LoadChip(*pModel, billboard);
+    DeviceNodeOptions options;
+    options.wVid = billboard.wVid;
+    options.wPid = billboard.wPid;
+    options.devInst = billboard.dwInstance;
+    options.byClass = kClassBillboard;
+    options.strSerial = Wide(billboard.strSerial);
+    options.strDescription = Wide(billboard.strDescription);
+    options.bWinUsb = billboard.bWinUsb;
+    Node node;
+    node.pChip = pModel.get();
+    node.strParent = billboard.strParent;
+    node.bPlugged = billboard.bPlugged;
+    node.pNode = &m_pMachine->Tree().AddDevice(*ParentNode(billboard.strParent, false),
+                                               billboard.nPort, options, pModel.get());
+    Override(*node.pNode, billboard);
+    pModel->AddPort(node.pNode);
+    m_billboards[billboard.strId] = std::move(pModel);
+    m_nodes[billboard.strId] = node;
 }
 
 void CBenchMachine::SetUpProcess()
@@ -237,11 +289,11 @@ void CBenchMachine::SetUpProcess()
 
 void CBenchMachine::Show(Node& node)
 {
-    if (node.pHub != nullptr) {
+    if (node.pChip != nullptr) {
         if (!node.bPlugged)
-            node.pHub->Unplug();
-        else if (!node.pHub->IsOnBus())
-            node.pHub->PowerUp();
+            node.pChip->Unplug();
+        else if (!node.pChip->IsOnBus())
+            node.pChip->PowerUp();
         return;
     }
     node.pNode->Plug(node.bPlugged);
@@ -249,14 +301,33 @@ void CBenchMachine::Show(Node& node)
 
 CSimHub* CBenchMachine::Hub(const std::string& strId)
 {
-    const auto it = m_nodes.find(strId);
-    return it == m_nodes.end() ? nullptr : it->second.pHub;
+    return ById(m_hubs, strId);
 }
 
 CSimPd* CBenchMachine::Pd(const std::string& strId)
 {
-    const auto it = m_pds.find(strId);
-    return it == m_pds.end() ? nullptr : it->second.get();
+    return ById(m_pds, strId);
+}
+
+CSimBillboard* CBenchMachine::Billboard(const std::string& strId)
+{
+    return ById(m_billboards, strId);
+}
+
+BenchTarget CBenchMachine::TargetOf(const std::string& strId)
+{
+    return Pd(strId) != nullptr          ? BenchTarget::Pd
+           : Billboard(strId) != nullptr ? BenchTarget::Billboard
+                                         : BenchTarget::Hub;
+}
+
+std::string CBenchMachine::PdIdAt(const std::string& strLocation, BYTE byAddress) const
+{
+    const std::string strHub = IdAt(strLocation);
+    for (const BenchPd& pd : m_bench.pds)
+        if (pd.strHub == strHub && pd.byAddress == byAddress)
+            return pd.strId;
+    return {};
 }
 
 std::vector<std::string> CBenchMachine::PdIds() const
@@ -309,16 +380,28 @@ std::string CBenchMachine::IdAt(const std::string& strLocation) const
     return {};
 }
 
+std::optional<CBenchMachine::Model> CBenchMachine::ModelOf(const std::string& strId)
+{
+    const auto model = [](auto* p) { return Model{&p->Faults(), &p->Banks().Flash()}; };
+    if (CSimHub* const pHub = Hub(strId))
+        return model(pHub);
+    if (CSimPd* const pPd = Pd(strId))
+        return model(pPd);
+    if (CSimBillboard* const pBillboard = Billboard(strId))
+        return model(pBillboard);
+    return std::nullopt;
+}
+
 void CBenchMachine::ForgetFaults()
 {
-    for (const std::unique_ptr<CSimHub>& pHub : m_hubs) {
-        pHub->Faults().Clear();
-        pHub->Banks().Flash().KeepPower();
-    }
-    for (const auto& [strId, pPd] : m_pds) {
-        pPd->Faults().Clear();
-        pPd->Banks().Flash().KeepPower();
-    }
+    std::vector<std::string> ids = Ids();
+    for (const std::string& strId : PdIds())
+        ids.push_back(strId);
+    for (const std::string& strId : ids)
+        if (const std::optional<Model> model = ModelOf(strId)) {
+            model->pFaults->Clear();
+            model->pFlash->KeepPower();
+        }
     m_faults.clear();
 }
 
@@ -329,33 +412,28 @@ void CBenchMachine::AddFault(const BenchFault& fault)
                                       fault.dwCode);
         return;
     }
-    CSimHub* const pHub = Hub(fault.strHub);
-    CSimPd* const pPd = Pd(fault.strHub);
-    if (pHub == nullptr && pPd == nullptr)
+    const std::optional<Model> model = ModelOf(fault.strTarget);
+    if (!model)
         return;
-    SimFaultPlan& plan = pPd != nullptr ? pPd->Faults() : pHub->Faults();
     BenchFault kept = fault;
     kept.nNth += SoFar(fault);
-    if (fault.bPowerCut && pPd != nullptr)
-        pPd->LosePowerAt(kept.nNth, fault.eWhen);
-    else if (fault.bPowerCut)
-        pHub->LosePowerAt(kept.nNth, fault.eWhen);
+    if (fault.bPowerCut)
+        model->pFlash->LosePowerAt(kept.nNth, fault.eWhen);
     else if (fault.byRequest)
-        plan.OnRequest(*fault.byRequest, kept.nNth, fault.fault);
+        model->pFaults->OnRequest(*fault.byRequest, kept.nNth, fault.fault);
     else
-        plan.At(kept.nNth, fault.fault);
+        model->pFaults->At(kept.nNth, fault.fault);
     m_faults.push_back(kept);
 }
 
 /// What a fault's count is about: how many there have been.
 std::uint64_t CBenchMachine::SoFar(const BenchFault& fault)
 {
-    CSimHub* const pHub = Hub(fault.strHub);
-    CSimPd* const pPd = Pd(fault.strHub);
+    const std::optional<Model> model = ModelOf(fault.strTarget);
     if (fault.bPowerCut)
-        return pPd != nullptr ? pPd->FlashOperations() : pHub->FlashOperations();
-    const SimFaultPlan& plan = pPd != nullptr ? pPd->Faults() : pHub->Faults();
-    return fault.byRequest ? plan.Transfers(*fault.byRequest) : plan.Transfers();
+        return model->pFlash->Operations();
+    return fault.byRequest ? model->pFaults->Transfers(*fault.byRequest)
+                           : model->pFaults->Transfers();
 }
 
 std::vector<BenchFault> CBenchMachine::PendingFaults()
@@ -406,9 +484,9 @@ void CBenchMachine::Settle()
     const CSimClock::Micros usLimit = clock.Now() + kSettleLimit;
     while (clock.AnythingScheduled() && clock.NextEvent() <= usLimit)
         clock.AdvanceTo(clock.NextEvent());
-    // A hub that dropped off for good stays off until it is plugged anew.
+    // What dropped off for good stays off until it is plugged anew.
     for (auto& [strId, node] : m_nodes)
-        if (node.pHub != nullptr && !node.pHub->IsOnBus())
+        if (node.pChip != nullptr && !node.pChip->IsOnBus())
             node.bPlugged = false;
 }
 

@@ -25,6 +25,12 @@ public:
     /// A PD controller's model by its id, null: there is none.
     CSimPd* Pd(const std::string& strId);
     std::vector<std::string> PdIds() const;
+    /// The PD controller behind a hub's place at an 8-bit address; empty: there is none.
+    std::string PdIdAt(const std::string& strLocation, BYTE byAddress) const;
+    /// A billboard device's model by its id, null: there is none.
+    CSimBillboard* Billboard(const std::string& strId);
+    BenchTarget TargetOf(const std::string& strId); ///< of a thing that has a model
+    bool HasModel(const std::string& strId) { return ModelOf(strId).has_value(); }
     bool IsPlugged(const std::string& strId) const;
     bool Knows(const std::string& strId) const
     {
@@ -58,8 +64,8 @@ private:
     struct Node
     {
         CSimNode* pNode = nullptr;
-        CSimNode* pSuper = nullptr; ///< the SuperSpeed half
-        CSimHub* pHub = nullptr;    ///< null for devices of others
+        CSimNode* pSuper = nullptr;   ///< the SuperSpeed half
+        CSimUsbChip* pChip = nullptr; ///< its model; null for devices of others
         std::string strParent;
         bool bPlugged = true;
     };
@@ -71,15 +77,25 @@ private:
     void AddForeignHub(const BenchForeignHub& hub);
     void AddDevice(const BenchDevice& device);
     void AddPd(const BenchPd& pd);
+    void AddBillboard(const BenchBillboard& billboard);
     void SetUpProcess();
-    void Show(Node& node);
+    static void Show(Node& node);
+
+    /// What goes wrong in a model, and what loses its power.
+    struct Model
+    {
+        SimFaultPlan* pFaults;
+        CSimFlash* pFlash;
+    };
+    std::optional<Model> ModelOf(const std::string& strId);
     std::uint64_t SoFar(const BenchFault& fault);
 
     BenchDescription m_bench;
     std::unique_ptr<CSimMachine> m_pMachine;
     std::map<std::string, Node> m_nodes;                  ///< controllers stand for their root hubs
     std::map<std::string, std::unique_ptr<CSimPd>> m_pds; ///< outlive their hubs
-    std::vector<std::unique_ptr<CSimHub>> m_hubs;
+    std::map<std::string, std::unique_ptr<CSimHub>> m_hubs;
+    std::map<std::string, std::unique_ptr<CSimBillboard>> m_billboards;
     std::vector<std::unique_ptr<CSimPlainDevice>> m_plain;
     std::vector<BenchFault> m_faults;
 };

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <type_traits>
 
 using nlohmann::ordered_json;
 
@@ -37,15 +38,16 @@ std::string NameOf(const Names& names, const auto& matches)
 
 ordered_json FaultJson(const BenchFault& fault)
 {
-    ordered_json json = {{fault.bPd ? "pd" : "hub", fault.strHub}};
+    const BenchTargetName& target = NameOfTarget(fault.eTarget);
+    ordered_json json = {{target.pszKey, fault.strTarget}};
     if (fault.bPowerCut) {
         json["powerCut"] = fault.nNth;
         json["when"] = NameOf(kBenchCuts, [&](const auto& e) { return e.eWhen == fault.eWhen; });
         return json;
     }
     if (fault.byRequest)
-        json["request"] = NameOf(fault.bPd ? kBenchPdCommands : kBenchRequests,
-                                 [&](const auto& e) { return e.byRequest == *fault.byRequest; });
+        json["request"] =
+            NameOf(target.requests, [&](const auto& e) { return e.byRequest == *fault.byRequest; });
     json["nth"] = fault.nNth;
     const SimFault& details = fault.fault;
     json["kind"] = NameOf(kBenchFaults, [&](const auto& e) { return e.eKind == details.eKind; });
@@ -58,34 +60,36 @@ ordered_json FaultJson(const BenchFault& fault)
     return json;
 }
 
-void LoadHub(CJsonObject object, CBenchMachine& bench)
+/// @param find the model of an id, or null
+template<typename Find>
+void LoadModel(CJsonObject object, const Find& find)
 {
-    const std::string strId = object.Text("id");
-    CSimHub* const pHub = bench.Hub(strId);
-    if (pHub == nullptr)
-        object.Refuse("id", "names no hub of the bench: this state belongs to another");
-    CSimHubBanks::Kept kept = pHub->Keep();
+    auto* const pModel = find(object.Text("id"));
+    if (pModel == nullptr)
+        object.Refuse("id", "names nothing of this kind on the bench: this state belongs to "
+                            "another");
+    auto kept = pModel->Keep();
     kept.flash = ReadFlash(object, kept.flash.size());
-    (void)object.Flag("onBus", true); // for people and tests; "plugged" decides
     kept.nActive = static_cast<unsigned>(object.Number("activeBank", 0, 1));
     kept.bFresh = object.Flag("fresh", false);
     kept.bRunsFlash = object.Flag("runsFlash", false);
-    pHub->Restore(kept, pHub->IsOnBus());
+    const bool bOnBus = object.Flag("onBus", true);
+    // Whether a USB device is there was decided by "plugged".
+    constexpr bool bUsb = std::is_base_of_v<CSimUsbChip, std::remove_pointer_t<decltype(pModel)>>;
+    pModel->Restore(kept, bUsb ? pModel->IsOnBus() : bOnBus);
     object.Done();
 }
 
-void LoadPd(CJsonObject object, CBenchMachine& bench)
+template<typename Model>
+ordered_json ModelJson(const std::string& strId, const Model& model)
 {
-    CSimPd* const pPd = bench.Pd(object.Text("id"));
-    if (pPd == nullptr)
-        object.Refuse("id", "names no PD controller of the bench: this state belongs to another");
-    CSimPdBanks::Kept kept = pPd->Keep();
-    kept.flash = ReadFlash(object, kept.flash.size());
-    kept.nActive = static_cast<unsigned>(object.Number("activeBank", 0, 1));
-    kept.bFresh = object.Flag("fresh", false);
-    kept.bRunsFlash = object.Flag("runsFlash", false);
-    pPd->Restore(kept, object.Flag("onBus", true));
-    object.Done();
+    const auto kept = model.Keep();
+    return {{"id", strId},
+            {"onBus", model.IsOnBus()},
+            {"activeBank", kept.nActive},
+            {"fresh", kept.bFresh},
+            {"runsFlash", kept.bRunsFlash},
+            {"flash", BenchFlashText(kept.flash)}};
 }
 
 void LoadPlugged(CJsonObject object, CBenchMachine& bench)
@@ -122,9 +126,11 @@ void CBenchState::Load(CBenchMachine& bench) const
     for (CJsonObject& entry : object.Objects("plugged"))
         LoadPlugged(entry, bench);
     for (CJsonObject& entry : object.Objects("hubs"))
-        LoadHub(entry, bench);
+        LoadModel(entry, [&](const std::string& str) { return bench.Hub(str); });
     for (CJsonObject& entry : object.Objects("pdControllers"))
-        LoadPd(entry, bench);
+        LoadModel(entry, [&](const std::string& str) { return bench.Pd(str); });
+    for (CJsonObject& entry : object.Objects("billboards"))
+        LoadModel(entry, [&](const std::string& str) { return bench.Billboard(str); });
     bench.ForgetFaults(); // those of the bench file were taken over when the state was made
     for (CJsonObject& entry : object.Objects("faults"))
         bench.AddFault(CBenchFile::ParseFault(entry));
@@ -139,29 +145,13 @@ void CBenchState::Save(CBenchMachine& bench) const
     document["faults"] = ordered_json::array();
     for (const std::string& strId : bench.Ids()) {
         document["plugged"].push_back({{"id", strId}, {"plugged", bench.IsPlugged(strId)}});
-        const CSimHub* const pHub = bench.Hub(strId);
-        if (pHub == nullptr)
-            continue;
-        const CSimHubBanks::Kept kept = pHub->Keep();
-        document["hubs"].push_back({{"id", strId},
-                                    {"onBus", pHub->IsOnBus()},
-                                    {"activeBank", kept.nActive},
-                                    {"fresh", kept.bFresh},
-                                    {"runsFlash", kept.bRunsFlash},
-                                    {"flash", BenchFlashText(kept.flash)}});
+        if (const CSimHub* const pHub = bench.Hub(strId))
+            document["hubs"].push_back(ModelJson(strId, *pHub));
+        if (const CSimBillboard* const pBillboard = bench.Billboard(strId))
+            document["billboards"].push_back(ModelJson(strId, *pBillboard));
     }
-    if (!bench.PdIds().empty())
-        document["pdControllers"] = ordered_json::array();
-    for (const std::string& strId : bench.PdIds()) {
-        const CSimPd& pd = *bench.Pd(strId);
-        const CSimPdBanks::Kept kept = pd.Keep();
-        document["pdControllers"].push_back({{"id", strId},
-                                             {"onBus", pd.IsOnBus()},
-                                             {"activeBank", kept.nActive},
-                                             {"fresh", kept.bFresh},
-                                             {"runsFlash", kept.bRunsFlash},
-                                             {"flash", BenchFlashText(kept.flash)}});
-    }
+    for (const std::string& strId : bench.PdIds())
+        document["pdControllers"].push_back(ModelJson(strId, *bench.Pd(strId)));
     for (const BenchFault& fault : bench.PendingFaults())
         document["faults"].push_back(FaultJson(fault));
     const std::string strText = document.dump(1) + "\n";

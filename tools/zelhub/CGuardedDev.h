@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <vector>
 
+constexpr DWORD kUnknownError = 0xFFFFFFFF; ///< a transfer failed, and its code is not known
+
 /// A device of the tool's: does every step as the library's device does, notes what happened,
 /// stops for Ctrl-C before flash is touched, and lets no difference between image and flash
 /// pass.
@@ -58,7 +60,7 @@ public:
             return false;
         m_facts.bWriteBegun = true;
         Noted(Phase::Write);
-        m_facts.bWritten = Base::WriteFlashEx(vFw);
+        m_facts.bWritten = WriteImage(vFw);
         return Complain(m_facts.bWritten);
     }
 
@@ -97,6 +99,9 @@ public:
     }
 
 protected:
+    /// Writes an image to the bank that was chosen.
+    virtual bool WriteImage(const std::vector<BYTE>& vFw) { return Base::WriteFlashEx(vFw); }
+
     virtual DWORD PieceSize() const = 0; ///< bytes between two steps of the progress
 
     /// Reads flash at an offset from the code area's start. @return 0 or the error
@@ -114,8 +119,9 @@ private:
             by = static_cast<BYTE>(~by);
         const DWORD dwRes = ReadPiece(dwFrom, piece.data(), cb);
         if (dwRes != 0) {
-            m_facts.strCheckError = "flash cannot be read at offset " + Hex(dwFrom, 6) +
-                                    " (error " + std::to_string(dwRes) + ")";
+            m_facts.strCheckError = "flash cannot be read at offset " + Hex(dwFrom, 6);
+            if (dwRes != kUnknownError)
+                m_facts.strCheckError += " (error " + std::to_string(dwRes) + ")";
             return Complain(false);
         }
         for (DWORD i = 0; i < cb; ++i) {

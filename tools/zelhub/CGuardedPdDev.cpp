@@ -7,11 +7,17 @@ namespace
 
 constexpr std::array<BYTE, 4> kReadCommands = {0x24, 0x26, 0x33, 0x34}; ///< by segment of flash
 constexpr DWORD kSegmentSize = 0x10000;
-constexpr DWORD kUnit = 31;
 constexpr DWORD kTimeoutMs = 5000;
 constexpr BYTE kPattern = 0xA5;
 
 } // namespace
+
+DWORD CGuardedPdDev::BlockInTrans(const DEVICE_ATTR& attr, BYTE byCommand, USHORT wOffset,
+                                  BYTE* pData, BYTE byLen, DWORD dwTimeoutMs)
+{
+    m_dwReadError = CI2CPdDev::BlockInTrans(attr, byCommand, wOffset, pData, byLen, dwTimeoutMs);
+    return m_dwReadError;
+}
 
 bool CGuardedPdDev::MP_GetICStatus(BYTE* pBuf, BYTE byLen)
 {
@@ -29,7 +35,7 @@ bool CGuardedPdDev::Reset2RomEx()
     if (!m_facts.bDualBank)
         return CGuardedDev::Reset2RomEx();
     BeginPhase(Phase::ResetToRom);
-    m_facts.strCheckError = "the PD controller did not say from which bank it runs";
+    m_facts.strCheckError = "the " + m_facts.strDevice + " did not say from which bank it runs";
     return Complain(false);
 }
 

@@ -5,15 +5,23 @@
 
 #include <array>
 
-/// The tool's PD controller behind a hub.
+/// The tool's PD controller: behind a hub, unless a class below takes its transfers elsewhere.
 class CGuardedPdDev : public CGuardedDev<CI2CPdDev>
 {
 public:
     static constexpr DWORD kBankSize = 0x20000;
     static constexpr DWORD kMarkAt = 0x7EF0; ///< two zeros here: the other bank took over
     static constexpr DWORD kMarkLength = 2;
+    static constexpr DWORD kUnit = 31;
 
-    CGuardedPdDev() : CGuardedDev("PD controller") {}
+    explicit CGuardedPdDev(std::string strDevice = "PD controller")
+        : CGuardedDev(std::move(strDevice))
+    {}
+
+    /// Reads block by block; notes how the last one ended.
+    DWORD BlockInTrans(const DEVICE_ATTR& attr, BYTE byCommand, USHORT wOffset, BYTE* pData,
+                       BYTE byLen, DWORD dwTimeoutMs) override;
+    DWORD LastReadError() const { return m_dwReadError; }
 
     /// Reads the status twice and takes it only when both are the same: a status that did not
     /// arrive, or not as it was sent, would choose the wrong bank.
@@ -24,7 +32,8 @@ public:
     bool Reset2RomEx() override;
 
     /// Reads at any address of both banks. @return 0 or the error
-    DWORD ReadFlash(DWORD dwAddr, BYTE* pBuf, DWORD cb);
+    virtual DWORD ReadFlash(DWORD dwAddr, BYTE* pBuf, DWORD cb);
+    virtual DWORD ReadUnit() const { return kUnit; } ///< bytes that one transfer reads at most
 
     /// StrictReadBack compares this bank. @param bMarkMayBeSet its mark is no difference
     void CompareBank(unsigned nBank, bool bMarkMayBeSet);
@@ -36,4 +45,5 @@ protected:
 
 private:
     bool m_bMarkMayBeSet = false;
+    DWORD m_dwReadError = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "find/CDevProperty.h"
 #include "tools/zelhub/CImageFile.h"
+#include "tools/zelhub/CSelector.h"
 #include "tools/zelhub/Failure.h"
 #include "tools/zelhub/HostSystem.h"
 #include "tools/zelhub/HubOnBus.h"
@@ -32,19 +33,6 @@ std::vector<unsigned long> Numbers(const std::string& strText)
     return numbers;
 }
 
-bool Before(const HubRow& a, const HubRow& b)
-{
-    const size_t nA = a.strLocation.find("#USBROOT");
-    const size_t nB = b.strLocation.find("#USBROOT");
-    const std::string strA = a.strLocation.substr(0, nA);
-    const std::string strB = b.strLocation.substr(0, nB);
-    if (strA != strB)
-        return strA < strB;
-    const auto portsA = Numbers(a.strPort);
-    const auto portsB = Numbers(b.strPort);
-    return portsA != portsB ? portsA < portsB : a.dwInstance < b.dwInstance;
-}
-
 std::string KindText(const HubRow& row)
 {
     switch (row.eKind) {
@@ -71,22 +59,9 @@ Cell Optional(const std::string& strText)
     return strText.empty() ? Cell::None() : Cell(Printable(strText));
 }
 
-bool ParseWhole(const std::string& strText, unsigned long& n)
-{
-    const bool bHex = strText.rfind("0x", 0) == 0;
-    const char* const pFrom = strText.data() + (bHex ? 2 : 0);
-    const char* const pEnd = strText.data() + strText.size();
-    const std::from_chars_result result = std::from_chars(pFrom, pEnd, n, bHex ? 16 : 10);
-    return pFrom != pEnd && result.ec == std::errc() && result.ptr == pEnd;
-}
+} // namespace
 
-[[noreturn]] void RefuseSelector(const std::string& strSelector)
-{
-    throw CToolError(ExitCode::Usage, "--hub \"" + Printable(strSelector) + "\" is no selector",
-                     "Use '#2' (number in the list), inst:NUMBER, path:LOCATION or port:1.3.");
-}
-
-void CheckKind(const HubRow& row)
+void CHubList::CheckKind(const HubRow& row)
 {
     const std::string strPlace = " at " + Printable(row.strLocation);
     switch (row.eKind) {
@@ -105,8 +80,6 @@ void CheckKind(const HubRow& row)
                                       : "Close other programs that use it, or plug it in again.");
     }
 }
-
-} // namespace
 
 std::string Narrow(const WCHAR* pszText)
 {
@@ -135,6 +108,15 @@ std::string PortChain(const std::string& strLocation)
     return strChain;
 }
 
+bool IsPlaceBefore(const std::string& strA, const std::string& strB)
+{
+    const std::string strRootA = strA.substr(0, strA.find("#USBROOT"));
+    const std::string strRootB = strB.substr(0, strB.find("#USBROOT"));
+    if (strRootA != strRootB)
+        return strRootA < strRootB;
+    return Numbers(PortChain(strA)) < Numbers(PortChain(strB));
+}
+
 CHubList CHubList::Make(CToolResponder& responder, bool bDetails)
 {
     CHubList list;
@@ -149,7 +131,10 @@ CHubList CHubList::Make(CToolResponder& responder, bool bDetails)
             HubProbe::AskOwn(row);
         list.m_rows.push_back(row);
     }
-    std::sort(list.m_rows.begin(), list.m_rows.end(), Before);
+    std::sort(list.m_rows.begin(), list.m_rows.end(), [](const HubRow& a, const HubRow& b) {
+        return IsPlaceBefore(a.strLocation, b.strLocation) ||
+               (a.strLocation == b.strLocation && a.dwInstance < b.dwInstance);
+    });
     return list;
 }
 
@@ -188,58 +173,7 @@ Table CHubList::AsTable() const
     return table;
 }
 
-std::vector<const HubRow*> CHubList::Candidates(const std::string& strSelector) const
-{
-    std::vector<const HubRow*> rows;
-    const auto collect = [&](const auto& matches) {
-        for (const HubRow& row : m_rows)
-            if (matches(row))
-                rows.push_back(&row);
-    };
-    unsigned long n = 0;
-    if (strSelector.empty()) {
-        collect([](const HubRow& row) { return row.eKind == HubKind::Own; });
-    } else if (strSelector[0] == '#') {
-        if (!ParseWhole(strSelector.substr(1), n) || n == 0)
-            RefuseSelector(strSelector);
-        if (n <= m_rows.size())
-            rows.push_back(&m_rows[n - 1]);
-    } else if (strSelector.rfind("inst:", 0) == 0) {
-        if (!ParseWhole(strSelector.substr(5), n))
-            RefuseSelector(strSelector);
-        collect([&](const HubRow& row) { return row.dwInstance == n; });
-    } else if (strSelector.rfind("path:", 0) == 0 && strSelector.size() > 5) {
-        collect([&](const HubRow& row) { return row.strLocation == strSelector.substr(5); });
-    } else if (strSelector.rfind("port:", 0) == 0 && strSelector.size() > 5) {
-        collect([&](const HubRow& row) { return row.strPort == strSelector.substr(5); });
-    } else {
-        RefuseSelector(strSelector);
-    }
-    return rows;
-}
-
 const HubRow& CHubList::Select(const std::string& strSelector, COutput& output) const
 {
-    const std::vector<const HubRow*> rows = Candidates(strSelector);
-    if (rows.size() == 1) {
-        CheckKind(*rows.front());
-        return *rows.front();
-    }
-    output.Show("hubs", AsTable());
-    if (!rows.empty())
-        throw CToolError(ExitCode::Usage,
-                         strSelector.empty()
-                             ? std::to_string(rows.size()) + " hubs are here and none was chosen"
-                             : "--hub " + Printable(strSelector) + " names " +
-                                   std::to_string(rows.size()) + " hubs",
-                         "Choose one with --hub '#N' (or inst:, path:, port:) from the list.");
-    if (!strSelector.empty())
-        throw CToolError(ExitCode::NoDevice, "there is no hub " + Printable(strSelector),
-                         "Choose one from the list, or check that it is plugged in.");
-    const auto unknown = [](const HubRow& row) { return row.eKind == HubKind::Unknown; };
-    const auto it = std::find_if(m_rows.begin(), m_rows.end(), unknown);
-    if (it != m_rows.end())
-        CheckKind(*it);
-    throw CToolError(ExitCode::NoDevice, "no hub of the maker's is here",
-                     "Check that it is plugged in; zelhub list shows what is seen.");
+    return SelectRow(*this, strSelector, output);
 }

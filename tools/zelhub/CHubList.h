@@ -46,12 +46,23 @@ public:
     /// ambiguous, not the maker's; the list is shown where it helps.
     const HubRow& Select(const std::string& strSelector, COutput& output) const;
 
-private:
-    std::vector<const HubRow*> Candidates(const std::string& strSelector) const;
+    // What a selection needs to know.
+    using Row = HubRow;
+    static constexpr const char* kKey = "hubs";
+    static constexpr const char* kNoun = "hub";
+    static constexpr const char* kOption = "--hub";
+    static constexpr const char* kCommand = "zelhub list";
+    static bool IsOwn(const HubRow& row) { return row.eKind == HubKind::Own; }
+    static bool IsUnknown(const HubRow& row) { return row.eKind == HubKind::Unknown; }
+    static void CheckKind(const HubRow& row);
 
+private:
     std::vector<HubRow> m_rows;
     bool m_bDetails = false;
 };
+
+/// Orders location paths as people count: port 1.3 before 1.10.
+bool IsPlaceBefore(const std::string& strA, const std::string& strB);
 
 /// "1.3" of a location path; empty when it has no ports.
 std::string PortChain(const std::string& strLocation);

@@ -9,6 +9,8 @@
 namespace
 {
 
+constexpr const char* kStep = "#USB("; ///< of a location path, one for each tier
+
 /// FNV-1a: the same in every process.
 std::uint64_t HashOf(const std::string& strText)
 {
@@ -32,19 +34,36 @@ std::string CHubLock::NameOf(const std::string& strLocation, const std::string& 
     return "zelhub-" + strName + "-" + Hex(HashOf(strWhole), 16).substr(2) + ".lock";
 }
 
-CHubLock::CHubLock(const std::string& strLocation, const std::string& strBench)
+CHubLock::CHubLock(const std::string& strLocation, const std::string& strBench,
+                   const std::string& strWhat)
 {
     const std::string strPlace = strBench.empty() ? strBench : HostSystem::AbsolutePath(strBench);
+    Take(strLocation, strPlace, strWhat, false);
+    std::string strAbove = strLocation;
+    for (size_t n = strAbove.rfind(kStep); n != std::string::npos; n = strAbove.rfind(kStep)) {
+        strAbove.erase(n);
+        if (strAbove.find(kStep) != std::string::npos)
+            Take(strAbove, strPlace, "the hub above it at ", true);
+    }
+}
+
+void CHubLock::Take(const std::string& strLocation, const std::string& strBench,
+                    const std::string& strWhat, bool bShared)
+{
+    const std::string strDevice = strWhat + Printable(strLocation);
+    std::unique_ptr<HostSystem::CProcessLock> pLock;
     std::string strWhy;
-    switch (HostSystem::TakeLock(NameOf(strLocation, strPlace), m_pLock, strWhy)) {
+    switch (HostSystem::TakeLock(NameOf(strLocation, strBench), bShared, pLock, strWhy)) {
     case HostSystem::LockResult::Held:
+        m_locks.push_back(std::move(pLock));
         return;
     case HostSystem::LockResult::Busy:
         throw CToolError(ExitCode::NoAccess,
-                         "another zelhub is working on the hub at " + Printable(strLocation),
+                         "another zelhub is working on " + strDevice +
+                             (bShared ? "" : ", or on what hangs on it"),
                          "Wait until it has finished, then type this again.");
     case HostSystem::LockResult::Failed:
-        throw CToolError(ExitCode::NoAccess, "the hub cannot be locked: " + Printable(strWhy),
+        throw CToolError(ExitCode::NoAccess, strDevice + " cannot be locked: " + Printable(strWhy),
                          "Make that file writable for you, or run as the user who made it.");
     }
 }

@@ -92,66 +92,70 @@ ExitCode FailedCode(const OperationFacts& facts, bool bPresent)
     return ExitCode::DeviceLost;
 }
 
+WatchedDevice OfHub(CHubSession& session)
+{
+    return {session.Context(),
+            session.Responder(),
+            session.Dev(),
+            [&session] { return session.IsOnBus(); },
+            session.SelectorText(),
+            "the hub",
+            [&session] { return session.Context().Bench().IdAt(session.Chosen().strLocation); }};
+}
+
 } // namespace
 
 COperationWatch::COperationWatch(CHubSession& session, std::string strRepeat,
                                  unsigned long long cbImage, bool bDualBank)
-    : COperationWatch(
-          session, session.Dev(), [&session] { return session.IsOnBus(); }, std::move(strRepeat),
-          cbImage, bDualBank)
+    : COperationWatch(OfHub(session), std::move(strRepeat), cbImage, bDualBank)
 {}
 
-COperationWatch::COperationWatch(CHubSession& session, COperationNotes& notes,
-                                 std::function<bool()> isPresent, std::string strRepeat,
+COperationWatch::COperationWatch(WatchedDevice device, std::string strRepeat,
                                  unsigned long long cbImage, bool bDualBank)
-    : m_session(session),
-      m_notes(notes),
-      m_isPresent(std::move(isPresent)),
-      m_strRepeat(std::move(strRepeat)),
-      m_cbImage(cbImage)
+    : m_device(std::move(device)), m_strRepeat(std::move(strRepeat)), m_cbImage(cbImage)
 {
     COperationNotes::Hooks hooks;
     hooks.step = [this](Phase ePhase, int n) { Step(ePhase, n); };
     hooks.wantsToStop = [this] { return WantsToStop(); };
-    hooks.transferError = [this] { return m_session.Responder().LastFailure(); };
-    m_notes.SetHooks(std::move(hooks));
-    m_notes.ForgetFacts(bDualBank);
-    session.Responder().ForgetFailure();
-    session.Responder().OnProgress([this](int n) { LibraryProgress(n); });
+    hooks.transferError = [this] { return m_device.responder.LastFailure(); };
+    m_device.notes.SetHooks(std::move(hooks));
+    m_device.notes.ForgetFacts(bDualBank);
+    m_device.responder.ForgetFailure();
+    m_device.responder.OnProgress([this](int n) { LibraryProgress(n); });
     RefreshLeaveCard();
 }
 
 COperationWatch::~COperationWatch()
 {
-    m_session.Responder().OnProgress({});
-    m_notes.SetHooks({});
+    m_device.responder.OnProgress({});
+    m_device.notes.SetHooks({});
 }
 
 void COperationWatch::Step(Phase ePhase, int nPhasePercent)
 {
-    CProgressView& view = m_session.Context().Progress();
+    CProgressView& view = m_device.context.Progress();
     const int nStart = PhaseStart(ePhase);
     if (nPhasePercent == 0) {
-        m_session.Responder().ForgetFailure();
+        m_device.responder.ForgetFailure();
         view.Phase(PhaseName(ePhase), nStart, MovesImage(ePhase) ? m_cbImage : 0);
     } else if (ePhase == Phase::Verify) {
         view.Step(nPhasePercent, nStart + nPhasePercent * (kVerifyTo - nStart) / 100);
     }
     RefreshLeaveCard();
     if (nPhasePercent <= 1)
-        m_session.Context().SaveBench(false);
+        m_device.context.SaveBench(false);
     else
-        m_session.Context().SaveBenchNowAndThen();
+        m_device.context.SaveBenchNowAndThen();
 }
 
 void COperationWatch::LibraryProgress(int nPercent)
 {
-    const Phase ePhase = m_notes.Facts().ePhase;
+    const Phase ePhase = m_device.notes.Facts().ePhase;
     if (ePhase == Phase::Write && nPercent >= kWriteFrom && nPercent < kWriteTo)
-        m_session.Context().Progress().Step((nPercent - kWriteFrom) * 100 / (kWriteTo - kWriteFrom),
-                                            nPercent);
-    m_session.Context().SaveBenchNowAndThen();
-    if (!m_bSaidSo && HostSystem::Interrupts() != 0 && m_notes.Facts().FlashTouched())
+        m_device.context.Progress().Step((nPercent - kWriteFrom) * 100 / (kWriteTo - kWriteFrom),
+                                         nPercent);
+    m_device.context.SaveBenchNowAndThen();
+    if (!m_bSaidSo && HostSystem::Interrupts() != 0 && m_device.notes.Facts().FlashTouched())
         (void)WantsToStop(); // only to say so: from here on it goes on to its end
 }
 
@@ -161,9 +165,9 @@ bool COperationWatch::WantsToStop()
         return false;
     if (!m_bSaidSo) {
         m_bSaidSo = true;
-        m_session.Context().Progress().Clear();
-        m_session.Context().Out().Warn(
-            m_notes.Facts().FlashTouched()
+        m_device.context.Progress().Clear();
+        m_device.context.Out().Warn(
+            m_device.notes.Facts().FlashTouched()
                 ? "interrupted: the flash is being changed, so this goes on to its end; press "
                   "Ctrl-C again to leave at once"
                 : "interrupted: stopping before the flash is touched");
@@ -173,7 +177,7 @@ bool COperationWatch::WantsToStop()
 
 void COperationWatch::RefreshLeaveCard()
 {
-    const OperationFacts& facts = m_notes.Facts();
+    const OperationFacts& facts = m_device.notes.Facts();
     Failure failure;
     failure.eCode = facts.FlashTouched() && !facts.bVerified ? ExitCode::WriteFailed
                     : facts.bReset || facts.bStarted         ? ExitCode::DeviceLost
@@ -186,19 +190,19 @@ void COperationWatch::RefreshLeaveCard()
         StateText(facts, bRestarting && (facts.bReset || facts.bStarted) ? Presence::Restarting
                                                                          : Presence::OnBus);
     failure.strNext = NextText(true, facts.FlashTouched() && !facts.bDualBank);
-    m_session.Context().SetLeave(failure);
+    m_device.context.SetLeave(failure);
 }
 
 std::string COperationWatch::NextText(bool bPresent, bool bBlank) const
 {
-    CToolContext& context = m_session.Context();
+    const Options& options = m_device.context.Opts();
     std::string strNext;
-    if (!bPresent && context.OnBench())
-        strNext = CommandPrefix(context.Opts()) + " bench plug " +
-                  ShellWord(context.Bench().IdAt(m_session.Chosen().strLocation)) + ", then: ";
+    if (!bPresent && m_device.context.OnBench())
+        strNext =
+            CommandPrefix(options) + " bench plug " + ShellWord(m_device.benchId()) + ", then: ";
     else if (!bPresent)
-        strNext = "Unplug the hub and plug it in again, then: ";
-    strNext += CommandPrefix(context.Opts()) + " " + m_strRepeat + " " + m_session.SelectorText();
+        strNext = std::string("Unplug ") + m_device.pszPlug + " and plug it in again, then: ";
+    strNext += CommandPrefix(options) + " " + m_strRepeat + " " + m_device.strSelector;
     const bool bForced = m_strRepeat.find(" --force") != std::string::npos;
     if (bBlank && !bForced && m_strRepeat.find("update ") != std::string::npos)
         strNext += " --force"; // its chip ID cannot be read any more
@@ -207,8 +211,8 @@ std::string COperationWatch::NextText(bool bPresent, bool bBlank) const
 
 void COperationWatch::Fail(ExitCode eCode, const std::string& strWhat)
 {
-    const OperationFacts& facts = m_notes.Facts();
-    const bool bPresent = m_isPresent();
+    const OperationFacts& facts = m_device.notes.Facts();
+    const bool bPresent = m_device.isPresent();
     const bool bBlank = facts.FlashTouched() && !facts.bVerified && !facts.bDualBank;
     throw CToolError(Failure{
         eCode, strWhat.empty() ? FailedWhat(facts) : strWhat, PhaseName(facts.ePhase),
@@ -217,8 +221,8 @@ void COperationWatch::Fail(ExitCode eCode, const std::string& strWhat)
 
 void COperationWatch::FailByFacts()
 {
-    const OperationFacts& facts = m_notes.Facts();
+    const OperationFacts& facts = m_device.notes.Facts();
     if (facts.bInterrupted)
         Fail(ExitCode::General, "interrupted before the flash was touched");
-    Fail(FailedCode(facts, m_isPresent()));
+    Fail(FailedCode(facts, m_device.isPresent()));
 }

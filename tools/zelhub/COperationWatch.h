@@ -2,19 +2,31 @@
 
 #include "tools/zelhub/CHubSession.h"
 
-/// Shows an operation of the chosen hub, or of what hangs behind it, while it runs, keeps the leave
-/// card true, and turns what happened into a failure that a person can act on.
+/// A device whose operation is watched.
+struct WatchedDevice
+{
+    CToolContext& context;
+    CToolResponder& responder;
+    COperationNotes& notes;
+    std::function<bool()> isPresent;      ///< whether it can be reached now
+    std::string strSelector;              ///< how the command line names it
+    const char* pszPlug;                  ///< what a person unplugs
+    std::function<std::string()> benchId; ///< what to plug on a bench, when it is gone
+};
+
+/// Shows an operation of a device while it runs, keeps the leave card true, and turns what happened
+/// into a failure that a person can act on.
 class COperationWatch
 {
 public:
-    /// @param strRepeat the command to type after a failure, from its name on, without --hub
-    /// @param bDualBank the hub's other bank is written, not the one that runs
-    COperationWatch(CHubSession& session, std::string strRepeat, unsigned long long cbImage,
+    /// @param strRepeat the command to type after a failure, from its name on, without selector
+    /// @param bDualBank the device's other bank is written, not the one that runs
+    COperationWatch(WatchedDevice device, std::string strRepeat, unsigned long long cbImage,
                     bool bDualBank);
 
-    /// The same for another device. @param isPresent whether it can be reached now
-    COperationWatch(CHubSession& session, COperationNotes& notes, std::function<bool()> isPresent,
-                    std::string strRepeat, unsigned long long cbImage, bool bDualBank);
+    /// The same for the chosen hub.
+    COperationWatch(CHubSession& session, std::string strRepeat, unsigned long long cbImage,
+                    bool bDualBank);
     COperationWatch(const COperationWatch&) = delete;
     COperationWatch& operator=(const COperationWatch&) = delete;
     ~COperationWatch();
@@ -32,9 +44,7 @@ private:
     bool WantsToStop();
     std::string NextText(bool bPresent, bool bBlank) const;
 
-    CHubSession& m_session;
-    COperationNotes& m_notes;
-    std::function<bool()> m_isPresent;
+    WatchedDevice m_device;
     std::string m_strRepeat;
     unsigned long long m_cbImage;
     bool m_bSaidSo = false;

@@ -1,43 +1,33 @@
 #pragma once
 
+#include "flow/CUniversalFlow.h"
 #include "tools/zelhub/CGuardedPdDev.h"
-#include "tools/zelhub/CHubSession.h"
 #include "tools/zelhub/COperationWatch.h"
+#include "tools/zelhub/PdStatus.h"
 #include "tools/zelhub/UpdateGuards.h"
 
-/// What a PD controller says of itself.
-struct PdStatus
-{
-    std::array<BYTE, 20> bytes = {};
+#include <memory>
+#include <optional>
 
-    bool RunsFlash() const { return bytes[0] != 0; }
-    USHORT Version() const { return static_cast<USHORT>(bytes[3] << 8 | bytes[4]); }
-    bool Validates() const { return (bytes[13] & 0x08) != 0; }
-    bool ChecksCrc() const { return (bytes[13] & 0x04) != 0; }
-    unsigned RunningBank() const { return (bytes[14] & 0x10) != 0 ? 1 : 0; }
-};
-
-/// A PD controller behind the chosen hub, which stays open as its master. The hub is never
-/// restarted here.
+/// A PD controller that commands work on, by whatever road it is reached.
 class CPdSession
 {
 public:
-    /// @param bySlaveAddr the 8-bit address
-    CPdSession(CHubSession& hub, BYTE bySlaveAddr);
     CPdSession(const CPdSession&) = delete;
     CPdSession& operator=(const CPdSession&) = delete;
-    ~CPdSession();
+    virtual ~CPdSession();
 
-    CHubSession& Hub() { return m_hub; }
-    CToolContext& Context() { return m_hub.Context(); }
-    CGuardedPdDev& Dev() { return m_dev; }
+    CToolContext& Context() { return m_context; }
+    CGuardedPdDev& Dev() { return *m_pDev; }
     CUniversalFlow& Flow() { return *m_pFlow; }
+    const std::string& Name() const { return m_pDev->Facts().strDevice; }
 
     /// Asks politely: a read, which changes nothing.
     std::optional<PdStatus> TryStatus();
     PdStatus Status(); ///< throws CToolError where it does not answer
 
-    bool Answers(); ///< it can be reached now
+    virtual bool IsRoadOpen() = 0; ///< the device that carries its transfers is on the bus
+    bool Answers();                ///< it can be reached now
 
     /// Waits for it after it was restarted. @return whether it answers
     bool WaitForReturn();
@@ -51,23 +41,28 @@ public:
     /// A watch over its operations.
     COperationWatch Watch(const std::string& strRepeat, DWORD cbImage, bool bDualBank);
 
-    std::vector<Field> Fields(const std::vector<Field>& more) const;
+    /// Which one it is, and what follows, for results.
+    virtual std::vector<Field> Fields(const std::vector<Field>& more) const = 0;
+
+protected:
+    /// @param finder where it is waited for; outlives this
+    CPdSession(CToolContext& context, CToolResponder& responder, IDevFinder& finder,
+               std::unique_ptr<CGuardedPdDev> pDev);
+
+    CToolResponder& Responder() { return m_responder; }
+    virtual std::string SelectorText() const = 0; ///< as a shell reads it
+    virtual const char* PlugText() const = 0;     ///< what a person unplugs to restart it
+    virtual std::string BenchId() = 0;            ///< what to plug on a bench when it is gone
+
+    /// It did not answer a status. @param strWhy what the library says; may be empty
+    [[noreturn]] virtual void RefuseSilence(const std::string& strWhy) = 0;
 
 private:
     bool ReadSure(DWORD dwAddr, std::vector<BYTE>& bytes);
-    [[noreturn]] void RefuseSilence();
 
-    CHubSession& m_hub;
-    BYTE m_bySlaveAddr;
-    CGuardedPdDev m_dev;
+    CToolContext& m_context;
+    CToolResponder& m_responder;
+    IDevFinder& m_finder;
+    std::unique_ptr<CGuardedPdDev> m_pDev;
     std::unique_ptr<CUniversalFlow> m_pFlow;
 };
-
-/// "0x42 (7-bit 0x21)"
-std::string PdAddressText(BYTE bySlaveAddr);
-
-/// Refuses what is no 8-bit address of a device on the bus: throws CToolError (usage).
-BYTE CheckPdAddress(unsigned long long nAddress);
-
-constexpr BYTE kFirstPdAddress = 0x10; ///< 8-bit; lower and higher ones are reserved on I2C
-constexpr BYTE kLastPdAddress = 0xEE;

@@ -1,5 +1,6 @@
 #include "tools/zelhub/CToolResponder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -8,6 +9,16 @@ namespace
 
 /// How the transport reports a transfer that failed; its code may read 0 all the same.
 constexpr const char* kTransferFailed = "IOCTL_KYPROXY_SEND_URB failed";
+
+/// How other failures are reported.
+constexpr const char* kFailed[] = {"fail", "Fail,", "Fail.", "Send FAIL"};
+
+bool HoldsOneOf(const char* pszText, const auto& marks)
+{
+    return std::any_of(std::begin(marks), std::end(marks), [&](const char* pszMark) {
+        return std::strstr(pszText, pszMark) != nullptr;
+    });
+}
 
 /// "[stamp]  In func, text\n" without stamp and line end.
 std::string Body(const char* pszText)
@@ -46,7 +57,7 @@ void CToolResponder::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
     const bool bTransfer = std::strstr(pszText, kTransferFailed) != nullptr;
     if (bTransfer)
         ++m_nFailedTransfers;
-    if (bTransfer || std::strstr(pszText, "fail") != nullptr)
+    if (bTransfer || HoldsOneOf(pszText, kFailed))
         m_strLastFailure = Printable(Body(pszText));
     if (m_line)
         m_line(Body(pszText));

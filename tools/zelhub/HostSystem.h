@@ -42,7 +42,8 @@ enum class LockResult
 };
 
 /// @param strName letters, digits, '-', '_' and '.'
-LockResult TakeLock(const std::string& strName, std::unique_ptr<CProcessLock>& pLock,
+/// @param bShared others may hold it shared as well, but nobody for themselves
+LockResult TakeLock(const std::string& strName, bool bShared, std::unique_ptr<CProcessLock>& pLock,
                     std::string& strWhy);
 
 /// Writes a whole file. A regular file is replaced only when all bytes were written; anything

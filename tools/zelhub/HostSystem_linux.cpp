@@ -152,7 +152,7 @@ void HostSystem::LeaveNow(const char* pszReason)
     Leave(pszReason);
 }
 
-HostSystem::LockResult HostSystem::TakeLock(const std::string& strName,
+HostSystem::LockResult HostSystem::TakeLock(const std::string& strName, bool bShared,
                                             std::unique_ptr<CProcessLock>& pLock,
                                             std::string& strWhy)
 {
@@ -163,7 +163,7 @@ HostSystem::LockResult HostSystem::TakeLock(const std::string& strName,
         return LockResult::Failed;
     }
     pLock = std::make_unique<CFileLock>(nFile);
-    if (::flock(nFile, LOCK_EX | LOCK_NB) == 0)
+    if (::flock(nFile, (bShared ? LOCK_SH : LOCK_EX) | LOCK_NB) == 0)
         return LockResult::Held;
     const bool bBusy = errno == EWOULDBLOCK;
     strWhy = strPath + ": " + std::strerror(errno);

@@ -156,14 +156,15 @@ void HostSystem::LeaveNow(const char* pszReason)
     Leave(pszReason);
 }
 
-HostSystem::LockResult HostSystem::TakeLock(const std::string& strName,
+HostSystem::LockResult HostSystem::TakeLock(const std::string& strName, bool bShared,
                                             std::unique_ptr<CProcessLock>& pLock,
                                             std::string& strWhy)
 {
-    // Shared with nobody: the open itself is the lock, and the system ends it with the process.
+    // The open itself is the lock, by what it shares; the system ends it with the process.
     const std::string strPath = LockFolder() + strName;
-    HANDLE const hFile = ::CreateFileA(strPath.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                       OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const DWORD dwAccess = bShared ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+    HANDLE const hFile = ::CreateFileA(strPath.c_str(), dwAccess, bShared ? FILE_SHARE_READ : 0,
+                                       nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (hFile != INVALID_HANDLE_VALUE) {
         pLock = std::make_unique<CHandleLock>(hFile);
         return LockResult::Held;

@@ -1,6 +1,7 @@
 #include "tools/zelhub/commands/AllCommands.h"
 
 #include "tools/zelhub/commands/CBenchCommand.h"
+#include "tools/zelhub/commands/CBillboardCommand.h"
 #include "tools/zelhub/commands/CDumpCommand.h"
 #include "tools/zelhub/commands/CEraseCommand.h"
 #include "tools/zelhub/commands/CI2cCommand.h"
@@ -33,5 +34,6 @@ std::vector<std::unique_ptr<ICommand>> AllCommands()
 {
     return Make<CListCommand, CStatusCommand, CPortsCommand, CVersionCommand, CInfoCommand,
                 CUpdateCommand, CEraseCommand, CDumpCommand, CVerifyCommand, CResetCommand,
-                CWatchCommand, CPdCommand, CI2cCommand, CUdevRuleCommand, CBenchCommand>();
+                CWatchCommand, CPdCommand, CBillboardCommand, CI2cCommand, CUdevRuleCommand,
+                CBenchCommand>();
 }

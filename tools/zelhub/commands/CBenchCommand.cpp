@@ -49,24 +49,32 @@ USHORT ParseVersion(const std::string& strText)
 
 std::vector<std::string> AllRequests()
 {
-    std::vector<std::string> all = AllNames(kBenchRequests);
-    for (const std::string& strName : AllNames(kBenchPdCommands))
-        if (std::find(all.begin(), all.end(), strName) == all.end())
-            all.push_back(strName);
+    std::vector<std::string> all;
+    for (const BenchTargetName& target : kBenchTargets)
+        for (const std::string& strName : AllNames(target.requests))
+            if (std::find(all.begin(), all.end(), strName) == all.end())
+                all.push_back(strName);
     return all;
 }
 
-BYTE RequestOf(const std::string& strName, bool bPd)
+BYTE RequestOf(const std::string& strName, BenchTarget eTarget)
 {
-    const std::vector<BenchRequestName>& names = bPd ? kBenchPdCommands : kBenchRequests;
-    const auto it = std::find_if(names.begin(), names.end(),
+    const BenchTargetName& target = NameOfTarget(eTarget);
+    const auto it = std::find_if(target.requests.begin(), target.requests.end(),
                                  [&](const auto& entry) { return strName == entry.pszName; });
-    if (it == names.end())
+    if (it == target.requests.end())
         throw CToolError(ExitCode::Usage,
-                         "--request: " + strName + " is no request of a " +
-                             (bPd ? "PD controller" : "hub"),
+                         "--request: " + strName + " is no request of a " + target.pszTitle,
                          "Name another.");
     return it->byRequest;
+}
+
+/// How a model stands: what it runs, and what it would not have forgiven.
+template<typename Model>
+std::vector<Cell> ModelCells(Model& model, bool bRunsFlash)
+{
+    return {CodeCell(bRunsFlash), bRunsFlash ? Cell(VersionText(model.Version())) : Cell::None(),
+            Cell::Number(model.Misuse().Count())};
 }
 
 } // namespace
@@ -87,12 +95,12 @@ void CBenchCommand::Declare(CArguments& root)
     m_unplug->Text("ID", m_strId, "its id in the bench file", true);
     m_plug = group.Sub("plug", "Plug a hub or device in; a hub that was off starts anew");
     m_plug->Text("ID", m_strId, "its id in the bench file", true);
-    m_cut = group.Sub("power-cut",
-                      "Let a hub or PD controller lose its power at a later flash operation");
+    m_cut = group.Sub("power-cut", "Let a device lose its power at a later flash operation");
     m_cut->Text("ID", m_strId, "its id in the bench file", true);
     m_cut->Number("--at", m_nNth, 0, 0xFFFFFFFE, "flash operation, 0 is the next (default 0)");
     m_cut->Choice("--when", m_strWhen, AllNames(kBenchCuts), "within it (default middle)");
-    m_fault = group.Sub("fault", "Let a later transfer of a hub or PD controller go wrong");
+    m_fault = group.Sub(
+        "fault", "Let a later transfer of a hub, PD controller or billboard device go wrong");
     DeclareFault(*m_fault);
 }
 
@@ -109,7 +117,7 @@ void CBenchCommand::DeclareFault(CArguments& args)
     args.Number("--mask", m_byMask, 1, 0xFF, "bits that corrupt flips (default 1)");
     args.Number("--back-ms", m_dwBackMs, 0, 3'600'000,
                 "vanish: back after this time (default: never)");
-    args.Flag("--acts", m_bActs, "the hub does it, only its answer is lost");
+    args.Flag("--acts", m_bActs, "the device does it, only its answer is lost");
 }
 
 bool CBenchCommand::Chosen() const
@@ -144,11 +152,12 @@ CBenchMachine& CBenchCommand::Machine(CToolContext& context) const
         throw CToolError(ExitCode::NoDevice,
                          "nothing on the bench has the id " + Printable(m_strId),
                          "zelhub --bench FILE.json bench check shows the ids.");
-    const bool bHub = m_fault->Chosen() || m_cut->Chosen();
-    if (bHub && context.Bench().Hub(m_strId) == nullptr && context.Bench().Pd(m_strId) == nullptr)
-        throw CToolError(ExitCode::NoDevice, Printable(m_strId) + " is not one of the bench's hubs",
-                         "Name one of those under \"hubs\" or \"pdControllers\" in the bench "
-                         "file.");
+    const bool bModel = m_fault->Chosen() || m_cut->Chosen();
+    if (bModel && !context.Bench().HasModel(m_strId))
+        throw CToolError(ExitCode::NoDevice,
+                         Printable(m_strId) + " has no model in which something could go wrong",
+                         "Name one of those under \"hubs\", \"pdControllers\" or \"billboards\" "
+                         "in the bench file.");
     return context.Bench();
 }
 
@@ -177,21 +186,21 @@ void CBenchCommand::Check(CToolContext& context) const
                      {"version", "Version"},
                      {"misuse", "Misuse"}};
     table.pszEmpty = "nothing on the bench";
+    const auto add = [&](const std::string& strId, const std::vector<Cell>& cells) {
+        table.rows.push_back({Cell(Printable(strId)), Cell::YesNo(bench.IsPlugged(strId))});
+        table.rows.back().insert(table.rows.back().end(), cells.begin(), cells.end());
+    };
     for (const std::string& strId : bench.Ids()) {
-        CSimHub* const pHub = bench.Hub(strId);
-        const bool bFlash = pHub != nullptr && pHub->RunsFlash();
-        table.rows.push_back(
-            {Cell(Printable(strId)), Cell::YesNo(bench.IsPlugged(strId)),
-             pHub == nullptr ? Cell::None() : CodeCell(bFlash),
-             bFlash ? Cell(VersionText(pHub->Version())) : Cell::None(),
-             pHub == nullptr ? Cell::None() : Cell::Number(pHub->Misuse().Count())});
+        if (CSimHub* const pHub = bench.Hub(strId))
+            add(strId, ModelCells(*pHub, pHub->RunsFlash()));
+        else if (CSimBillboard* const pBillboard = bench.Billboard(strId))
+            add(strId, ModelCells(*pBillboard, pBillboard->Banks().RunsFlash()));
+        else
+            add(strId, {Cell::None(), Cell::None(), Cell::None()});
     }
     for (const std::string& strId : bench.PdIds()) {
         CSimPd& pd = *bench.Pd(strId);
-        const bool bFlash = pd.Banks().RunsFlash();
-        table.rows.push_back({Cell(Printable(strId)), Cell::YesNo(pd.IsOnBus()), CodeCell(bFlash),
-                              bFlash ? Cell(VersionText(pd.Version())) : Cell::None(),
-                              Cell::Number(pd.Misuse().Count())});
+        add(strId, ModelCells(pd, pd.Banks().RunsFlash()));
     }
     context.Out().Show("bench", table);
 }
@@ -208,10 +217,10 @@ void CBenchCommand::Fault(CToolContext& context) const
 {
     CBenchMachine& bench = Machine(context);
     BenchFault fault;
-    fault.strHub = m_strId;
-    fault.bPd = bench.Pd(m_strId) != nullptr;
+    fault.strTarget = m_strId;
+    fault.eTarget = bench.TargetOf(m_strId);
     if (!m_strRequest.empty())
-        fault.byRequest = RequestOf(m_strRequest, fault.bPd);
+        fault.byRequest = RequestOf(m_strRequest, fault.eTarget);
     fault.nNth = m_nNth;
     fault.fault.eKind = Named(kBenchFaults, m_strKind).eKind;
     fault.fault.dwCode = static_cast<DWORD>(m_dwCode);
@@ -230,8 +239,8 @@ void CBenchCommand::PowerCut(CToolContext& context) const
 {
     CBenchMachine& bench = Machine(context);
     BenchFault fault;
-    fault.strHub = m_strId;
-    fault.bPd = bench.Pd(m_strId) != nullptr;
+    fault.strTarget = m_strId;
+    fault.eTarget = bench.TargetOf(m_strId);
     fault.bPowerCut = true;
     fault.nNth = m_nNth;
     fault.eWhen = Named(kBenchCuts, m_strWhen).eWhen;
