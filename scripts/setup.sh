@@ -50,6 +50,7 @@ for group in "${@:-build}"; do
         ;;
     bench)
         need libbenchmark-dev header benchmark/benchmark.h
+        need valgrind has valgrind
         ;;
     package)
         need dpkg-dev has dpkg-shlibdeps
