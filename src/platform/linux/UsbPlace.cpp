@@ -87,7 +87,8 @@ std::optional<USB_PLACE> UsbPlaceOf(const std::string& strName)
 std::string ControllerFolderOf(const std::string& strFolder, unsigned nBus)
 {
     const std::string strRootHub = "/usb" + std::to_string(nBus);
-    const std::size_t n = (strFolder + "/").find(strRootHub + "/");
+    // The last one: a platform device above may have the same name.
+    const std::size_t n = (strFolder + "/").rfind(strRootHub + "/");
     return n == std::string::npos ? std::string() : strFolder.substr(0, n);
 }
 

@@ -84,14 +84,17 @@ void CSysfsTree::AddFolder(const std::string& strParent, const std::string& strL
         Set(strName, "bcdDevice", "0100");
         Set(strName, "authorized", "1");
         Set(strName, "power/control", "on");
-        Link("bus/usb/devices/" + strName, strFolder);
-        const std::string strInterface =
-            strName.rfind("usb", 0) == 0 ? strBus + "-0:1.0" : strName + ":1.0";
-        fs::create_directories(SysRoot() + "/" + strFolder + "/" + strInterface);
-        Link("bus/usb/devices/" + strInterface, strFolder + "/" + strInterface);
     }
     for (std::string strWord; words >> strWord;)
         AddWord(strName, strWord);
+    if (!IsUsb(strName))
+        return;
+    // As the kernel does it: the attributes first, then the link.
+    const std::string strInterface =
+        (strName.rfind("usb", 0) == 0 ? BusOf(strName) + "-0" : strName) + ":1.0";
+    fs::create_directories(SysRoot() + "/" + strFolder + "/" + strInterface);
+    Link("bus/usb/devices/" + strName, strFolder);
+    Link("bus/usb/devices/" + strInterface, strFolder + "/" + strInterface);
 }
 
 void CSysfsTree::AddWord(const std::string& strName, const std::string& strWord)
