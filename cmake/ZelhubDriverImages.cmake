@@ -5,8 +5,8 @@ set(ZELHUB_DRIVER_X86 "" CACHE FILEPATH "Proxy driver file for x86 (empty: a ref
 set(ZELHUB_DRIVER_X64 "" CACHE FILEPATH "Proxy driver file for x64 (empty: a refusing stand-in)")
 set(ZELHUB_DRIVER_ARM64 "" CACHE FILEPATH "Proxy driver file for ARM64 (empty: a refusing stand-in)")
 
-# True when any carried driver is a stand-in: a package built so is a bench package.
-set(ZELHUB_STAND_IN_DRIVERS OFF)
+# The families that get a stand-in. A package with any is a bench package.
+set(ZELHUB_STAND_IN_DRIVERS "")
 
 # Stops the build unless the file (its bytes as hexadecimal text) is an executable for the
 # processor, with a version resource: the library compares versions before it replaces a driver.
@@ -50,7 +50,9 @@ function(zelhub_driver_image family machine machine_bytes stand_in_bytes out_sou
         set(definition "constexpr BYTE kFile[] = {\n${bytes}\n};")
         set(include "")
     else()
-        set(ZELHUB_STAND_IN_DRIVERS ON PARENT_SCOPE)
+        string(REPLACE Arm64 ARM64 name ${family})
+        string(REPLACE X x name ${name})
+        set(ZELHUB_STAND_IN_DRIVERS ${ZELHUB_STAND_IN_DRIVERS} ${name} PARENT_SCOPE)
         set(definition "constexpr auto kFile = stand_in::MakeFile<${stand_in_bytes}>(stand_in::${machine});")
         set(include "#include \"transport/StandInDriver.h\"\n")
     endif()
@@ -75,6 +77,7 @@ zelhub_driver_image(X64 kX64 6486 38472 driver_x64)
 zelhub_driver_image(Arm64 kArm64 64aa 39496 driver_arm64)
 set(ZELHUB_DRIVER_SOURCES ${driver_x86} ${driver_x64} ${driver_arm64})
 if(ZELHUB_STAND_IN_DRIVERS)
-    message(STATUS "Drivers: refusing stand-ins are embedded where no file was given "
-        "(ZELHUB_DRIVER_X86, ZELHUB_DRIVER_X64, ZELHUB_DRIVER_ARM64)")
+    string(JOIN ", " stand_ins ${ZELHUB_STAND_IN_DRIVERS})
+    message(STATUS "Drivers: refusing stand-ins are embedded for ${stand_ins}; name files by "
+        "ZELHUB_DRIVER_X86, ZELHUB_DRIVER_X64, ZELHUB_DRIVER_ARM64")
 endif()

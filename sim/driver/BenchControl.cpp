@@ -1,20 +1,25 @@
 #include "sim/driver/BenchControl.h"
 
+#include "platform/ErrorCodes.h"
 #include "platform/IDeviceFile.h"
 #include "platform/IProcess.h"
 
-bool BenchControl(Platform& real, DWORD dwCode, const void* pIn, DWORD cbIn, void* pOut,
-                  DWORD cbOut, DWORD* pcbDone)
+DWORD BenchControlError(Platform& real, DWORD dwCode, const void* pIn, DWORD cbIn, void* pOut,
+                        DWORD cbOut, DWORD* pcbDone)
 {
-    const DWORD dwBefore = real.Process().LastError();
+    IProcess& process = real.Process();
+    const DWORD dwBefore = process.LastError();
     IDeviceFile& files = real.DeviceFile();
     HANDLE const hDevice =
         files.Open(BENCH_DEVICE_PATH, kGenericRead | kGenericWrite, kShareAll, kOpenExisting, 0);
-    bool bDone = false;
-    if (hDevice != InvalidHandle()) {
-        bDone = files.Control(hDevice, dwCode, pIn, cbIn, pOut, cbOut, pcbDone);
+    DWORD dwError = kErrNone;
+    if (hDevice == InvalidHandle()) {
+        dwError = process.LastError();
+    } else {
+        if (!files.Control(hDevice, dwCode, pIn, cbIn, pOut, cbOut, pcbDone))
+            dwError = process.LastError();
         files.Close(hDevice);
     }
-    real.Process().SetLastError(dwBefore);
-    return bDone;
+    process.SetLastError(dwBefore);
+    return dwError;
 }

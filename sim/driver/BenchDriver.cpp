@@ -17,17 +17,17 @@ constexpr DWORD kErrNoAccess = 998;
 /// The bus of a running driver, and what the entry needs of it.
 struct Bench
 {
-    CBenchBus bus;
+    std::unique_ptr<IBenchBus> pBus;
     std::vector<WString> paths; ///< by node, empty: no interface
 
-    Bench()
+    explicit Bench(std::unique_ptr<IBenchBus> pPlayed) : pBus(std::move(pPlayed))
     {
         for (const auto& pNode : Nodes())
             paths.push_back(pNode->Spec().interfaces.empty()
                                 ? WString()
                                 : pNode->InterfacePath(0).substr(kPathHead));
     }
-    const std::vector<std::unique_ptr<CSimNode>>& Nodes() { return bus.System()->tree.Nodes(); }
+    const std::vector<std::unique_ptr<CSimNode>>& Nodes() { return pBus->System().tree.Nodes(); }
 };
 
 std::unique_ptr<Bench> g_pBench;
@@ -38,7 +38,7 @@ DWORD Advance(const void* pBuffer, DWORD cbIn)
     if (cbIn != sizeof dwMs)
         return kErrInvalidParameter;
     std::memcpy(&dwMs, pBuffer, sizeof dwMs);
-    g_pBench->bus.System()->clock.Advance(CSimClock::Micros{dwMs} * 1000);
+    g_pBench->pBus->System().clock.Advance(CSimClock::Micros{dwMs} * 1000);
     return kErrNone;
 }
 
@@ -60,12 +60,38 @@ DWORD Log(BYTE* pBuffer, DWORD cbIn, DWORD cbOut, DWORD* pcbDone)
         return kErrInvalidParameter;
     std::memcpy(&dwOffset, pBuffer, sizeof dwOffset);
     std::string strAll;
-    for (const std::string& strLine : g_pBench->bus.System()->proxyDriver.Lines())
+    for (const std::string& strLine : g_pBench->pBus->System().proxyDriver.Lines())
         strAll += strLine + "\n";
     if (dwOffset < strAll.size()) {
         *pcbDone = static_cast<DWORD>(std::min<size_t>(cbOut, strAll.size() - dwOffset));
         std::memcpy(pBuffer, strAll.data() + dwOffset, *pcbDone);
     }
+    return kErrNone;
+}
+
+/// Two texts, each with its zero byte and nothing behind.
+DWORD Load(const void* pBuffer, DWORD cbIn)
+{
+    const std::string strBoth(static_cast<const char*>(pBuffer), cbIn);
+    const size_t nMiddle = strBoth.find('\0');
+    if (nMiddle == std::string::npos || strBoth.find('\0', nMiddle + 1) + 1 != strBoth.size())
+        return kErrInvalidParameter;
+    try {
+        g_pBench = std::make_unique<Bench>(
+            LoadBenchBus(strBoth.substr(0, nMiddle), strBoth.c_str() + nMiddle + 1));
+        return kErrNone;
+    } catch (const std::exception&) {
+        return kErrInvalidData;
+    }
+}
+
+DWORD Keep(const void* pBuffer, DWORD cbIn)
+{
+    DWORD dwFinal = 0;
+    if (cbIn != sizeof dwFinal)
+        return kErrInvalidParameter;
+    std::memcpy(&dwFinal, pBuffer, sizeof dwFinal);
+    g_pBench->pBus->Keep(dwFinal != 0);
     return kErrNone;
 }
 
@@ -80,8 +106,12 @@ DWORD BusRequest(DWORD dwCode, void* pBuffer, DWORD cbIn, DWORD cbOut, DWORD* pc
     case IOCTL_BENCH_LOG:
         return Log(pBytes, cbIn, cbOut, pcbDone);
     case IOCTL_BENCH_FORGET_LOG:
-        g_pBench->bus.System()->proxyDriver.ClearLog();
+        g_pBench->pBus->System().proxyDriver.ClearLog();
         return kErrNone;
+    case IOCTL_BENCH_LOAD:
+        return Load(pBuffer, cbIn);
+    case IOCTL_BENCH_KEEP:
+        return Keep(pBuffer, cbIn);
     default:
         return kErrInvalidFunction;
     }
@@ -90,7 +120,7 @@ DWORD BusRequest(DWORD dwCode, void* pBuffer, DWORD cbIn, DWORD cbOut, DWORD* pc
 DWORD ProxyRequest(DWORD dwProcess, DWORD dwCode, void* pBuffer, DWORD cbIn, DWORD cbOut,
                    DWORD* pcbDone)
 {
-    CSimSystem& system = *g_pBench->bus.System();
+    CSimSystem& system = g_pBench->pBus->System();
     CBenchCaller caller(system, dwProcess);
     SimControlRequest request = {dwCode, pBuffer, cbIn, pBuffer, cbOut};
     const DWORD dwError = system.proxyDriver.Control(caller, request);
@@ -99,14 +129,19 @@ DWORD ProxyRequest(DWORD dwProcess, DWORD dwCode, void* pBuffer, DWORD cbIn, DWO
 }
 } // namespace
 
-unsigned BenchStart(void)
+int BenchStart(void)
 {
     try {
-        g_pBench = std::make_unique<Bench>();
-        return static_cast<unsigned>(g_pBench->Nodes().size());
+        g_pBench = std::make_unique<Bench>(std::make_unique<CBenchBus>());
+        return 1;
     } catch (const std::exception&) {
         return 0;
     }
+}
+
+unsigned BenchNodeCount(void)
+{
+    return static_cast<unsigned>(g_pBench->Nodes().size());
 }
 
 void BenchStop(void)

@@ -9,9 +9,12 @@ extern "C"
 {
 #endif
 
-    /* Builds the bus. Returns the count of its nodes, 0 on failure. */
-    unsigned BenchStart(void);
+    /* Builds the bus. Returns 0 on failure. */
+    int BenchStart(void);
     void BenchStop(void);
+
+    /* The nodes of the bus; others after an IOCTL_BENCH_LOAD. */
+    unsigned BenchNodeCount(void);
 
     /* The path by which a node's interface is opened, without its first four characters, or
      * null for a node without interface. */

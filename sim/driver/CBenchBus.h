@@ -2,20 +2,22 @@
 
 #include "sim/CSimHub.h"
 #include "sim/CSimImage.h"
-#include "sim/CSimSystem.h"
+#include "sim/driver/IBenchBus.h"
 
 #include <memory>
 #include <vector>
 
-/// The machine that the bench driver plays: a host controller, its root hub, and on port 1 a hub
-/// that runs version 0x0111. Built the same way in the driver, which has the devices, and in the
-/// host, which shows the tree.
-class CBenchBus
+/// The machine that the bench driver plays until it is given another: a host controller, its root
+/// hub, and on port 1 a hub that runs version 0x0111.
+class CBenchBus : public IBenchBus
 {
 public:
     CBenchBus();
 
-    const std::shared_ptr<CSimSystem>& System() const { return m_pSystem; }
+    CSimSystem& System() override { return *m_pSystem; }
+    void Keep(bool /*bFinal*/) override {} // it begins anew with every start of the driver
+
+    const std::shared_ptr<CSimSystem>& Shared() const { return m_pSystem; }
     CSimHub& Hub() { return *m_pHub; }
     CSimNode& HubNode() { return *m_pHubNode; }
 

@@ -9,6 +9,21 @@ void CBenchRoad::CRoadClock::Sleep(DWORD dwMs)
     BenchControl(m_road.m_real, IOCTL_BENCH_ADVANCE, &dwMs, sizeof dwMs, nullptr, 0, &cbDone);
 }
 
+DWORD CBenchRoad::Load(const std::string& strFile, const std::string& strState)
+{
+    const std::string strBoth = strFile + '\0' + strState + '\0';
+    DWORD cbDone = 0;
+    return BenchControlError(m_real, IOCTL_BENCH_LOAD, strBoth.data(),
+                             static_cast<DWORD>(strBoth.size()), nullptr, 0, &cbDone);
+}
+
+bool CBenchRoad::Keep(bool bFinal)
+{
+    const DWORD dwFinal = bFinal ? 1 : 0;
+    DWORD cbDone = 0;
+    return BenchControl(m_real, IOCTL_BENCH_KEEP, &dwFinal, sizeof dwFinal, nullptr, 0, &cbDone);
+}
+
 std::string CBenchRoad::RequestLog()
 {
     std::string strAll;

@@ -2,7 +2,6 @@
 
 #include "platform/Platform.h"
 #include "sim/CSimMachine.h"
-#include "sim/driver/CBenchBus.h"
 #include "sim/driver/CBenchTree.h"
 
 #include <string>
@@ -13,7 +12,17 @@
 class CBenchRoad : public Platform
 {
 public:
-    CBenchBus& Bus() { return m_bus; }
+    /// @param machine with the device tree that the driver plays; stays the caller's
+    explicit CBenchRoad(CSimMachine& machine) : m_machine(machine) {}
+
+    /// Has the running driver play the machine of a bench file, in the state that is kept in
+    /// strState (empty: nowhere). Leaves the last error alone.
+    /// @return 0 or an error code (170: another program uses the driver, 13: no use as a bench,
+    ///         2: no bench driver runs)
+    DWORD Load(const std::string& strFile, const std::string& strState);
+
+    /// Has the driver write the state file. @return true on success
+    bool Keep(bool bFinal);
 
     /// The requests that the running driver has seen, a line each; "" while it does not run.
     std::string RequestLog();
@@ -47,8 +56,7 @@ private:
     };
 
     Platform& m_real = RealPlatform();
-    CBenchBus m_bus;
-    CSimMachine m_machine{m_bus.System()};
+    CSimMachine& m_machine;
     CBenchTree m_tree{m_machine, m_real};
     CRoadClock m_clock{*this};
 };

@@ -3,9 +3,13 @@
 // clang-format off
 #include <ntddk.h> /* first: it does not bear other definitions of GUID before it */
 #include "sim/driver/BenchDriver.h"
+#include "sim/driver/BenchProtocol.h"
 // clang-format on
 
 #define MAX_NODES 64
+
+#define ERROR_TOO_MANY_NODES 4
+#define ERROR_IS_BUSY 170
 
 /* Error codes of callers travel inside a status: the system hands the low word on. */
 #define STATUS_OF_ERROR(error) ((NTSTATUS)(0xC0010000u | (error)))
@@ -16,6 +20,7 @@ static PDEVICE_OBJECT g_proxy;
 static PDEVICE_OBJECT g_control;
 static PDEVICE_OBJECT g_nodes[MAX_NODES];
 static unsigned g_count;
+static unsigned g_proxy_opened;
 
 static const WCHAR kProxyDevice[] = L"\\Device\\ZelUpx";
 static const WCHAR kProxyLink[] = L"\\DosDevices\\ZelUpx";
@@ -79,7 +84,7 @@ static void DropDevice(PDEVICE_OBJECT* device, const WCHAR* link)
     *device = NULL;
 }
 
-static void DropAll(void)
+static void DropNodes(void)
 {
     WCHAR link[260];
     unsigned i;
@@ -89,27 +94,41 @@ static void DropAll(void)
         NodeLink(link, i);
         DropDevice(&g_nodes[i], link);
     }
+    g_count = 0;
+}
+
+static void DropAll(void)
+{
+    DropNodes();
     DropDevice(&g_control, kControlLink);
     DropDevice(&g_proxy, kProxyLink);
     BenchStop();
 }
 
-static NTSTATUS MakeAll(PDRIVER_OBJECT driver)
+static NTSTATUS MakeNodes(PDRIVER_OBJECT driver)
 {
     WCHAR name[260];
     WCHAR link[260];
-    unsigned i;
+    NTSTATUS status = STATUS_SUCCESS;
+    const unsigned count = BenchNodeCount();
+    if (count > MAX_NODES)
+        return STATUS_OF_ERROR(ERROR_TOO_MANY_NODES);
+    for (; NT_SUCCESS(status) && g_count < count; ++g_count) {
+        if (BenchNodePath(g_count) == NULL)
+            continue;
+        NodeDevice(name, g_count);
+        NodeLink(link, g_count);
+        status = MakeDevice(driver, name, link, &g_nodes[g_count]);
+    }
+    return status;
+}
+
+static NTSTATUS MakeAll(PDRIVER_OBJECT driver)
+{
     NTSTATUS status = MakeDevice(driver, kProxyDevice, kProxyLink, &g_proxy);
     if (NT_SUCCESS(status))
         status = MakeDevice(driver, kControlDevice, kControlLink, &g_control);
-    for (i = 0; NT_SUCCESS(status) && i < g_count; ++i) {
-        if (BenchNodePath(i) == NULL)
-            continue;
-        NodeDevice(name, i);
-        NodeLink(link, i);
-        status = MakeDevice(driver, name, link, &g_nodes[i]);
-    }
-    return status;
+    return NT_SUCCESS(status) ? MakeNodes(driver) : status;
 }
 
 static NTSTATUS Complete(PIRP irp, NTSTATUS status, ULONG_PTR done)
@@ -126,13 +145,31 @@ static NTSTATUS WINAPI OnCreate(PDEVICE_OBJECT device, PIRP irp)
     for (i = 0; i < g_count; ++i)
         if (device == g_nodes[i] && !BenchNodeIsThere(i))
             return Complete(irp, STATUS_OBJECT_NAME_NOT_FOUND, 0);
+    if (device == g_proxy)
+        ++g_proxy_opened;
     return Complete(irp, STATUS_SUCCESS, 0);
 }
 
 static NTSTATUS WINAPI OnClose(PDEVICE_OBJECT device, PIRP irp)
 {
-    (void)device;
+    if (device == g_proxy)
+        --g_proxy_opened;
     return Complete(irp, STATUS_SUCCESS, 0);
+}
+
+/* Plays another machine: its nodes have devices of their own. */
+static NTSTATUS Load(PDRIVER_OBJECT driver, DWORD process, PIRP irp, ULONG length)
+{
+    NTSTATUS status;
+    DWORD done = 0;
+    DWORD error;
+    if (g_proxy_opened > 1)
+        return STATUS_OF_ERROR(ERROR_IS_BUSY);
+    DropNodes();
+    error = BenchRequest(1, process, IOCTL_BENCH_LOAD, irp->AssociatedIrp.SystemBuffer, length, 0,
+                         &done);
+    status = MakeNodes(driver);
+    return error == 0 ? status : STATUS_OF_ERROR(error);
 }
 
 static NTSTATUS WINAPI OnControl(PDEVICE_OBJECT device, PIRP irp)
@@ -143,6 +180,11 @@ static NTSTATUS WINAPI OnControl(PDEVICE_OBJECT device, PIRP irp)
     DWORD error;
     if (device != g_proxy && device != g_control)
         return Complete(irp, STATUS_INVALID_DEVICE_REQUEST, 0);
+    if (device == g_control && stack->Parameters.DeviceIoControl.IoControlCode == IOCTL_BENCH_LOAD)
+        return Complete(irp,
+                        Load(device->DriverObject, process, irp,
+                             stack->Parameters.DeviceIoControl.InputBufferLength),
+                        0);
     error = BenchRequest(
         device == g_control, process, stack->Parameters.DeviceIoControl.IoControlCode,
         irp->AssociatedIrp.SystemBuffer, stack->Parameters.DeviceIoControl.InputBufferLength,
@@ -164,8 +206,7 @@ NTSTATUS WINAPI DriverEntry(void* object, void* path_or_reason, void* reserved)
     if ((ULONG_PTR)path_or_reason < 16)
         return DllMainCRTStartup(object, (unsigned long)(ULONG_PTR)path_or_reason, reserved);
 
-    g_count = BenchStart();
-    if (g_count == 0 || g_count > MAX_NODES)
+    if (!BenchStart())
         return STATUS_UNSUCCESSFUL;
     status = MakeAll(driver);
     if (!NT_SUCCESS(status)) {

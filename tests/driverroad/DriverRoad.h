@@ -7,6 +7,7 @@
 #include "flow/CUniversalFlow.h"
 #include "platform/IFileSystem.h"
 #include "platform/IServiceManager.h"
+#include "sim/driver/CBenchBus.h"
 #include "sim/driver/CBenchRoad.h"
 #include "wire/DriverNames.h"
 
@@ -43,7 +44,9 @@ protected:
     std::vector<std::string> Log();
     bool HasLogged(const std::string& strText);
 
-    CBenchRoad m_road;
+    CBenchBus m_bus;
+    CSimMachine m_machine{m_bus.Shared()};
+    CBenchRoad m_road{m_machine};
 };
 
 /// What a host keeps for the bench's hub.

@@ -47,7 +47,7 @@ TEST_F(DriverRoad, HubIsListedThroughTheDriver)
     DWORD dwCount = 0;
     ASSERT_TRUE(XH_ListAllDevice(&pHubs, &dwCount));
     ASSERT_EQ(dwCount, 1u);
-    EXPECT_EQ(pHubs[0].DevInst, m_road.Bus().HubNode().DevInst());
+    EXPECT_EQ(pHubs[0].DevInst, m_bus.HubNode().DevInst());
     XH_FreeAllDevice(pHubs);
 }
 
@@ -55,15 +55,15 @@ TEST_F(DriverRoad, UpdateSendsTheDriverWhatItSendsTheSimulatedMachine)
 {
     const std::string strFile = NewImageFile();
     ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(Update(m_road.Bus().HubNode(), strFile));
+    EXPECT_TRUE(Update(m_bus.HubNode(), strFile));
     const std::string strDriver = m_road.RequestLog();
     USHORT wVersion = 0;
-    EXPECT_TRUE(BenchJob(m_road.Bus().HubNode()).pFlow->DevReadVersion(wVersion));
+    EXPECT_TRUE(BenchJob(m_bus.HubNode()).pFlow->DevReadVersion(wVersion));
     EXPECT_EQ(wVersion, 0x0222);
     XH_UnInitDevice();
 
     CBenchBus bus;
-    CSimMachine machine(bus.System());
+    CSimMachine machine(bus.Shared());
     ZelSetPlatform(&machine);
     ASSERT_TRUE(XH_InitDevice(false));
     EXPECT_TRUE(Update(bus.HubNode(), strFile));
@@ -81,12 +81,12 @@ TEST_F(DriverRoad, UpdateSendsTheDriverWhatItSendsTheSimulatedMachine)
 TEST_F(DriverRoad, EraseSendsTheDriverWhatItSendsTheSimulatedMachine)
 {
     ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(BenchJob(m_road.Bus().HubNode()).pFlow->DevErase());
+    EXPECT_TRUE(BenchJob(m_bus.HubNode()).pFlow->DevErase());
     const std::string strDriver = m_road.RequestLog();
     XH_UnInitDevice();
 
     CBenchBus bus;
-    CSimMachine machine(bus.System());
+    CSimMachine machine(bus.Shared());
     ZelSetPlatform(&machine);
     ASSERT_TRUE(XH_InitDevice(false));
     EXPECT_TRUE(BenchJob(bus.HubNode()).pFlow->DevErase());
@@ -105,12 +105,12 @@ TEST_F(DriverRoad, UpdateIsLoggedAsOnTheSimulatedMachine)
 {
     const std::string strFile = NewImageFile();
     ASSERT_TRUE(XH_InitDevice(true));
-    EXPECT_TRUE(Update(m_road.Bus().HubNode(), strFile));
+    EXPECT_TRUE(Update(m_bus.HubNode(), strFile));
     XH_UnInitDevice();
     const std::string strReal = NormalisedLog(Log());
 
     CBenchBus bus;
-    CSimMachine machine(bus.System());
+    CSimMachine machine(bus.Shared());
     machine.HostFiles().UseMemory();
     machine.HostFiles().Put(strFile, NewImage());
     machine.Traits().modulePath = "/host/Zelhublib64.dll";

@@ -59,6 +59,10 @@ void DeclareGlobals(CLI::App& app, Options& options)
     app.add_option("--bench", options.strBench, "work on the simulated machine of this JSON file");
     app.add_option("--bench-state", options.strBenchState,
                    "keep the simulated machine in this file between calls");
+    app.add_option("--bench-road", options.strRoad,
+                   "simulated (default), or driver: the machine is behind a driver (Windows)")
+        ->check(CLI::IsMember({"simulated", "driver"}))
+        ->type_name("ROAD");
     app.add_option("--bench-pace", options.strPace,
                    "simulated time: instant (default), real, or a factor such as 10");
 }
@@ -90,14 +94,17 @@ Failure FailureOf(const std::exception& error)
 
 } // namespace
 
-CCommandLine::CCommandLine() : m_commands(AllCommands()) {}
+CCommandLine::CCommandLine(std::string strDrivers)
+    : m_strDrivers(std::move(strDrivers)), m_commands(AllCommands())
+{}
 
 CCommandLine::~CCommandLine() = default;
 
 int CCommandLine::Run(int nArguments, const char* const* ppArguments)
 {
     CLI::App app("Updates the firmware of USB hubs.", "zelhub");
-    app.set_version_flag("--tool-version", "zelhub " ZELHUB_VERSION);
+    app.allow_windows_style_options(false); // "/folder/new.bin" is a path everywhere
+    app.set_version_flag("--version,--tool-version", "zelhub " ZELHUB_VERSION "\n" + m_strDrivers);
     app.set_help_all_flag("--help-all", "Print the help of all commands and exit");
     app.footer(kFooter);
     app.require_subcommand(1);

@@ -14,7 +14,8 @@ class ICommand;
 class CCommandLine
 {
 public:
-    CCommandLine();
+    /// @param strDrivers what the library beside the program carries, one line for --version
+    explicit CCommandLine(std::string strDrivers);
     ~CCommandLine();
     CCommandLine(const CCommandLine&) = delete;
     CCommandLine& operator=(const CCommandLine&) = delete;
@@ -26,6 +27,7 @@ private:
     int RunCommand(ICommand& command, const std::string& strName);
     int UsageError(const std::string& strWhat, const std::string& strCommand);
 
+    std::string m_strDrivers;
     Options m_options;
     std::vector<std::unique_ptr<ICommand>> m_commands;
 };

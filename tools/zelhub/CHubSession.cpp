@@ -5,6 +5,7 @@
 #include "cmd/CRequestCMD.h"
 #include "msg/CLogResponder.h"
 #include "msg/CMsg.h"
+#include "tools/zelhub/DriverDiagnosis.h"
 #include "tools/zelhub/HubOnBus.h"
 
 #include <array>
@@ -15,10 +16,6 @@ namespace
 
 constexpr int kConnectSeconds = 2; ///< it is known to be there
 constexpr int kReturnSeconds = 20; ///< what is waited for a late hub beyond the flow's waits
-
-constexpr const char* kRights =
-    "Run as administrator (Windows) or with the right to open USB devices (Linux: as root, or "
-    "with a udev rule), and close other programs that use the hub.";
 
 /// The library ends the process when the path of its log does not fit 260 bytes.
 void CheckLogPath()
@@ -36,7 +33,7 @@ void CheckLogPath()
 CHubSession::CHubSession(CToolContext& context) : m_context(context), m_responder(context)
 {
     if (context.OnBench())
-        ZelSetPlatform(&context.Bench().Machine());
+        ZelSetPlatform(context.BenchServices());
     if (context.Opts().bLibraryLog)
         CheckLogPath();
     StartLibrary();
@@ -48,6 +45,8 @@ void CHubSession::StartLibrary()
     CMsg::GetObj()->Attach(&m_responder); // after the start, which clears the list
     try {
         CheckDriver();
+        if (m_context.DriverRoad() != nullptr)
+            m_context.DriverRoad()->Begin();
     } catch (...) {
         XH_UnInitDevice();
         ZelSetPlatform(nullptr);
@@ -61,10 +60,8 @@ void CHubSession::CheckDriver()
     IPropertyEx* const pTransport = CRequestCMD::GetRequestObj()->GetProxy()->GetTransport();
     if (pTransport->InitProxyDriver() != 0)
         return;
-    const std::string& strWhy = m_responder.LastFailure();
-    throw CToolError(ExitCode::NoAccess,
-                     "the hub driver could not be started" + (strWhy.empty() ? "" : ": " + strWhy),
-                     kRights);
+    throw CToolError(WhyNoDriver(m_context.OnBench() ? *m_context.BenchServices() : RealPlatform(),
+                                 m_responder.LastFailure()));
 }
 
 CHubSession::~CHubSession()
@@ -78,6 +75,8 @@ CHubSession::~CHubSession()
     m_pFlow.reset();
     m_pFinder.reset();
     m_pDev.reset();
+    if (m_context.DriverRoad() != nullptr)
+        m_context.DriverRoad()->End();
     XH_UnInitDevice();
     ZelSetPlatform(nullptr);
 }
@@ -113,7 +112,7 @@ void CHubSession::RefuseConnect()
     const std::string& strWhy = m_responder.LastFailure();
     throw CToolError(ExitCode::NoAccess,
                      strPlace + " does not open or answer" + (strWhy.empty() ? "" : ": " + strWhy),
-                     kRights);
+                     kRightsAdvice);
 }
 
 std::string CHubSession::SelectorText() const

@@ -51,16 +51,30 @@ CToolContext::CToolContext(const Options& options, COutput& output, std::string 
 
 CToolContext::~CToolContext() = default;
 
-void CToolContext::StartBench(bool bEvents)
+Platform* CToolContext::BenchServices()
 {
+    if (m_pRoad)
+        return &m_pRoad->Services();
+    return m_pBench ? &m_pBench->Machine() : nullptr;
+}
+
+void CToolContext::StartBench(bool bAtWork)
+{
+    const bool bDriver = m_options.strRoad == "driver";
+    if (bDriver && m_options.strBench.empty())
+        throw CToolError(ExitCode::Usage, "--bench-road is a road to a bench, and none is given",
+                         "Add --bench FILE.json (examples/ has some).");
     if (m_options.strBench.empty())
         return;
     const double dFactor = PaceFactor(m_options.strPace);
     m_pBench = std::make_unique<CBenchMachine>(CBenchFile::Load(m_options.strBench));
     if (!m_options.strBenchState.empty())
         CBenchState(m_options.strBenchState).Load(*m_pBench);
-    if (bEvents)
+    if (bAtWork)
         m_pBench->StartEvents();
+    if (bAtWork && bDriver)
+        m_pRoad = std::make_unique<CBenchDriverRoad>(*m_pBench, m_options.strBench,
+                                                     m_options.strBenchState);
     m_pBench->SetPace(dFactor);
 }
 
@@ -68,10 +82,14 @@ void CToolContext::SaveBench(bool bFinal)
 {
     if (!m_pBench)
         return;
-    if (bFinal)
-        m_pBench->Settle();
-    if (!m_options.strBenchState.empty())
-        CBenchState(m_options.strBenchState).Save(*m_pBench);
+    if (m_pRoad) {
+        m_pRoad->Keep(bFinal); // what the bench came to is the driver's to know
+    } else {
+        if (bFinal)
+            m_pBench->Settle();
+        if (!m_options.strBenchState.empty())
+            CBenchState(m_options.strBenchState).Save(*m_pBench);
+    }
     m_dSaved = RealSeconds();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/zelhub/CBenchDriverRoad.h"
 #include "tools/zelhub/CBenchMachine.h"
 #include "tools/zelhub/COutput.h"
 #include "tools/zelhub/CProgressView.h"
@@ -23,8 +24,13 @@ public:
     bool OnBench() const { return m_pBench != nullptr; }
     CBenchMachine& Bench() { return *m_pBench; }
 
-    /// Builds the bench where one is asked for (throws CToolError); events begin with bEvents.
-    void StartBench(bool bEvents);
+    /// The bench's services, for the library; null: the real machine's.
+    Platform* BenchServices();
+    CBenchDriverRoad* DriverRoad() { return m_pRoad.get(); } ///< null: the bench is inside the tool
+
+    /// Builds the bench where one is asked for (throws CToolError).
+    /// @param bAtWork the command works on its devices: events begin, and the road counts
+    void StartBench(bool bAtWork);
 
     /// Keeps the bench where that is asked for. @param bFinal lets what is under way end first
     void SaveBench(bool bFinal);
@@ -46,6 +52,7 @@ private:
     COutput& m_output;
     std::string m_strCommand;
     std::unique_ptr<CBenchMachine> m_pBench;
+    std::unique_ptr<CBenchDriverRoad> m_pRoad;
     CProgressView m_progress;
     double m_dSaved = 0;
 };

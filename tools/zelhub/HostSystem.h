@@ -55,6 +55,9 @@ std::string WriteWhole(const std::string& strPath, const void* pData, size_t cb,
 /// What a user does who may not open a hub.
 std::string RightToOpenHint();
 
+/// Whether this system has a service manager that loads driver files.
+bool LoadsDrivers();
+
 std::string AbsolutePath(const std::string& strPath);
 
 } // namespace HostSystem

@@ -197,6 +197,11 @@ std::string HostSystem::RightToOpenHint()
            "udevadm control --reload && udevadm trigger --subsystem-match=usb'";
 }
 
+bool HostSystem::LoadsDrivers()
+{
+    return false;
+}
+
 std::string HostSystem::AbsolutePath(const std::string& strPath)
 {
     std::error_code error;

@@ -200,6 +200,11 @@ std::string HostSystem::RightToOpenHint()
     return "Run as administrator.";
 }
 
+bool HostSystem::LoadsDrivers()
+{
+    return true;
+}
+
 std::string HostSystem::AbsolutePath(const std::string& strPath)
 {
     std::error_code error;

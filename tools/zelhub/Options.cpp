@@ -30,5 +30,7 @@ std::string CommandPrefix(const Options& options)
         strPrefix += " --bench " + ShellWord(options.strBench);
     if (!options.strBenchState.empty())
         strPrefix += " --bench-state " + ShellWord(options.strBenchState);
+    if (options.strRoad == "driver")
+        strPrefix += " --bench-road driver";
     return strPrefix;
 }

@@ -5,9 +5,10 @@
 /// What every command takes.
 struct Options
 {
-    std::string strHub;        ///< which hub; empty: the only one
-    std::string strBench;      ///< bench file; empty: the real machine
-    std::string strBenchState; ///< where the bench is kept between calls; empty: nowhere
+    std::string strHub;                ///< which hub; empty: the only one
+    std::string strBench;              ///< bench file; empty: the real machine
+    std::string strBenchState;         ///< where the bench is kept between calls; empty: nowhere
+    std::string strRoad = "simulated"; ///< or "driver": the bench is behind the bench driver
     std::string strPace = "instant";
     std::string strLog; ///< a log file of the tool's own
     bool bJson = false;

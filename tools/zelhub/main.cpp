@@ -6,7 +6,7 @@
 int main(int nArguments, char** ppArguments)
 {
     try {
-        return CCommandLine().Run(nArguments, ppArguments);
+        return CCommandLine(ZELHUB_CARRIED_DRIVERS).Run(nArguments, ppArguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());
         return 1;

@@ -8,6 +8,8 @@
 #include <cfgmgr32.h>
 // clang-format on
 
+#include "platform/windows/KeepLastError.h"
+
 static_assert(sizeof(DEVINFO_DATA) == sizeof(SP_DEVINFO_DATA));
 static_assert(sizeof(DEVINTERFACE_DATA) == sizeof(SP_DEVICE_INTERFACE_DATA));
 static_assert(kDetailHeadSize == sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W));
@@ -38,37 +40,41 @@ HANDLE CWinDeviceTree::GetClassDevs(const GUID* pClass, const WCHAR* pszEnumerat
 
 bool CWinDeviceTree::EnumDeviceInfo(HANDLE hSet, DWORD dwIndex, DEVINFO_DATA* pDev)
 {
-    return ::SetupDiEnumDeviceInfo(hSet, dwIndex, Element(pDev)) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::SetupDiEnumDeviceInfo(hSet, dwIndex, Element(pDev)));
 }
 
 bool CWinDeviceTree::EnumDeviceInterfaces(HANDLE hSet, const DEVINFO_DATA* pDev, const GUID* pClass,
                                           DWORD dwMember, DEVINTERFACE_DATA* pInterface)
 {
-    return ::SetupDiEnumDeviceInterfaces(hSet, Element(pDev), pClass, dwMember,
-                                         Interface(pInterface)) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::SetupDiEnumDeviceInterfaces(hSet, Element(pDev), pClass, dwMember,
+                                                    Interface(pInterface)));
 }
 
 bool CWinDeviceTree::GetInterfaceDetail(HANDLE hSet, const DEVINTERFACE_DATA* pInterface,
                                         DEVINTERFACE_DETAIL* pDetail, DWORD cbDetail,
                                         DWORD* pcbNeeded)
 {
-    return ::SetupDiGetDeviceInterfaceDetailW(
-               hSet, Interface(pInterface),
-               reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(pDetail), cbDetail, pcbNeeded,
-               nullptr) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::SetupDiGetDeviceInterfaceDetailW(
+        hSet, Interface(pInterface), reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(pDetail),
+        cbDetail, pcbNeeded, nullptr));
 }
 
 bool CWinDeviceTree::GetRegistryProperty(HANDLE hSet, const DEVINFO_DATA* pDev, DWORD dwProperty,
                                          DWORD* pType, BYTE* pBuffer, DWORD cbBuffer,
                                          DWORD* pcbNeeded)
 {
-    return ::SetupDiGetDeviceRegistryPropertyW(hSet, Element(pDev), dwProperty, pType, pBuffer,
-                                               cbBuffer, pcbNeeded) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::SetupDiGetDeviceRegistryPropertyW(hSet, Element(pDev), dwProperty, pType,
+                                                          pBuffer, cbBuffer, pcbNeeded));
 }
 
 bool CWinDeviceTree::DestroySet(HANDLE hSet)
 {
-    return ::SetupDiDestroyDeviceInfoList(hSet) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::SetupDiDestroyDeviceInfoList(hSet));
 }
 
 DWORD CWinDeviceTree::GetParent(DWORD* pDevInst, DWORD devInst)

@@ -1,6 +1,6 @@
 #include "platform/windows/CWinEventPipe.h"
 
-#include <windows.h>
+#include "platform/windows/KeepLastError.h"
 
 HANDLE CWinEventPipe::OpenNamedEvent(DWORD dwAccess, const WCHAR* pszName)
 {
@@ -9,7 +9,9 @@ HANDLE CWinEventPipe::OpenNamedEvent(DWORD dwAccess, const WCHAR* pszName)
 
 HANDLE CWinEventPipe::MakeEvent(bool bManualReset, bool bSignalled)
 {
-    return ::CreateEventW(nullptr, bManualReset ? TRUE : FALSE, bSignalled ? TRUE : FALSE, nullptr);
+    const CKeepLastError keep;
+    return keep.After(
+        ::CreateEventW(nullptr, bManualReset ? TRUE : FALSE, bSignalled ? TRUE : FALSE, nullptr));
 }
 
 DWORD CWinEventPipe::WaitEvent(HANDLE hEvent, DWORD dwTimeoutMs)

@@ -71,13 +71,15 @@ DWORD CWinFileSystem::TemporaryFolder(WCHAR* pBuffer, DWORD cch)
 
 DWORD CWinFileSystem::VersionSize(const WCHAR* pszPath)
 {
+    const CKeepLastError keep;
     DWORD dwIgnored = 0;
-    return ::GetFileVersionInfoSizeW(pszPath, &dwIgnored);
+    return keep.After(::GetFileVersionInfoSizeW(pszPath, &dwIgnored));
 }
 
 bool CWinFileSystem::ReadVersion(const WCHAR* pszPath, DWORD cb, void* pBlock)
 {
-    return ::GetFileVersionInfoW(pszPath, 0, cb, pBlock) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::GetFileVersionInfoW(pszPath, 0, cb, pBlock));
 }
 
 bool CWinFileSystem::QueryRootVersion(const void* pBlock, const FIXED_FILE_INFO** ppInfo)

@@ -8,6 +8,8 @@ static_assert(sizeof(TOKEN_ELEVATION) == sizeof(DWORD));
 
 namespace
 {
+constexpr DWORD kModulePathChars = 2048;
+
 /// Looked up at run time: older systems lack some of these.
 template<typename Function>
 Function KernelFunction(const char* pszName)
@@ -45,8 +47,12 @@ void CWinProcess::SetLastError(DWORD dwError)
 DWORD CWinProcess::ModulePath(const void* pCode, char* pBuffer, DWORD cb)
 {
     HMODULE const hModule = ModuleOf(pCode);
-    WCHAR szPath[MAX_PATH] = {};
-    if (hModule == nullptr || ::GetModuleFileNameW(hModule, szPath, MAX_PATH) == 0)
+    // Longer than a path usually is: one that was cut short would pass for another.
+    WCHAR szPath[kModulePathChars] = {};
+    if (hModule == nullptr)
+        return 0;
+    const DWORD cch = ::GetModuleFileNameW(hModule, szPath, kModulePathChars);
+    if (cch == 0 || cch == kModulePathChars)
         return 0;
     const int n = NarrowText(szPath, -1, pBuffer, static_cast<int>(cb));
     return n > 0 ? static_cast<DWORD>(n - 1) : 0;

@@ -1,6 +1,6 @@
 #include "platform/windows/CWinServiceManager.h"
 
-#include <windows.h>
+#include "platform/windows/KeepLastError.h"
 
 static_assert(sizeof(SERVICE_STATE) == sizeof(SERVICE_STATUS));
 
@@ -19,42 +19,51 @@ SERVICE_STATUS* Status(SERVICE_STATE* pState)
 
 HANDLE CWinServiceManager::OpenManager(DWORD dwAccess)
 {
-    return ::OpenSCManagerW(nullptr, nullptr, dwAccess);
+    const CKeepLastError keep;
+    return keep.After(::OpenSCManagerW(nullptr, nullptr, dwAccess));
 }
 
 HANDLE CWinServiceManager::OpenNamed(HANDLE hManager, const WCHAR* pszName, DWORD dwAccess)
 {
-    return ::OpenServiceW(Service(hManager), pszName, dwAccess);
+    const CKeepLastError keep;
+    return keep.After(::OpenServiceW(Service(hManager), pszName, dwAccess));
 }
 
 HANDLE CWinServiceManager::Create(HANDLE hManager, const SERVICE_RECIPE& recipe)
 {
-    return ::CreateServiceW(Service(hManager), recipe.pszName, recipe.pszDisplayName,
-                            recipe.dwAccess, recipe.dwType, recipe.dwStart, recipe.dwErrorControl,
-                            recipe.pszImagePath, nullptr, nullptr, nullptr, nullptr, nullptr);
+    const CKeepLastError keep;
+    return keep.After(::CreateServiceW(Service(hManager), recipe.pszName, recipe.pszDisplayName,
+                                       recipe.dwAccess, recipe.dwType, recipe.dwStart,
+                                       recipe.dwErrorControl, recipe.pszImagePath, nullptr, nullptr,
+                                       nullptr, nullptr, nullptr));
 }
 
 bool CWinServiceManager::Query(HANDLE hService, SERVICE_STATE* pState)
 {
-    return ::QueryServiceStatus(Service(hService), Status(pState)) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::QueryServiceStatus(Service(hService), Status(pState)));
 }
 
 bool CWinServiceManager::Control(HANDLE hService, DWORD dwControl, SERVICE_STATE* pState)
 {
-    return ::ControlService(Service(hService), dwControl, Status(pState)) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::ControlService(Service(hService), dwControl, Status(pState)));
 }
 
 bool CWinServiceManager::Start(HANDLE hService)
 {
-    return ::StartServiceW(Service(hService), 0, nullptr) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::StartServiceW(Service(hService), 0, nullptr));
 }
 
 bool CWinServiceManager::Remove(HANDLE hService)
 {
-    return ::DeleteService(Service(hService)) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::DeleteService(Service(hService)));
 }
 
 bool CWinServiceManager::Close(HANDLE h)
 {
-    return ::CloseServiceHandle(Service(h)) != FALSE;
+    const CKeepLastError keep;
+    return keep.After(::CloseServiceHandle(Service(h)));
 }
