@@ -14,8 +14,8 @@ WString Join(IFileSystem& files, DWORD (IFileSystem::*pfnFolder)(WCHAR*, DWORD),
     (files.*pfnFolder)(szFolder, 260);
     return WString(szFolder) + pszTail;
 }
+} // namespace
 
-/// The folder of the test's program, where the library lies as well.
 std::string OwnFolder()
 {
     char szPath[1024] = {};
@@ -24,7 +24,6 @@ std::string OwnFolder()
     const std::string strPath = szPath;
     return strPath.substr(0, strPath.rfind('\\') + 1);
 }
-} // namespace
 
 DriverRoad::DriverRoad()
 {

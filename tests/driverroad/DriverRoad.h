@@ -19,6 +19,9 @@
 
 using Image = std::vector<BYTE>;
 
+/// The folder of the test's program, where the library lies as well.
+std::string OwnFolder();
+
 /// A process that uses the library on the bench driver: real services, and at first a system
 /// where no driver was ever installed.
 class DriverRoad : public testing::Test

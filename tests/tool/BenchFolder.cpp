@@ -4,18 +4,18 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 CBenchFolder::CBenchFolder()
 {
-    std::string strName = testing::TempDir() + "zelhub-XXXXXX";
-    if (::mkdtemp(strName.data()) == nullptr)
+    std::random_device random;
+    m_strFolder = testing::TempDir() + "zelhub-" + std::to_string(random());
+    if (!std::filesystem::create_directory(m_strFolder))
         throw std::runtime_error("no temporary folder");
-    m_strFolder = strName;
 }
 
 CBenchFolder::~CBenchFolder()

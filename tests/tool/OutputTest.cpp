@@ -113,41 +113,6 @@ TEST_F(Output, WritesItsOwnLog)
     EXPECT_EQ(m_bench.Run({"--log", "/nowhere/log", "version"}).nExit, 1);
 }
 
-TEST_F(Output, DrawsABarOnATerminalAndLinesElsewhere)
-{
-    const std::string strImage = m_bench.Image("0x0200");
-    CToolProcess::Setting terminal;
-    terminal.bTerminal = true;
-    terminal.environment = {"TERM=xterm", "NO_COLOR="};
-    const ToolResult bar = CToolProcess(m_bench.Arguments({"update", strImage}), terminal).Finish();
-    EXPECT_THAT(bar.strErr, HasSubstr("\r[############............]  50 % write, "));
-    EXPECT_THAT(bar.strErr, HasSubstr(" KiB/s"));
-    const ToolResult lines = m_bench.Run({"update", strImage, "--force"});
-    EXPECT_THAT(lines.strErr, HasSubstr(" 50 % write\n"));
-    EXPECT_THAT(lines.strErr, Not(HasSubstr("\r")));
-}
-
-TEST_F(Output, ColoursErrorsOnATerminalUnlessTold)
-{
-    const std::vector<std::string> arguments = m_bench.Arguments({"status", "--hub", "#7"});
-    CToolProcess::Setting setting;
-    setting.bTerminal = true;
-    setting.environment = {"TERM=xterm", "NO_COLOR="};
-    EXPECT_THAT(CToolProcess(arguments, setting).Finish().strErr, HasSubstr("\033[31m"));
-    setting.environment = {"TERM=xterm", "NO_COLOR=1"};
-    EXPECT_THAT(CToolProcess(arguments, setting).Finish().strErr, Not(HasSubstr("\033[31m")));
-}
-
-TEST_F(Output, FailsWhenTheDiskIsFull)
-{
-    const ToolResult dump = m_bench.Run({"dump", "/dev/full", "--size", "65536"});
-    EXPECT_EQ(dump.nExit, 1);
-    EXPECT_THAT(dump.strErr, HasSubstr("/dev/full cannot be written: No space left on device"));
-    CToolProcess::Setting full;
-    full.strOutFile = "/dev/full";
-    EXPECT_EQ(CToolProcess(m_bench.Arguments({"list"}), full).Finish().nExit, 1);
-}
-
 TEST_F(Output, DumpsExactlyTheFlashAndReplacesAFileOnlyWhenTold)
 {
     const std::vector<std::string> arguments = {"dump", m_bench.Path("dump.bin"), "--size", "5000"};

@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <memory>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 /// What came of a run of the program.
@@ -17,15 +17,16 @@ struct ToolResult
     nlohmann::json Json() const;
 };
 
-/// The real program as a child process. Its standard input is empty.
+/// The real program as a child process, or another one. Its standard input is empty.
 class CToolProcess
 {
 public:
     struct Setting
     {
         std::string strOutFile; ///< standard output goes there instead of into the result
-        bool bTerminal = false; ///< standard error is a terminal
+        bool bTerminal = false; ///< standard error is a terminal (not on Windows)
         std::vector<std::string> environment; ///< "NAME=VALUE"
+        std::string strProgram = ZELHUB_TOOL;
     };
 
     explicit CToolProcess(const std::vector<std::string>& arguments);
@@ -36,17 +37,16 @@ public:
 
     /// Reads standard error until it holds a text. @return false when the program ended before
     bool WaitForError(const std::string& strText);
-    void Signal(int nSignal) const;
+    void Signal(int nSignal) const; ///< not on Windows
 
     /// Waits for its end.
     ToolResult Finish();
 
 private:
+    struct Child; ///< one source file per system
     void ReadSome(bool bUntilEnd, const std::string& strText);
 
-    pid_t m_pid = -1;
-    int m_nOut = -1;
-    int m_nErr = -1;
+    std::unique_ptr<Child> m_pChild;
     ToolResult m_result;
 };
 

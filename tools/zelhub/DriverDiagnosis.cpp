@@ -45,6 +45,8 @@ const Answer kAnswers[] = {
      "writable. --log FILE tells more."},
     {kErrServiceMarkedForDelete, "its service is marked for deletion",
      "Close programs that show services or use hubs, or restart Windows; then type this again."},
+    {1114, "its driver file is not there or does not load",
+     "sc qc ZelUpx shows the path. Type as administrator: sc delete ZelUpx, then this again."},
     {193, "the driver file is not one for this processor",
      "Type as administrator: sc delete ZelUpx, then this again with a release for this processor."},
 };

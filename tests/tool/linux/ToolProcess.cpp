@@ -1,7 +1,5 @@
 #include "tool/ToolProcess.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -37,7 +35,7 @@ Ends MakeTerminal()
     return {nMaster, ::open(::ptsname(nMaster), O_RDWR | O_NOCTTY | O_CLOEXEC)};
 }
 
-[[noreturn]] void BecomeTool(std::vector<char*> arguments,
+[[noreturn]] void BecomeTool(const std::string& strProgram, std::vector<char*> arguments,
                              const std::vector<std::string>& environment, int nOut, int nErr)
 {
     ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
@@ -45,7 +43,7 @@ Ends MakeTerminal()
     ::dup2(nErr, STDERR_FILENO);
     for (const std::string& strSetting : environment)
         ::putenv(const_cast<char*>(strSetting.c_str()));
-    ::execv(ZELHUB_TOOL, arguments.data());
+    ::execv(strProgram.c_str(), arguments.data());
     ::_exit(127);
 }
 
@@ -64,18 +62,15 @@ bool ReadInto(int nFile, std::string& strText)
 
 } // namespace
 
-nlohmann::json ToolResult::Json() const
+struct CToolProcess::Child
 {
-    const nlohmann::json document = nlohmann::json::parse(strOut, nullptr, false);
-    EXPECT_FALSE(document.is_discarded()) << "no JSON: " << strOut;
-    return document;
-}
-
-CToolProcess::CToolProcess(const std::vector<std::string>& arguments)
-    : CToolProcess(arguments, Setting())
-{}
+    pid_t pid = -1;
+    int nOut = -1;
+    int nErr = -1;
+};
 
 CToolProcess::CToolProcess(const std::vector<std::string>& arguments, const Setting& setting)
+    : m_pChild(std::make_unique<Child>())
 {
     std::vector<std::string> words = {"zelhub"};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -87,19 +82,20 @@ CToolProcess::CToolProcess(const std::vector<std::string>& arguments, const Sett
     const Ends err = setting.bTerminal ? MakeTerminal() : MakePipe();
     const int nFile =
         setting.strOutFile.empty() ? -1 : ::open(setting.strOutFile.c_str(), O_WRONLY | O_CLOEXEC);
-    m_pid = ::fork();
-    if (m_pid == 0)
-        BecomeTool(pointers, setting.environment, nFile >= 0 ? nFile : out.nWrite, err.nWrite);
+    m_pChild->pid = ::fork();
+    if (m_pChild->pid == 0)
+        BecomeTool(setting.strProgram, pointers, setting.environment,
+                   nFile >= 0 ? nFile : out.nWrite, err.nWrite);
     for (const int nEnd : {out.nWrite, err.nWrite, nFile})
         if (nEnd >= 0)
             ::close(nEnd);
-    m_nOut = out.nRead;
-    m_nErr = err.nRead;
+    m_pChild->nOut = out.nRead;
+    m_pChild->nErr = err.nRead;
 }
 
 CToolProcess::~CToolProcess()
 {
-    if (m_pid > 0) {
+    if (m_pChild->pid > 0) {
         Signal(SIGKILL);
         (void)Finish();
     }
@@ -107,14 +103,15 @@ CToolProcess::~CToolProcess()
 
 void CToolProcess::ReadSome(bool bUntilEnd, const std::string& strText)
 {
-    while (m_nOut >= 0 || m_nErr >= 0) {
+    while (m_pChild->nOut >= 0 || m_pChild->nErr >= 0) {
         if (!bUntilEnd && m_result.strErr.find(strText) != std::string::npos)
             return;
-        std::array<pollfd, 2> files = {pollfd{m_nOut, POLLIN, 0}, pollfd{m_nErr, POLLIN, 0}};
+        std::array<pollfd, 2> files = {pollfd{m_pChild->nOut, POLLIN, 0},
+                                       pollfd{m_pChild->nErr, POLLIN, 0}};
         if (::poll(files.data(), files.size(), -1) < 0)
             continue;
         for (pollfd& file : files) {
-            int& nFile = &file == &files[0] ? m_nOut : m_nErr;
+            int& nFile = &file == &files[0] ? m_pChild->nOut : m_pChild->nErr;
             std::string& strInto = &file == &files[0] ? m_result.strOut : m_result.strErr;
             if (file.revents != 0 && !ReadInto(nFile, strInto)) {
                 ::close(nFile);
@@ -132,21 +129,16 @@ bool CToolProcess::WaitForError(const std::string& strText)
 
 void CToolProcess::Signal(int nSignal) const
 {
-    ::kill(m_pid, nSignal);
+    ::kill(m_pChild->pid, nSignal);
 }
 
 ToolResult CToolProcess::Finish()
 {
     ReadSome(true, {});
     int nStatus = 0;
-    while (::waitpid(m_pid, &nStatus, 0) < 0 && errno == EINTR) {
+    while (::waitpid(m_pChild->pid, &nStatus, 0) < 0 && errno == EINTR) {
     }
-    m_pid = -1;
+    m_pChild->pid = -1;
     m_result.nExit = WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -WTERMSIG(nStatus);
     return m_result;
-}
-
-ToolResult RunTool(const std::vector<std::string>& arguments)
-{
-    return CToolProcess(arguments).Finish();
 }
