@@ -74,10 +74,10 @@ bool SystemHeaderAllowed(const std::string& sPath, const std::string& sHeader)
 {
     if (kStandardHeaders.count(sHeader) != 0)
         return true;
-    // The library's services of one system, the few that the tool needs for itself, the two
-    // sources of the bench driver that are a driver, and a program for one system alone.
+    // The library's services of one system, the few that the tool needs for itself, the
+    // sources of the bench drivers that are a driver, and a program for one system alone.
     static const std::regex kOneSystem("src/platform/(linux|windows)/.*|"
-                                       "sim/driver/(Entry\\.c|CBenchCaller\\.cpp)|"
+                                       "sim/driver/((Mute)?Entry\\.c|CBenchCaller\\.cpp)|"
                                        "tools/zelhub-bench-usbip/[A-Za-z]*\\.cpp|"
                                        "tools/zelhub/[A-Za-z]*_(linux|windows)\\.cpp");
     if (std::regex_match(sPath, kOneSystem))

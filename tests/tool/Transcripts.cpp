@@ -37,7 +37,7 @@ void ExpectTheTranscripts(const std::string& strProgram, const std::vector<std::
     CBenchFolder bench;
     bench.UseExample("dock.json");
     const Transcript transcripts[] = {
-        {"list", {"list"}},
+        {"list", {"list", "--details"}},
         {"list-json", {"--json", "list"}},
         {"update", {"update", bench.Image("0x0200")}},
         {"pd-list", {"pd", "list"}},
