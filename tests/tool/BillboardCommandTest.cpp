@@ -79,6 +79,11 @@ TEST_F(Billboard, IsChosenOrTheRefusalSaysWhy)
         EXPECT_EQ(result.nExit, selection.nExit) << arguments.back();
         EXPECT_THAT(result.strErr, HasSubstr(selection.pszSays));
     }
+    EXPECT_EQ(m_bench.Run({"--hub", "#1", "billboard", "version"}).nExit, 2);
+    UseBench(UsePdFault(R"("request": "status", "kind": "stall", "times": 2)"));
+    const nlohmann::json rows = m_bench.Run({"--json", "billboard", "list"}).Json()["billboards"];
+    EXPECT_EQ(rows[0]["kind"], "silent");
+    EXPECT_EQ(RunPd({"version"}).nExit, 3) << "it does not answer like one of the maker's";
     ASSERT_EQ(m_bench.Run({"bench", "unplug", "hub"}).nExit, 0);
     EXPECT_EQ(m_bench.Run({"billboard", "version"}).nExit, 4) << "the one that is left is closed";
 }

@@ -2,6 +2,20 @@
 
 #include "tools/zelhub/CBillboardSession.h"
 
+namespace
+{
+
+/// A hub was chosen, perhaps to say on which dock: the device of another one must not be taken.
+void RefuseHub(const CToolContext& context)
+{
+    if (!context.Opts().strHub.empty())
+        throw CToolError(
+            ExitCode::Usage, "--hub chooses a hub, not a billboard device",
+            "Leave it out and choose with --device; zelhub billboard list shows them.");
+}
+
+} // namespace
+
 CArguments CBillboardCommand::DeclareGroup(CArguments& root)
 {
     CArguments group =
@@ -28,12 +42,14 @@ void CBillboardCommand::CheckSelector() const
 
 void CBillboardCommand::List(CToolContext& context)
 {
+    RefuseHub(context);
     CBillboardHost host(context);
     context.Out().Show(CBillboardList::kKey, host.List().AsTable());
 }
 
 void CBillboardCommand::Open(CToolContext& context, const Work& work)
 {
+    RefuseHub(context);
     CBillboardHost host(context);
     const CBillboardList list = host.List();
     CBillboardSession device(host, SelectRow(list, m_strDevice, context.Out()));
