@@ -4,9 +4,13 @@
 #include "platform/ErrorCodes.h"
 #include "platform/linux/CLinuxPlatform.h"
 #include "transport/CPropertyEx.h"
+#include "wire/DriverNames.h"
 #include "wire/HubRequests.h"
+#include "wire/ProxyIoctl.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 namespace
 {
@@ -22,50 +26,117 @@ protected:
 
     MOCK_ANSWER Answer(const MOCK_REQUEST& request)
     {
-        if (request.setup.bmRequestType == REQTYPE_VENDOR_OUT)
+        if ((request.setup.bmRequestType & REQTYPE_VENDOR_OUT) != 0)
             return m_answer;
         return {0, {14, 3, 'V', 0, 'o', 0, ' ', 0, 'H', 0, 'u', 0, 'b', 0}};
     }
 
-    /// The first node of a class.
+    /// The last node of a class: where hubs are asked for, the root hub comes first.
     DWORD NodeOf(const GUID& guidClass)
     {
         IDeviceTree& tree = m_platform.DeviceTree();
         HANDLE const hSet =
             tree.GetClassDevs(&guidClass, nullptr, kSetPresent | kSetDeviceInterface);
-        DWORD devInst = 0;
         DEVINFO_DATA node = {sizeof node, {}, 0, 0};
-        // The root hub comes first where hubs are asked for.
-        for (DWORD i = 0; tree.EnumDeviceInfo(hSet, i, &node); ++i)
-            devInst = node.DevInst;
+        for (DWORD i = 0; tree.EnumDeviceInfo(hSet, i, &node); ++i) {
+        }
         tree.DestroySet(hSet);
-        return devInst;
+        return node.DevInst;
+    }
+    DWORD OpenHub() { return m_transport.KyHub_OpenDeviceByDevInst(NodeOf(kGuidUsbHub)); }
+
+    DWORD Read(DWORD dwLength = 64, DWORD dwTimeoutMs = 5000)
+    {
+        return m_transport.KyHub_SendVDCmd(REQTYPE_VENDOR_IN, REQ_READ_FLASH, 1, 2, m_data.data(),
+                                           dwLength, dwTimeoutMs);
+    }
+    DWORD Write(BYTE byRequest, DWORD dwLength)
+    {
+        return m_transport.KyHub_SendVDCmd(REQTYPE_VENDOR_OUT, byRequest, 3, 4,
+                                           dwLength == 0 ? nullptr : m_data.data(), dwLength, 5000);
+    }
+    auto Count(BYTE byValue) { return std::count(m_data.begin(), m_data.end(), byValue); }
+
+    /// How often this process has the hub's device node open.
+    unsigned OpenNodes() const
+    {
+        unsigned n = 0;
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+            n += std::filesystem::read_symlink(entry, ignored).string().ends_with(m_node.Path());
+        return n;
     }
 
-    MOCK_ANSWER m_answer;
+    MOCK_ANSWER m_answer; ///< to vendor requests
     CMockUsbNode m_node{[this](const MOCK_REQUEST& request) { return Answer(request); }};
     CLinuxPlatform m_platform;
     CPropertyEx m_transport;
+    std::vector<BYTE> m_data = std::vector<BYTE>(8192, 0xEE);
 };
 
-TEST_F(HubOnLinux, IsRecognisedByTwoRequestsAndLeftAlone)
+TEST_F(HubOnLinux, IsRecognisedByTwoRequestsAndLetGo)
 {
     EXPECT_EQ(m_transport.KyHub_IsVoHub(NodeOf(kGuidUsbHub), 0), 1);
     EXPECT_EQ(m_node.Requests().size() + m_node.OwnRequests(), 2u);
+    EXPECT_EQ(OpenNodes(), 0u);
 }
 
-TEST_F(HubOnLinux, IsOpenedAndLosesATransferWithItsNumber)
+TEST_F(HubOnLinux, IsKeptAwakeByItsOpenNodeUntilItIsClosed)
 {
-    ASSERT_EQ(m_transport.KyHub_OpenDeviceByDevInst(NodeOf(kGuidUsbHub)), 0u);
-    BYTE data[32] = {};
-    EXPECT_EQ(m_transport.KyHub_SendVDCmd(REQTYPE_VENDOR_OUT, REQ_WRITE_FLASH, 1, 2, data, 32, 500),
-              0u);
-    m_answer.nError = -EPIPE;
-    EXPECT_EQ(m_transport.KyHub_SendVDCmd(REQTYPE_VENDOR_OUT, REQ_WRITE_FLASH, 1, 2, data, 32, 500),
-              kErrGenFailure);
-    m_answer = {0, {}, false, 0, 2};
-    EXPECT_EQ(m_transport.KyHub_SendVDCmd(REQTYPE_VENDOR_OUT, REQ_WRITE_FLASH, 1, 2, data, 32, 500),
-              kErrDeviceGone);
+    ASSERT_EQ(OpenHub(), 0u);
+    EXPECT_EQ(OpenNodes(), 1u);
+    EXPECT_EQ(m_transport.KyHub_CloseDevice(), 0u);
+    EXPECT_EQ(OpenNodes(), 0u);
+    EXPECT_EQ(Read(), kErrInvalidHandle);
+}
+
+TEST_F(HubOnLinux, CarriesRequestsInBothDirections)
+{
+    ASSERT_EQ(OpenHub(), 0u);
+    m_answer.data.assign(8192, 0x5A);
+    EXPECT_EQ(Read(FLASH_REQUEST_MAX), 0u);
+    EXPECT_EQ(Count(0x5A), FLASH_REQUEST_MAX);
+    EXPECT_EQ(Write(REQ_WRITE_FLASH, 64), 0u);
+    EXPECT_EQ(Write(REQ_ERASE_FLASH, 0), 0u);
+    EXPECT_EQ(Read(FLASH_REQUEST_MAX + 1), kErrInvalidParameter) << "more than the kernel takes";
+
+    const auto requests = m_node.Requests();
+    ASSERT_EQ(requests.size(), 3u);
+    EXPECT_EQ(requests[0].setup.bRequest, REQ_READ_FLASH);
+    EXPECT_EQ(requests[1].data, std::vector<BYTE>(64, 0x5A));
+    EXPECT_EQ(requests[2].setup.wValue, 3u);
+    EXPECT_EQ(requests[2].setup.wIndex, 4u);
+}
+
+struct TransferEnd
+{
+    const char* pszCase;
+    MOCK_ANSWER answer;
+    DWORD dwError;
+};
+
+TEST_F(HubOnLinux, EachEndOfATransferHasItsNumber)
+{
+    const TransferEnd ends[] = {
+        {"short", {0, std::vector<BYTE>(10, 1)}, kErrNone},
+        {"stall", {-EPIPE}, kErrGenFailure},
+        {"bus error", {-EPROTO}, kErrGenFailure},
+        {"too much came", {-EOVERFLOW}, kErrGenFailure},
+        {"never answered", {0, {}, true}, kErrSemTimeout},
+        {"not taken", {0, {}, false, EIO}, kErrGenFailure},
+        {"gone as it is sent", {0, {}, false, ENODEV}, kErrDeviceGone},
+        {"gone in the middle", {0, {}, false, 0, 3}, kErrDeviceGone}, // the last: it stays away
+    };
+    ASSERT_EQ(OpenHub(), 0u);
+    for (const TransferEnd& end : ends) {
+        m_answer = end.answer;
+        // Where it is the device that leaves, no limit of time ends the transfer.
+        const DWORD dwTimeoutMs = end.answer.bNever ? 1 : 0;
+        EXPECT_EQ(Read(64, dwTimeoutMs), end.dwError) << end.pszCase;
+        EXPECT_EQ(Count(1), 10) << end.pszCase;
+    }
+    EXPECT_EQ(m_node.Cancelled(), 1u) << "a late answer would belong to nobody";
+    EXPECT_EQ(Read(), kErrDeviceGone);
     EXPECT_EQ(m_transport.KyHub_CloseDevice(), 0u);
 }
 
@@ -75,10 +146,26 @@ TEST_F(HubOnLinux, HidCollectionIsToldAndCarriesVendorRequests)
     const DWORD devInst = NodeOf(kGuidHid);
     EXPECT_EQ(m_transport.KyHid_IsITEHid(devInst), 1);
     ASSERT_EQ(m_transport.KyHub_OpenHidDeviceByDevInst(devInst), 0u);
-    EXPECT_EQ(
-        m_transport.KyHub_SendVDCmd(REQTYPE_VENDOR_OUT, REQ_ERASE_FLASH, 1, 2, nullptr, 0, 500),
-        0u);
+    EXPECT_EQ(Write(REQ_ERASE_FLASH, 0), 0u);
     EXPECT_EQ(m_node.Requests().back().setup.bRequest, REQ_ERASE_FLASH);
-    EXPECT_EQ(m_transport.KyHub_CloseDevice(), 0u);
+}
+
+TEST_F(HubOnLinux, ControlDeviceTakesNoOtherHandles)
+{
+    IDeviceFile& files = m_platform.DeviceFile();
+    const HANDLE hDriver = files.Open(ZELUPX_DEVICE_PATH, 0, 0, kOpenExisting, 0);
+    const auto Ask = [&](DWORD dwCode, HANDLE hNode, ULONGLONG spoilt) {
+        PROXY_DEVICE_REQUEST open = {spoilt, reinterpret_cast<ULONGLONG>(hNode), 0, 0};
+        DWORD cbDone = 0;
+        EXPECT_FALSE(
+            files.Control(hDriver, dwCode, &open, sizeof open, &open, sizeof open, &cbDone));
+        return m_platform.Process().LastError();
+    };
+    EXPECT_EQ(Ask(IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, nullptr, 0), kErrInvalidHandle);
+    EXPECT_EQ(Ask(IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, hDriver, 0), kErrInvalidHandle);
+    EXPECT_EQ(Ask(IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, nullptr, 1), kErrInvalidParameter);
+    EXPECT_EQ(Ask(0x00220060, nullptr, 0), 1u);
+    EXPECT_TRUE(files.Close(hDriver));
+    EXPECT_FALSE(files.Close(hDriver));
 }
 } // namespace

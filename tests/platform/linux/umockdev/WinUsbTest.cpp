@@ -1,4 +1,11 @@
-#include "UsbfsFixture.h"
+#include <gtest/gtest.h>
+
+#include "CMockUsbNode.h"
+#include "platform/ErrorCodes.h"
+#include "platform/linux/CLinuxDeviceFile.h"
+#include "platform/linux/CLinuxWinUsb.h"
+#include "platform/linux/LinuxError.h"
+#include "wire/HubRequests.h"
 
 #include <cerrno>
 
@@ -9,13 +16,20 @@ constexpr DWORD kTimedOut = 258;
 constexpr BYTE kRead[] = {REQTYPE_VENDOR_IN, REQ_BB_STATUS, 0, 0, 0, 0, 20, 0};
 
 /// A billboard device through the WinUSB calls.
-class LinuxWinUsb : public UsbfsFixture
+class LinuxWinUsb : public testing::Test
 {
 protected:
     void SetUp() override
     {
         m_hDevice = OpenNode(kFlagOverlapped);
         ASSERT_TRUE(m_winUsb.Initialize(m_hDevice, &m_hInterface));
+    }
+
+    HANDLE OpenNode(DWORD dwFlags)
+    {
+        const std::string strPath = m_node.Path();
+        return m_files.Open(WString(strPath.begin(), strPath.end()).c_str(),
+                            kGenericRead | kGenericWrite, kShareNone, kOpenExisting, dwFlags);
     }
 
     void Start(OVERLAPPED_TRANSFER* pRecord)
@@ -32,6 +46,10 @@ protected:
                    : ThreadLastError();
     }
 
+    MOCK_ANSWER m_answer; ///< to every request
+    CMockUsbNode m_node{[this](const MOCK_REQUEST&) { return m_answer; }};
+    CLinuxHandles m_handles;
+    CLinuxDeviceFile m_files{m_handles};
     CLinuxWinUsb m_winUsb{m_handles};
     HANDLE m_hDevice = nullptr;
     HANDLE m_hInterface = nullptr;
@@ -96,7 +114,7 @@ TEST_F(LinuxWinUsb, RefusesWhatCannotBeATransfer)
     EXPECT_EQ(Refused(kRead, 20, &offset), kErrInvalidParameter);
     EXPECT_TRUE(m_node.Requests().empty());
     HANDLE hOther = nullptr;
-    EXPECT_FALSE(m_winUsb.Initialize(OpenNode(), &hOther)) << "not open for overlapped transfers";
+    EXPECT_FALSE(m_winUsb.Initialize(OpenNode(0), &hOther)) << "not open for overlapped transfers";
     EXPECT_FALSE(m_winUsb.Initialize(nullptr, &hOther));
 }
 } // namespace
