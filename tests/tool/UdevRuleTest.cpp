@@ -97,4 +97,8 @@ TEST_F(HubsToAsk, ThatNeverAnswerStayUnknown)
     EXPECT_EQ(hub["kind"], "unknown");
     EXPECT_EQ(hub["reason"], "it does not answer");
     EXPECT_EQ(hub["cure"], nullptr);
+    ASSERT_EQ(m_bench.Run({"bench", "fault", "hub", "--nth", "1", "--kind", "timeout"}).nExit, 0);
+    const ToolResult rule = m_bench.Run({"udev-rule"});
+    EXPECT_EQ(rule.nExit, 4);
+    EXPECT_THAT(rule.strErr, HasSubstr("it does not answer"));
 }

@@ -49,6 +49,13 @@ std::string RuleFile(const std::set<std::string>& ids)
         throw CToolError(ExitCode::NoAccess,
                          "hubs are here, but they may not be opened to ask who made them",
                          "Type this as root: sudo zelhub udev-rule");
+    const auto it = std::find_if(list.Rows().begin(), list.Rows().end(),
+                                 [](const HubRow& row) { return row.eKind == HubKind::Unknown; });
+    if (it != list.Rows().end())
+        throw CToolError(ExitCode::NoAccess,
+                         "the hub at " + Printable(it->strLocation) +
+                             " cannot be asked who made it: " + it->strReason,
+                         "Close other programs that use it, or plug it in again.");
     throw CToolError(ExitCode::NoDevice, "no hub of the maker's is here to make a rule for",
                      "Plug it in, then type this again; zelhub list shows what is seen.");
 }
