@@ -99,8 +99,7 @@ void CUsbipSession::Begin(Transfer transfer)
     constexpr DWORD kNoLimit = 0;
     const SimTransferResult res = m_device.Control(request.setup, transfer.data.data(), kNoLimit);
     m_watcher(request.setup, res);
-    m_current.emplace();
-    m_current->nSequence = request.nSequence;
+    m_current = Current{request.nSequence, std::nullopt, {}};
     if (res.dwError == kErrSemTimeout || res.dwError == kErrDeviceGone)
         return;
     m_current->due = m_clock.Now();

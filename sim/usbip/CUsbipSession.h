@@ -44,7 +44,7 @@ private:
     };
     struct Current
     {
-        std::uint32_t nSequence = 0;
+        std::uint32_t nSequence;
         std::optional<CSimClock::Micros> due; ///< none: never
         std::vector<BYTE> answer;
     };

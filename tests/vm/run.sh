@@ -9,7 +9,7 @@ build=$(cd "$1" && pwd)
 work=$build/vm
 root=$work/root
 kernel=$here/../../build/vm-kernel
-seconds=140
+seconds=280
 
 if [ "${ZELHUB_NO_VM:-}" = 1 ]; then
     echo "vm: skipped, since ZELHUB_NO_VM=1 is set"
@@ -32,7 +32,7 @@ fi
 cp "$(command -v busybox)" "$root/bin/busybox"
 cp "$kernel"/modules/*.ko "$root/modules/"
 cp "$here/init" "$root/init"
-cp "$here"/stories.sh "$here"/*.json "$root/test/"
+cp "$here"/{stories.sh,apply-rules} "$here"/*.json "$here"/../../examples/desk.json "$root/test/"
 cp "$build/tools/zelhub-bench-usbip/zelhub-bench-usbip" "$root/test/"
 cp "$build/tests/vm_probe" "$root/test/probe"
 printf 'root:x:0:0::/tmp:/bin/sh\nsecond:x:1000:1000::/tmp:/bin/sh\n' >"$root/etc/passwd"

@@ -61,7 +61,7 @@ CControlSocket::CControlSocket(std::string strPath) : m_strPath(std::move(strPat
 {
     const sockaddr_un address = AddressOf(m_strPath);
     ::unlink(m_strPath.c_str());
-    m_socket = CDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    m_socket = COpenFile(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (::bind(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         ::listen(m_socket.Get(), kBacklog) != 0)
         Refused(m_strPath);
@@ -74,7 +74,7 @@ CControlSocket::~CControlSocket()
 
 void CControlSocket::Serve(const std::function<std::string(const std::string&)>& handler) const
 {
-    const CDescriptor peer(::accept4(m_socket.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    const COpenFile peer(::accept4(m_socket.Get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!peer.IsOpen())
         return;
     ::setsockopt(peer.Get(), SOL_SOCKET, SO_RCVTIMEO, &kPatienceOfServer, sizeof kPatience);
@@ -84,7 +84,7 @@ void CControlSocket::Serve(const std::function<std::string(const std::string&)>&
 std::string CControlSocket::Ask(const std::string& strPath, const std::string& strLine)
 {
     const sockaddr_un address = AddressOf(strPath);
-    const CDescriptor server(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const COpenFile server(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (::connect(server.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         Refused(strPath);
     ::setsockopt(server.Get(), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub-bench-usbip/CDescriptor.h"
+#include "tools/zelhub-bench-usbip/COpenFile.h"
 
 #include <functional>
 #include <string>
@@ -25,5 +25,5 @@ public:
 
 private:
     std::string m_strPath;
-    CDescriptor m_socket;
+    COpenFile m_socket;
 };

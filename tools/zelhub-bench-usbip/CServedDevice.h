@@ -48,7 +48,7 @@ private:
     CSimClock& m_clock;
     const CVhci& m_vhci;
     std::ostream* m_pLog;
-    CDescriptor m_socket;
+    COpenFile m_socket;
     std::optional<CUsbFace> m_face;
     std::optional<CUsbipSession> m_session;
     unsigned m_nGeneration = 0; ///< of the node when it was attached

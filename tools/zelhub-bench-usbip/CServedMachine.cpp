@@ -7,8 +7,9 @@
 namespace
 {
 
-/// Nodes of a machine with one thing in it: controller, root hub, the thing.
-constexpr size_t kTheNode = 2;
+/// Each controller has two nodes, itself and its root hub; behind them comes the thing.
+constexpr size_t kNodesOfController = 2;
+constexpr BYTE kClassBillboard = 0x11;
 constexpr CSimClock::Micros kKernelPollMicros = 5'000;
 
 /// Which controller a device hangs on. USB/IP knows root ports alone.
@@ -34,6 +35,7 @@ bool BelongsTo(const BenchDescription& part, const std::string& strId)
     const auto named = [&](const auto& entry) { return entry.strId == strId; };
     return std::any_of(part.hubs.begin(), part.hubs.end(), named) ||
            std::any_of(part.pds.begin(), part.pds.end(), named) ||
+           std::any_of(part.billboards.begin(), part.billboards.end(), named) ||
            std::any_of(part.foreignHubs.begin(), part.foreignHubs.end(), named) ||
            std::any_of(part.devices.begin(), part.devices.end(), named);
 }
@@ -48,13 +50,14 @@ std::unique_ptr<CServedMachine> CServedMachine::Of(const BenchDescription& bench
     part.hubs.clear();
     part.foreignHubs.clear();
     part.devices.clear();
+    part.billboards.clear();
     (part.*pList).push_back(thing);
     const auto keep = [&](auto& list, const auto& idOf) {
         std::erase_if(list, [&](const auto& entry) { return !BelongsTo(part, idOf(entry)); });
     };
     // A PD controller is no name of its own until its hub has let it in.
     std::erase_if(part.pds, [&](const BenchPd& pd) { return pd.strHub != thing.strId; });
-    keep(part.faults, [](const BenchFault& fault) { return fault.strHub; });
+    keep(part.faults, [](const BenchFault& fault) { return fault.strTarget; });
     keep(part.events, [](const BenchEvent& event) { return event.strId; });
     return std::unique_ptr<CServedMachine>(new CServedMachine(thing.strId, std::move(part)));
 }
@@ -66,7 +69,8 @@ CServedMachine::CServedMachine(std::string strId, BenchDescription part)
 void CServedMachine::Serve(CServedDevice::Settings settings, const CVhci& vhci, std::ostream* pLog)
 {
     CSimMachine& machine = m_bench.Machine();
-    CSimNode& node = *machine.Tree().Nodes().at(kTheNode);
+    const size_t nBefore = kNodesOfController * m_bench.Description().controllers.size();
+    CSimNode& node = *machine.Tree().Nodes().at(nBefore);
     m_devices.push_back(
         std::make_unique<CServedDevice>(std::move(settings), node, machine.Time(), vhci, pLog));
 }
@@ -93,6 +97,12 @@ CServedMachine::Divide(const BenchDescription& bench, const CVhci& vhci, std::os
         const VhciPort port = portOf(hub);
         machines.push_back(Of(bench, hub, &BenchDescription::foreignHubs));
         machines.back()->Serve({hub.strId, port}, vhci, pLog);
+    }
+    for (const BenchBillboard& billboard : bench.billboards) {
+        const VhciPort port = portOf(billboard);
+        machines.push_back(Of(bench, billboard, &BenchDescription::billboards));
+        machines.back()->Serve({billboard.strId, port, UsbFaceKind::Device, kClassBillboard}, vhci,
+                               pLog);
     }
     for (const BenchDevice& device : bench.devices) {
         const VhciPort port = portOf(device);

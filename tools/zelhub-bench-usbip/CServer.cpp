@@ -18,14 +18,14 @@ constexpr CSimClock::Micros kLongestPauseMicros = 1'000'000;
 constexpr long kNanosPerMicro = 1000;
 
 /// Ending signals become readable instead of ending the process.
-CDescriptor CatchEnd()
+COpenFile CatchEnd()
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     sigprocmask(SIG_BLOCK, &signals, nullptr);
-    return CDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
+    return COpenFile(::signalfd(-1, &signals, SFD_CLOEXEC));
 }
 
 std::string Described(CBenchMachine& bench, const std::string& strId)
@@ -49,7 +49,7 @@ std::string Described(CBenchMachine& bench, const std::string& strId)
 
 struct CServer::Sources
 {
-    explicit Sources(CDescriptor endOfProcess) : end(std::move(endOfProcess)) {}
+    explicit Sources(COpenFile endOfProcess) : end(std::move(endOfProcess)) {}
 
     void Add(int nDescriptor, CServedDevice* pDevice)
     {
@@ -57,7 +57,7 @@ struct CServer::Sources
         devices.push_back(pDevice);
     }
 
-    CDescriptor end;
+    COpenFile end;
     std::vector<pollfd> polled;
     std::vector<CServedDevice*> devices; ///< in step with polled; null: no device
 };
@@ -177,7 +177,7 @@ void CServer::AddFault(const std::string& strJson)
     const JsonSource source{"fault", strJson};
     const nlohmann::json document = ParseJson(source);
     const BenchFault fault = CBenchFile::ParseFault(CJsonObject(source, document, ""));
-    MachineOf(fault.strHub).Bench().AddFault(fault);
+    MachineOf(fault.strTarget).Bench().AddFault(fault);
 }
 
 CServedMachine& CServer::MachineOf(const std::string& strId)

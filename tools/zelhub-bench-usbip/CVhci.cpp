@@ -79,14 +79,14 @@ VhciPort CVhci::Port(unsigned nController, unsigned nPort, bool bSuperSpeed) con
     return {nRow * m_nPorts + nPort - 1, bSuperSpeed, strBus + "-" + std::to_string(nPort)};
 }
 
-CDescriptor CVhci::Attach(const VhciPort& port) const
+COpenFile CVhci::Attach(const VhciPort& port) const
 {
     int ends[2] = {-1, -1};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
         Refused("no socket");
-    const CDescriptor kernelEnd(ends[0]);
-    CDescriptor ownEnd(ends[1]);
-    const CDescriptor file(::open((ControllerPath(0) / "attach").c_str(), O_WRONLY | O_CLOEXEC));
+    const COpenFile kernelEnd(ends[0]);
+    COpenFile ownEnd(ends[1]);
+    const COpenFile file(::open((ControllerPath(0) / "attach").c_str(), O_WRONLY | O_CLOEXEC));
     if (!file.IsOpen())
         Refused("attach");
     const std::string strLine = std::to_string(port.nNumber) + " " +
@@ -97,7 +97,7 @@ CDescriptor CVhci::Attach(const VhciPort& port) const
         return ownEnd;
     if (errno != EBUSY)
         Refused("port " + std::to_string(port.nNumber));
-    return CDescriptor();
+    return COpenFile();
 }
 
 bool CVhci::HasDevice(const VhciPort& port)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub-bench-usbip/CDescriptor.h"
+#include "tools/zelhub-bench-usbip/COpenFile.h"
 
 #include <string>
 #include <vector>
@@ -26,7 +26,7 @@ public:
 
     /// Plugs a device in. @return the other end of its conversation with the kernel, none while
     /// the kernel is not done with the device before. Throws CToolError when it refuses.
-    CDescriptor Attach(const VhciPort& port) const;
+    COpenFile Attach(const VhciPort& port) const;
 
     /// Whether the kernel shows a device there.
     static bool HasDevice(const VhciPort& port);

@@ -1,8 +1,8 @@
-#include "tools/zelhub-bench-usbip/CDescriptor.h"
+#include "tools/zelhub-bench-usbip/COpenFile.h"
 
 #include <unistd.h>
 
-void CDescriptor::Close()
+void COpenFile::Close()
 {
     if (m_nDescriptor >= 0)
         ::close(m_nDescriptor);
