@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 #include "MsgFixture.h"
@@ -57,7 +58,7 @@ TEST(Allocations, NarrowReportsMakeNone)
     EXPECT_EQ(t_nAllocations - nBefore, 0u);
     EXPECT_GT(deaf.nBytes, 2000u);
 
-    delete new int; // the count does count
+    (void)std::make_unique<int>(); // the count does count
     EXPECT_GT(t_nAllocations, nBefore);
 }
 } // namespace

@@ -188,6 +188,7 @@ TEST_P(EveryReport, CallsOneResponderAtATimeFromAllThreads)
     });
     m_msg.Attach(&spoiler);
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int n = 0; n < 50; ++n)

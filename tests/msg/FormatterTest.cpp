@@ -81,8 +81,10 @@ TEST(Formatter, SixtyFourBitsNeedTwoLs)
 TEST(Formatter, PointersAreSixteenUpperCaseDigits)
 {
     EXPECT_EQ(Narrow("%p", static_cast<void*>(nullptr)), "0000000000000000");
-    const uintptr_t nValue = 0x00000000C000000DU;
-    EXPECT_EQ(Narrow("%p!", reinterpret_cast<void*>(nValue)), "00000000C000000D!");
+    const void* pStatus = nullptr;
+    const uintptr_t nStatus = 0x00000000C000000DU;
+    std::memcpy(&pStatus, &nStatus, sizeof pStatus);
+    EXPECT_EQ(Narrow("%p!", pStatus), "00000000C000000D!");
 }
 
 TEST(Formatter, TextsOfBothWidthsGoIntoBothFormats)

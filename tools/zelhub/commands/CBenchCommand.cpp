@@ -13,6 +13,7 @@ template<typename Names>
 std::vector<std::string> AllNames(const Names& names)
 {
     std::vector<std::string> all;
+    all.reserve(names.size());
     for (const auto& entry : names)
         all.emplace_back(entry.pszName);
     return all;
