@@ -26,6 +26,7 @@ public:
     /// Plain bytes of unclaimed memory, for tests.
     void PutByte(ULONGLONG address, BYTE byValue) { m_bytes[address] = byValue; }
     BYTE ByteAt(ULONGLONG address) const;
+    const std::map<ULONGLONG, BYTE>& Bytes() const { return m_bytes; } ///< those written so far
 
 private:
     struct Range

@@ -84,7 +84,8 @@ void CSimEc::Serve(bool bCommand, BYTE by)
         m_eWants = Wants::Value;
         break;
     case Wants::Value:
-        m_registers[m_byRegister] = by;
+        if (!m_readOnly.contains(m_byRegister))
+            m_registers[m_byRegister] = by;
         m_eWants = Wants::Command;
         break;
     }

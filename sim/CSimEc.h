@@ -7,6 +7,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <set>
 
 /// An embedded controller's two ports: command and status, and data. Commands: 0x80 read and
 /// 0x81 write a register, 0x82 and 0x83 burst on and off. A byte that the host writes stands in
@@ -35,6 +36,8 @@ public:
     void Hang() { m_bHangs = true; }
 
     std::array<BYTE, 256>& Registers() { return m_registers; }
+    /// From now on it takes writes of a register and changes nothing.
+    void SetReadOnly(BYTE byRegister) { m_readOnly.insert(byRegister); }
     CSimMisuse& Misuse() { return m_misuse; }
 
 private:
@@ -58,6 +61,7 @@ private:
     CSimClock::Micros m_usTake = 20;
     CSimClock::Micros m_usAnswer = 50;
     std::array<BYTE, 256> m_registers{};
+    std::set<BYTE> m_readOnly;
     CSimMisuse m_misuse;
     Wants m_eWants = Wants::Command;
     BYTE m_byRegister = 0;

@@ -8,6 +8,8 @@
 class CSimPolls
 {
 public:
+    static constexpr unsigned long long kUsualLimit = 1'000'000;
+
     explicit CSimPolls(CSimClock& clock) : m_clock(clock) {}
 
     void Poll();                                                    ///< one reading
@@ -21,6 +23,6 @@ public:
 private:
     CSimClock& m_clock;
     unsigned long long m_nPolls = 0;
-    unsigned long long m_nLimit = 1000000;
+    unsigned long long m_nLimit = kUsualLimit;
     CSimClock::Micros m_deadline = 0;
 };

@@ -53,6 +53,8 @@ public:
     unsigned Transactions() const { return m_nTransactions; }
     /// The next n reads of the block data port come with bit 0 flipped.
     void CorruptBufferReads(unsigned n) { m_nCorruptReads = n; }
+    unsigned CorruptReads() const { return m_nCorruptReads; } ///< still to come
+    void ForgetFaults() { m_faults.clear(); }
     /// Whether anything answers at its configuration address.
     void SetPresent(bool bPresent) { m_bPresent = bPresent; }
 

@@ -68,6 +68,41 @@ const BadBench kBadBenches[] = {
      "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}], \"hubs\": [{\"id\": \"h\",\n"
      "\"parent\": \"x\", \"port\": 1}], \"faults\": [{\"hub\": \"h\", \"kind\": \"magic\"}]}",
      "\"kind\" has to be one of fail, stall, timeout"},
+    {"SmbusBaseOdd",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}],\n"
+     "\"smbus\": {\"id\": \"s\", \"base\": \"0xEFA1\"}}",
+     ":2:22: \"base\" has to be a multiple of 16"},
+    {"SmbusBlockTooLong",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}], \"smbus\": {\"id\": \"s\", \"devices\": [\n"
+     "{\"id\": \"d\", \"address\": 66, \"blocks\": [{\"command\": 1, \"data\":\n"
+     "\"000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F20\"}]}]}}",
+     "\"data\" is longer than a block"},
+    {"SmbusAddressTwice",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}], \"smbus\": {\"id\": \"s\", \"devices\": [\n"
+     "{\"id\": \"d\", \"address\": 66}, {\"id\": \"e\", \"address\": \"0x42\"}]}}",
+     "SMBus address 0x42 is used twice"},
+    {"SmbusFaultOfNoKind",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}], \"smbus\": {\"id\": \"s\",\n"
+     "\"faults\": [{\"kind\": \"magic\"}]}}",
+     ":2:13: \"kind\" has to be one of dev-err, bus-err"},
+    {"EcPortsTheSame",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}],\n"
+     "\"ec\": {\"id\": \"ec\", \"dataPort\": \"0x66\"}}",
+     ":2:20: I/O port 0x0066 is used twice"},
+    {"EcRegistersBeyondTheLast",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}], \"ec\": {\"id\": \"ec\",\n"
+     "\"registers\": [{\"register\": 255, \"data\": \"00 01\"}]}}",
+     "\"data\" goes beyond register 0xFF"},
+    {"NoHexBytes",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}],\n"
+     "\"memory\": [{\"address\": 0, \"data\": \"0 1\"}]}",
+     ":2:27: \"data\" has to be hex bytes"},
+    {"PortDriverOfNoKind", "{\"schema\": 1, \"machine\": {\"portDriver\": \"perhaps\"}}",
+     "\"portDriver\" has to be one of loads, running, missing, denied"},
+    {"HidInstanceTwice",
+     "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}], \"hidDevices\": [\n"
+     "{\"id\": \"h\", \"parent\": \"x\", \"port\": 1, \"instance\": 5, \"hidInstance\": 5}]}",
+     ":2:54: instance number 5 is used twice"},
     {"TooManyTiers",
      R"({"schema": 1, "controllers": [{"id": "0"}], "hubs": [
         {"id": "1", "parent": "0", "port": 1}, {"id": "2", "parent": "1", "port": 1},
@@ -138,7 +173,8 @@ TEST(BenchState, OfAnotherBenchOrNoStateIsRefused)
 
 TEST(Examples, AreGoodBenches)
 {
-    for (const char* const pszName : {"desk.json", "one-hub.json", "troubled.json"}) {
+    for (const char* const pszName :
+         {"desk.json", "one-hub.json", "troubled.json", "dock.json", "laptop.json"}) {
         CBenchFolder bench;
         bench.UseExample(pszName);
         const ToolResult result = bench.Run({"bench", "check"});

@@ -35,9 +35,9 @@ std::string CBenchFolder::Write(const std::string& strName, const std::vector<BY
     return Write(strName, std::string(bytes.begin(), bytes.end()));
 }
 
-std::string CBenchFolder::ReadText(const std::string& strName) const
+std::string CBenchFolder::ReadFile(const std::string& strPath)
 {
-    std::ifstream file(Path(strName), std::ios::binary);
+    std::ifstream file(strPath, std::ios::binary);
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();

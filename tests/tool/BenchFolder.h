@@ -19,7 +19,8 @@ public:
     std::string Path(const std::string& strName) const { return m_strFolder + "/" + strName; }
     std::string Write(const std::string& strName, const std::string& strText) const;
     std::string Write(const std::string& strName, const std::vector<BYTE>& bytes) const;
-    std::string ReadText(const std::string& strName) const;
+    std::string ReadText(const std::string& strName) const { return ReadFile(Path(strName)); }
+    static std::string ReadFile(const std::string& strPath);
     std::vector<BYTE> ReadBytes(const std::string& strName) const;
 
     /// Uses a bench for the runs that follow; its state is forgotten.

@@ -41,6 +41,8 @@ public:
             m_entries.push_back({&device, false});
         for (const BenchBillboard& billboard : bench.billboards)
             m_entries.push_back({&billboard, false});
+        for (const BenchHid& hid : bench.hids)
+            m_entries.push_back({&hid, false});
     }
 
     void Run()
@@ -54,6 +56,8 @@ public:
         Instances();
         Texts();
         PdControllers();
+        Smbus();
+        Ec();
         References();
     }
 
@@ -176,6 +180,8 @@ private:
             claim(entry.pNode->dwInstance, entry.pNode->strWhere + "/instance");
         for (const BenchHub& hub : m_bench.hubs)
             claim(hub.dwSuperInstance, hub.strWhere + "/superSpeed/instance");
+        for (const BenchHid& hid : m_bench.hids)
+            claim(hid.dwHidInstance, hid.strWhere + "/hidInstance");
     }
 
     void CheckText(const std::string& strText, size_t nMost, const std::string& strWhere)
@@ -234,6 +240,41 @@ private:
         }
     }
 
+    /// Gives ports to a model. @param strWhere the member that names them
+    void ClaimPorts(DWORD dwFirst, ULONGLONG count, const std::string& strWhere)
+    {
+        for (DWORD dwPort = dwFirst; dwPort < dwFirst + count; ++dwPort)
+            if (!m_ioPorts.insert(dwPort).second)
+                RefuseJson(m_source, strWhere, "I/O port " + Hex(dwPort, 4) + " is used twice");
+    }
+
+    void Smbus()
+    {
+        ClaimPorts(CSimSmbusController::kPciAddressPort, CSimSmbusController::kPciPorts, "");
+        if (!m_bench.lab.smbus)
+            return;
+        const BenchSmbus& smbus = *m_bench.lab.smbus;
+        Claim(smbus.strId, smbus.strWhere);
+        ClaimPorts(smbus.dwBase, CSimSmbusController::kRegisters, smbus.strWhere + "/base");
+        std::set<BYTE> used;
+        for (const BenchSmbusDevice& device : smbus.devices) {
+            Claim(device.strId, device.strWhere);
+            if (!used.insert(device.byAddress).second)
+                RefuseJson(m_source, device.strWhere + "/address",
+                           "SMBus address " + Hex(device.byAddress, 2) + " is used twice");
+        }
+    }
+
+    void Ec()
+    {
+        if (!m_bench.lab.ec)
+            return;
+        const BenchEc& ec = *m_bench.lab.ec;
+        Claim(ec.strId, ec.strWhere);
+        ClaimPorts(ec.wCommandPort, 1, ec.strWhere + "/commandPort");
+        ClaimPorts(ec.wDataPort, 1, ec.strWhere + "/dataPort");
+    }
+
     bool Has(BenchTarget eTarget, const std::string& strId) const
     {
         const auto in = [&](const auto& list) {
@@ -285,6 +326,7 @@ private:
     const BenchDescription& m_bench;
     std::vector<Entry> m_entries;
     std::set<std::string> m_ids;
+    std::set<DWORD> m_ioPorts;
     std::map<std::string, std::string> m_parents; ///< of controllers and hubs; empty: none
 };
 

@@ -3,6 +3,7 @@
 #include "sim/CSimBillboard.h"
 #include "sim/CSimHub.h"
 #include "sim/CSimPd.h"
+#include "tools/zelhub/BenchLab.h"
 
 #include <optional>
 #include <string>
@@ -68,6 +69,14 @@ struct BenchDevice : BenchNode
 {
     std::string strDescription = "USB Device";
     BYTE byClass = 0xFF;
+};
+
+/// A USB device with one HID collection, which is a node of its own.
+struct BenchHid : BenchNode
+{
+    DWORD dwHidInstance = 0;  ///< of the collection's node; 0: derived
+    DWORD dwOpenError = 0;    ///< opening the collection fails
+    std::vector<BYTE> report; ///< its report descriptor
 };
 
 /// The inside of a PD controller.
@@ -139,8 +148,10 @@ struct BenchDescription
     std::vector<BenchHub> hubs;
     std::vector<BenchForeignHub> foreignHubs;
     std::vector<BenchDevice> devices;
+    std::vector<BenchHid> hids;
     std::vector<BenchPd> pds;
     std::vector<BenchBillboard> billboards;
+    BenchLab lab;
     std::vector<BenchFault> faults;
     std::vector<BenchEvent> events;
 };

@@ -1,6 +1,8 @@
 #include "tools/zelhub/CBenchFile.h"
 
+#include "sim/CSimHidDevice.h"
 #include "tools/zelhub/BenchChecks.h"
+#include "tools/zelhub/BenchLabFile.h"
 #include "tools/zelhub/COutput.h"
 #include "tools/zelhub/Failure.h"
 
@@ -159,6 +161,32 @@ void ReadPdChip(CJsonObject& object, BenchPdChip& chip, const std::filesystem::p
         chip.timing = ReadTiming(object.Object("timing"));
 }
 
+std::vector<BYTE> ReadReport(CJsonObject& object)
+{
+    const auto number = [&](const char* pszKey, unsigned long long nMost, unsigned nDefault) {
+        return object.Number(pszKey, 0, nMost, nDefault);
+    };
+    const auto wPage = static_cast<USHORT>(number("usagePage", kMaxWord, 0xFF00));
+    const auto wUsage = static_cast<USHORT>(number("usage", kMaxWord, 1));
+    const auto cbInput = static_cast<BYTE>(number("inputBytes", 0xFF, 64));
+    const auto cbOutput = static_cast<BYTE>(number("outputBytes", 0xFF, 64));
+    const auto cbFeature = static_cast<BYTE>(number("featureBytes", 0xFF, 0));
+    if (object.Has("reportDescriptor"))
+        return ReadBenchHex(object, "reportDescriptor");
+    return CSimHidDevice::SimpleReport(wPage, wUsage, cbInput, cbOutput, cbFeature);
+}
+
+BenchHid ReadHid(CJsonObject object)
+{
+    BenchHid hid;
+    ReadNode(object, hid, 0x0A0B, 0x0C0E);
+    hid.dwHidInstance = Instance(object, "hidInstance");
+    hid.dwOpenError = static_cast<DWORD>(object.Number("openError", 0, kMaxDword, 0));
+    hid.report = ReadReport(object);
+    object.Done();
+    return hid;
+}
+
 BenchPd ReadPd(CJsonObject object, const std::filesystem::path& folder)
 {
     BenchPd pd;
@@ -207,30 +235,17 @@ void ReadMachine(CJsonObject object, BenchDescription& bench)
     bench.dwManagerError =
         static_cast<DWORD>(object.Number("serviceManagerError", 0, kMaxDword, 0));
     bench.bDriverRunning = object.Flag("driverRunning", false);
+    bench.lab.ePortDriver = ReadBenchPortDriver(object);
     object.Done();
-}
-
-template<typename Entry, typename Names>
-const Entry& ByName(CJsonObject& object, const char* pszKey, const std::string& strName,
-                    const Names& names)
-{
-    std::string strAll;
-    for (const Entry& entry : names) {
-        if (strName == entry.pszName)
-            return entry;
-        strAll += std::string(strAll.empty() ? "" : ", ") + entry.pszName;
-    }
-    object.Refuse(pszKey, "has to be one of " + strAll);
 }
 
 void ReadTransferFault(CJsonObject& object, BenchFault& fault)
 {
     if (object.Has("request"))
-        fault.byRequest = ByName<BenchRequestName>(object, "request", object.Text("request"),
-                                                   NameOfTarget(fault.eTarget).requests)
-                              .byRequest;
-    fault.fault.eKind =
-        ByName<BenchFaultName>(object, "kind", object.Text("kind"), kBenchFaults).eKind;
+        fault.byRequest =
+            object.Named("request", object.Text("request"), NameOfTarget(fault.eTarget).requests)
+                .byRequest;
+    fault.fault.eKind = object.Named("kind", object.Text("kind"), kBenchFaults).eKind;
     SimFault& details = fault.fault;
     details.dwCode = static_cast<DWORD>(object.Number("code", 1, 0xFFFFFFFF, details.dwCode));
     details.dwOffset = static_cast<DWORD>(object.Number("offset", 0, kMaxDword, 0));
@@ -260,8 +275,7 @@ BenchFault CBenchFile::ParseFault(CJsonObject object)
     fault.bPowerCut = object.Has("powerCut");
     if (fault.bPowerCut) {
         fault.nNth = object.Number("powerCut", 0, kMaxDword);
-        fault.eWhen =
-            ByName<BenchCutName>(object, "when", object.Text("when", "middle"), kBenchCuts).eWhen;
+        fault.eWhen = object.Named("when", object.Text("when", "middle"), kBenchCuts).eWhen;
     } else {
         fault.nNth = object.Number("nth", 0, kMaxDword, 0);
         ReadTransferFault(object, fault);
@@ -287,10 +301,13 @@ BenchDescription CBenchFile::Parse(const JsonSource& source)
         bench.foreignHubs.push_back(ReadForeignHub(entry));
     for (CJsonObject& entry : object.Objects("devices"))
         bench.devices.push_back(ReadDevice(entry));
+    for (CJsonObject& entry : object.Objects("hidDevices"))
+        bench.hids.push_back(ReadHid(entry));
     for (CJsonObject& entry : object.Objects("pdControllers"))
         bench.pds.push_back(ReadPd(entry, folder));
     for (CJsonObject& entry : object.Objects("billboards"))
         bench.billboards.push_back(ReadBillboard(entry, folder));
+    ReadBenchLab(object, bench.lab);
     for (CJsonObject& entry : object.Objects("faults"))
         bench.faults.push_back(ParseFault(entry));
     for (CJsonObject& entry : object.Objects("events"))

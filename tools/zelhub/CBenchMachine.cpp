@@ -108,7 +108,8 @@ std::vector<BYTE> BuildBenchImage(const BenchImage& image)
 
 CBenchMachine::CBenchMachine(BenchDescription bench)
     : m_bench(std::move(bench)),
-      m_pMachine(std::make_unique<CSimMachine>(std::make_shared<CSimSystem>()))
+      m_pMachine(std::make_unique<CSimMachine>(std::make_shared<CSimSystem>())),
+      m_lab(*m_pMachine, m_bench.lab)
 {
     try {
         BuildTree();
@@ -141,7 +142,7 @@ void CBenchMachine::BuildTree()
     // Parents first; the file may name them in any order, and was checked for loops.
     const size_t nAll = m_bench.controllers.size() + m_bench.hubs.size() +
                         m_bench.foreignHubs.size() + m_bench.devices.size() +
-                        m_bench.billboards.size();
+                        m_bench.billboards.size() + m_bench.hids.size();
     while (m_nodes.size() < nAll) {
         for (const BenchHub& hub : m_bench.hubs)
             if (TryAdd(hub) && (!hub.bSuperSpeed || m_nodes.count(hub.strSuperParent) != 0))
@@ -155,6 +156,9 @@ void CBenchMachine::BuildTree()
         for (const BenchBillboard& billboard : m_bench.billboards)
             if (TryAdd(billboard))
                 AddBillboard(billboard);
+        for (const BenchHid& hid : m_bench.hids)
+            if (TryAdd(hid))
+                AddHid(hid);
     }
     for (auto& [strId, node] : m_nodes)
         Show(node);
@@ -236,6 +240,39 @@ void CBenchMachine::AddDevice(const BenchDevice& device)
         &m_pMachine->Tree().AddDevice(*ParentNode(device.strParent, false), device.nPort, options);
     Override(*node.pNode, device);
     m_nodes[device.strId] = node;
+}
+
+void CBenchMachine::AddHid(const BenchHid& hid)
+{
+    constexpr BYTE kClassHid = 3;
+    SimUsbIdentity identity;
+    identity.usVid = hid.wVid;
+    identity.usPid = hid.wPid;
+    identity.byClass = 0; // its interface says what it is
+    identity.byProtocol = 0;
+    m_hids.push_back(std::make_unique<CSimHidDevice>(m_pMachine->Time(), identity, hid.report));
+    DeviceNodeOptions options;
+    options.wVid = hid.wVid;
+    options.wPid = hid.wPid;
+    options.devInst = hid.dwInstance;
+    options.byClass = kClassHid;
+    options.strSerial = Wide(hid.strSerial);
+    options.strDescription = WTEXT("USB Input Device");
+    CSimDeviceTree& tree = m_pMachine->Tree();
+    Node node;
+    node.strParent = hid.strParent;
+    node.bPlugged = hid.bPlugged;
+    node.pNode =
+        &tree.AddDevice(*ParentNode(hid.strParent, false), hid.nPort, options, m_hids.back().get());
+    Override(*node.pNode, hid);
+    HidNodeOptions collection;
+    collection.wVid = hid.wVid;
+    collection.wPid = hid.wPid;
+    collection.devInst = hid.dwHidInstance;
+    SimNodeSpec& spec = tree.AddHid(*node.pNode, collection).Spec();
+    spec.hidCaps = CSimHidDevice::Capabilities(hid.report);
+    spec.dwOpenError = hid.dwOpenError;
+    m_nodes[hid.strId] = node;
 }
 
 void CBenchMachine::AddPd(const BenchPd& pd)

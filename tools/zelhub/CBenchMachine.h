@@ -1,8 +1,10 @@
 #pragma once
 
+#include "sim/CSimHidDevice.h"
 #include "sim/CSimMachine.h"
 #include "sim/CSimPlainDevice.h"
 #include "tools/zelhub/BenchDescription.h"
+#include "tools/zelhub/CBenchLab.h"
 
 #include <map>
 #include <memory>
@@ -31,6 +33,7 @@ public:
     CSimBillboard* Billboard(const std::string& strId);
     BenchTarget TargetOf(const std::string& strId); ///< of a thing that has a model
     bool HasModel(const std::string& strId) { return ModelOf(strId).has_value(); }
+    CBenchLab& Lab() { return m_lab; }
     bool IsPlugged(const std::string& strId) const;
     bool Knows(const std::string& strId) const
     {
@@ -76,6 +79,7 @@ private:
     void AddHub(const BenchHub& hub);
     void AddForeignHub(const BenchForeignHub& hub);
     void AddDevice(const BenchDevice& device);
+    void AddHid(const BenchHid& hid);
     void AddPd(const BenchPd& pd);
     void AddBillboard(const BenchBillboard& billboard);
     void SetUpProcess();
@@ -97,6 +101,8 @@ private:
     std::map<std::string, std::unique_ptr<CSimHub>> m_hubs;
     std::map<std::string, std::unique_ptr<CSimBillboard>> m_billboards;
     std::vector<std::unique_ptr<CSimPlainDevice>> m_plain;
+    std::vector<std::unique_ptr<CSimHidDevice>> m_hids;
+    CBenchLab m_lab;
     std::vector<BenchFault> m_faults;
 };
 

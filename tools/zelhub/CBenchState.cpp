@@ -1,6 +1,7 @@
 #include "tools/zelhub/CBenchState.h"
 
 #include "tools/zelhub/BenchFlashText.h"
+#include "tools/zelhub/BenchLabState.h"
 #include "tools/zelhub/CBenchFile.h"
 #include "tools/zelhub/COutput.h"
 #include "tools/zelhub/Failure.h"
@@ -131,6 +132,7 @@ void CBenchState::Load(CBenchMachine& bench) const
         LoadModel(entry, [&](const std::string& str) { return bench.Pd(str); });
     for (CJsonObject& entry : object.Objects("billboards"))
         LoadModel(entry, [&](const std::string& str) { return bench.Billboard(str); });
+    LoadBenchLab(object, bench.Lab());
     bench.ForgetFaults(); // those of the bench file were taken over when the state was made
     for (CJsonObject& entry : object.Objects("faults"))
         bench.AddFault(CBenchFile::ParseFault(entry));
@@ -152,6 +154,7 @@ void CBenchState::Save(CBenchMachine& bench) const
     }
     for (const std::string& strId : bench.PdIds())
         document["pdControllers"].push_back(ModelJson(strId, *bench.Pd(strId)));
+    SaveBenchLab(document, bench.Lab());
     for (const BenchFault& fault : bench.PendingFaults())
         document["faults"].push_back(FaultJson(fault));
     const std::string strText = document.dump(1) + "\n";

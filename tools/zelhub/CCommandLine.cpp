@@ -29,7 +29,7 @@ constexpr const char* kFooter =
     "\n"
     "Exit status: 0 done (also when already current, and for an empty list)  1 general\n"
     "  2 usage  3 no such device  4 no access to it  5 image refused  6 erase or write failed\n"
-    "  7 verify mismatch  8 device lost or not back\n"
+    "  7 verify mismatch  8 device lost, not back, or never answering\n"
     "\n"
     "Environment: NO_COLOR switches colours off.\n"
     "Try it without hardware: zelhub --bench examples/desk.json list";
@@ -144,7 +144,8 @@ int CCommandLine::RunCommand(ICommand& command, const std::string& strName)
         context.SetLeave({ExitCode::General, "ended before the command was done", "", "",
                           "Nothing was changed; type it again."});
         HostSystem::CatchInterrupts();
-        const CWatchdog watchdog(m_options.dTimeout);
+        const CWatchdog watchdog(m_options.dTimeout > 0 ? m_options.dTimeout
+                                                        : command.DefaultTimeout());
         const auto attempt = [&](const auto& work) {
             try {
                 work();

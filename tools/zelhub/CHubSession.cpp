@@ -3,30 +3,16 @@
 #include "api/zelhub.h"
 #include "api/zelhub_bench.h"
 #include "cmd/CRequestCMD.h"
-#include "msg/CLogResponder.h"
 #include "msg/CMsg.h"
 #include "tools/zelhub/DriverDiagnosis.h"
 #include "tools/zelhub/HubOnBus.h"
-
-#include <array>
-#include <cstring>
+#include "tools/zelhub/LibraryLog.h"
 
 namespace
 {
 
 constexpr int kConnectSeconds = 2; ///< it is known to be there
 constexpr int kReturnSeconds = 20; ///< what is waited for a late hub beyond the flow's waits
-
-/// The library ends the process when the path of its log does not fit 260 bytes.
-void CheckLogPath()
-{
-    constexpr size_t kFits = 240;
-    std::array<char, 1024> path = {};
-    if (!CLogResponder::GetSelfModulePath(path.data()) || std::strlen(path.data()) > kFits)
-        throw CToolError(ExitCode::General,
-                         "--library-log: the library lies in a folder whose path is too long",
-                         "Install it in a folder with a shorter path, or use --log FILE.");
-}
 
 } // namespace
 
@@ -35,7 +21,7 @@ CHubSession::CHubSession(CToolContext& context) : m_context(context), m_responde
     if (context.OnBench())
         ZelSetPlatform(context.BenchServices());
     if (context.Opts().bLibraryLog)
-        CheckLogPath();
+        CheckLibraryLog();
     StartLibrary();
 }
 

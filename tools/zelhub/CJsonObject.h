@@ -43,6 +43,21 @@ public:
     CJsonObject Object(const char* pszKey);               ///< must be there
     std::vector<CJsonObject> Objects(const char* pszKey); ///< none: empty
 
+    /// The entry of a table whose pszName a member holds; other names are refused with all that
+    /// there are.
+    template<typename Entry>
+    const Entry& Named(const char* pszKey, const std::string& strName,
+                       const std::vector<Entry>& names) const
+    {
+        std::string strAll;
+        for (const Entry& entry : names) {
+            if (strName == entry.pszName)
+                return entry;
+            strAll += std::string(strAll.empty() ? "" : ", ") + entry.pszName;
+        }
+        Refuse(pszKey, "has to be one of " + strAll);
+    }
+
     /// Refuses the members that were not asked for.
     void Done() const;
 

@@ -7,11 +7,14 @@
 namespace
 {
 
-/// How the transport reports a transfer that failed; its code may read 0 all the same.
-constexpr const char* kTransferFailed = "IOCTL_KYPROXY_SEND_URB failed";
+/// How a transfer or an access to memory or ports that failed is reported; what the operation
+/// returns may look like success all the same.
+constexpr const char* kTransferFailed[] = {
+    "IOCTL_KYPROXY_SEND_URB failed", "IOCTL_KYPROXY_WRITE_MEMORY_UCHAR failed",
+    "DeviceIoControl() FAILED", "DeviceIoControl() OK! ==> dwReturnedLength"};
 
 /// How other failures are reported.
-constexpr const char* kFailed[] = {"fail", "Fail,", "Fail.", "Send FAIL"};
+constexpr const char* kFailed[] = {"fail", "Fail,", "Fail.", "Fail with", "Send FAIL", "FAILED"};
 
 bool HoldsOneOf(const char* pszText, const auto& marks)
 {
@@ -52,13 +55,22 @@ CToolResponder::~CToolResponder()
         (void)std::fclose(m_pLog);
 }
 
+void CToolResponder::ForgetFailure()
+{
+    m_strLastFailure.clear();
+    m_strFirstFailure.clear();
+}
+
 void CToolResponder::ShowMsg(const char* pszText, ERRORLEVEL eLevel)
 {
-    const bool bTransfer = std::strstr(pszText, kTransferFailed) != nullptr;
+    const bool bTransfer = HoldsOneOf(pszText, kTransferFailed);
     if (bTransfer)
         ++m_nFailedTransfers;
-    if (bTransfer || HoldsOneOf(pszText, kFailed))
+    if (bTransfer || HoldsOneOf(pszText, kFailed)) {
         m_strLastFailure = Printable(Body(pszText));
+        if (m_strFirstFailure.empty())
+            m_strFirstFailure = m_strLastFailure;
+    }
     if (m_line)
         m_line(Body(pszText));
     if (eLevel < m_eLevel)

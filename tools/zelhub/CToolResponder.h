@@ -22,7 +22,9 @@ public:
 
     /// The last line that reported a failed call, without its head; empty: none.
     const std::string& LastFailure() const { return m_strLastFailure; }
-    void ForgetFailure() { m_strLastFailure.clear(); }
+    /// The first one, which is the cause where one failure led to others.
+    const std::string& FirstFailure() const { return m_strFirstFailure; }
+    void ForgetFailure();
 
     /// Who also gets every line without its head, whatever its level.
     void OnLine(std::function<void(const std::string&)> line) { m_line = std::move(line); }
@@ -41,6 +43,7 @@ private:
     ERRORLEVEL m_eLevel = MSG_INFO;
     unsigned m_nFailedTransfers = 0;
     std::string m_strLastFailure;
+    std::string m_strFirstFailure;
     std::function<void(int)> m_progress;
     std::function<void(const std::string&)> m_line;
 };

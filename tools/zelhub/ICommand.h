@@ -18,6 +18,9 @@ public:
     virtual void Declare(CArguments& root) = 0;
     virtual bool Chosen() const = 0;
 
+    /// Seconds of real time after which it is ended where --timeout does not say; 0: never.
+    virtual double DefaultTimeout() const { return 0; }
+
     /// Does it. Throws CToolError when it fails.
     virtual void Run(CToolContext& context) = 0;
 };

@@ -203,6 +203,14 @@ void CBenchCommand::Check(CToolContext& context) const
         CSimPd& pd = *bench.Pd(strId);
         add(strId, ModelCells(pd, pd.Banks().RunsFlash()));
     }
+    const auto addOwn = [&](const std::string& strId, CSimMisuse& misuse) {
+        table.rows.push_back({Cell(Printable(strId)), Cell::YesNo(true), Cell::None(), Cell::None(),
+                              Cell::Number(misuse.Count())});
+    };
+    if (CSimSmbusController* const pSmbus = bench.Lab().Smbus())
+        addOwn(bench.Description().lab.smbus->strId, pSmbus->Misuse());
+    if (CSimEc* const pEc = bench.Lab().Ec())
+        addOwn(bench.Description().lab.ec->strId, pEc->Misuse());
     context.Out().Show("bench", table);
 }
 

@@ -1,29 +1,11 @@
 #include "tools/zelhub/commands/CI2cCommand.h"
 
-#include <cctype>
+#include "tools/zelhub/HexInput.h"
 
 namespace
 {
 
 constexpr DWORD kMostBytes = 4096;
-
-std::vector<BYTE> ParseHexBytes(const std::string& strText)
-{
-    std::string strDigits;
-    for (const char ch : strText) {
-        if (std::isxdigit(static_cast<unsigned char>(ch)) != 0)
-            strDigits += ch;
-        else if (ch != ' ' && ch != ',' && ch != ':')
-            strDigits = "!";
-    }
-    if (strDigits.empty() || strDigits.size() % 2 != 0 || strDigits[0] == '!')
-        throw CToolError(ExitCode::Usage, "--data \"" + Printable(strText) + "\" is no hex bytes",
-                         "Write two digits per byte: --data \"01 2A FF\".");
-    std::vector<BYTE> bytes;
-    for (size_t i = 0; i < strDigits.size(); i += 2)
-        bytes.push_back(static_cast<BYTE>(std::stoul(strDigits.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
 
 [[noreturn]] void Refuse(CHubSession& session, const std::string& strWhat)
 {
@@ -68,7 +50,7 @@ void CI2cCommand::Run(CToolContext& context)
 {
     const bool bWrite = m_write->Chosen();
     if (bWrite) {
-        (void)ParseHexBytes(m_strData);
+        (void)DataOption(m_strData);
         if (!m_bYes)
             throw CToolError(ExitCode::Usage, "i2c write can harm what hangs on the hub's I2C port",
                              "Add --yes to do it.");
@@ -110,7 +92,7 @@ void CI2cCommand::Read(CHubSession& session) const
 
 void CI2cCommand::Write(CHubSession& session) const
 {
-    std::vector<BYTE> bytes = ParseHexBytes(m_strData);
+    std::vector<BYTE> bytes = DataOption(m_strData);
     const unsigned nFailed = session.Responder().FailedTransfers();
     const DWORD dwRes = session.Dev().I2CWriteImpl(static_cast<DWORD>(m_dwAddress), bytes.data(),
                                                    static_cast<USHORT>(bytes.size()));

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "tools/zelhub/CHubSession.h"
+#include "tools/zelhub/ICommand.h"
+
+/// zelhub hid list: the HID collections on the machine.
+class CHidCommand : public ICommand
+{
+public:
+    const char* Name() const override { return "hid"; }
+    void Declare(CArguments& root) override;
+    bool Chosen() const override { return m_list->Chosen(); }
+    void Run(CToolContext& context) override;
+
+private:
+    std::optional<CArguments> m_list;
+};
