@@ -1,5 +1,6 @@
 // One control transfer to a device node, without the library: what the stories compare with.
-// Usage: probe NODE TYPE REQUEST VALUE INDEX LENGTH [TIMEOUT-MS]      (hexadecimal but for the
+// Usage: probe NODE reset       (of the device's port)
+//        probe NODE TYPE REQUEST VALUE INDEX LENGTH [TIMEOUT-MS]      (hexadecimal but for the
 // last) Prints the bytes that came, or "error NUMBER" (of the system) and fails.
 #include <array>
 #include <cerrno>
@@ -12,6 +13,10 @@
 
 int main(int nArguments, char** ppArguments)
 {
+    if (nArguments == 3) {
+        const int nReset = ::open(ppArguments[1], O_RDWR | O_CLOEXEC);
+        return nReset >= 0 && ::ioctl(nReset, USBDEVFS_RESET) == 0 ? 0 : 1;
+    }
     if (nArguments < 7)
         return 2;
     const auto number = [&](int n, int nBase) {

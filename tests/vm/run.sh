@@ -35,12 +35,13 @@ cp "$here/init" "$root/init"
 cp "$here"/{stories.sh,apply-rules} "$here"/*.json "$here"/../../examples/desk.json "$root/test/"
 cp "$build/tools/zelhub-bench-usbip/zelhub-bench-usbip" "$root/test/"
 cp "$build/tests/vm_probe" "$root/test/probe"
+cp "$build/tests/vm_speed" "$root/test/speed"
 printf 'root:x:0:0::/tmp:/bin/sh\nsecond:x:1000:1000::/tmp:/bin/sh\n' >"$root/etc/passwd"
 printf 'root:x:0:\nsecond:x:1000:\n' >"$root/etc/group"
 
 # Shared libraries stand where the build machine has them; ours comes from the installed tree.
 ours=$(dirname "$(find "$root/usr" -name 'libZelhublib64.so*' | head -n 1)")
-for program in "$root"/usr/bin/* "$root"/test/zelhub-bench-usbip "$root"/test/probe; do
+for program in "$root"/usr/bin/* "$root"/test/{zelhub-bench-usbip,probe,speed}; do
     LD_LIBRARY_PATH=$ours ldd "$program"
 done | grep -o '/[^ ]*' | grep -v "^$root\|^$build" | sort -u | while read -r library; do
     mkdir -p "$root$(dirname "$library")"
@@ -57,7 +58,7 @@ timeout $seconds qemu-system-x86_64 -accel tcg -M q35 -m 512 -display none -no-r
 
 # Every story has to say that it passed, and the last line that none is missing.
 expected=$(grep -c '^story_' "$here/stories.sh")
-tr -d '\r' <"$work/console.log" | grep -a '^VM' | sed 's/^VM //' || true
+tr -d '\r' <"$work/console.log" | sed -n 's/^VM //p' || true
 passed=$(tr -d '\r' <"$work/console.log" | grep -ac '^VM story [a-z0-9_]*: passed' || true)
 if [ "$expected" -gt 0 ] && [ "$passed" -eq "$expected" ] &&
     tr -d '\r' <"$work/console.log" | grep -aq "^VM end: $expected stories, 0 failed"; then

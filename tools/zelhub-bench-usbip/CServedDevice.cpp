@@ -1,5 +1,7 @@
 #include "tools/zelhub-bench-usbip/CServedDevice.h"
 
+#include "tools/zelhub/Failure.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -9,6 +11,15 @@ CServedDevice::CServedDevice(Settings settings, CSimNode& node, CSimClock& clock
                              std::ostream* pLog)
     : m_settings(std::move(settings)), m_node(node), m_clock(clock), m_vhci(vhci), m_pLog(pLog)
 {}
+
+void CServedDevice::CheckPortIsFree() const
+{
+    if (CVhci::HasDevice(m_settings.port))
+        throw CToolError(ExitCode::NoAccess,
+                         "\"" + m_settings.strName + "\": its port has a device already (" +
+                             m_settings.port.strNode + ")",
+                         "Give it another port in the bench file, or end the other server.");
+}
 
 void CServedDevice::Run(CSimClock::Micros now)
 {

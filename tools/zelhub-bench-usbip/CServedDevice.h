@@ -25,6 +25,9 @@ public:
     CServedDevice(Settings settings, CSimNode& node, CSimClock& clock, const CVhci& vhci,
                   std::ostream* pLog);
 
+    /// Throws CToolError when the kernel shows a device on its port: somebody else's.
+    void CheckPortIsFree() const;
+
     /// Attaches or detaches as the node says, carries out transfers, sends answers that are due.
     void Run(CSimClock::Micros now);
 

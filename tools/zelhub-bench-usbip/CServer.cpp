@@ -68,6 +68,9 @@ CServer::CServer(const ServerOptions& options) : m_options(options)
     if (!m_options.strLog.empty())
         m_pLog = std::make_unique<std::ofstream>(m_options.strLog, std::ios::app);
     m_machines = CServedMachine::Divide(bench, m_vhci, m_pLog.get());
+    for (const auto& pMachine : m_machines)
+        for (const auto& pDevice : pMachine->Devices())
+            pDevice->CheckPortIsFree();
     if (!m_options.strStateDir.empty())
         for (const auto& pMachine : m_machines)
             CBenchState(StateFile(*pMachine)).Load(pMachine->Bench());
