@@ -11,16 +11,25 @@ modules=(usb-common usbcore usbmon usbip-core vhci-hcd hid usbhid hid-generic xh
 rm -rf "$folder"
 mkdir -p "$folder/modules"
 
-package() { apt-cache depends linux-image-amd64 2>/dev/null | sed -n 's/^ *Depends: \(linux-image-.*\)/\1/p'; }
-name=$(package | head -n 1)
-if [ -z "$name" ]; then
-    apt-get update -q >/dev/null
-    name=$(package | head -n 1)
+root=()
+[ "$(id -u)" -eq 0 ] || root=(sudo)
+
+# The package that linux-image-amd64 depends on, in the present lists.
+package() {
+    apt-cache depends linux-image-amd64 2>/dev/null |
+        sed -n 's/^ *Depends: \(linux-image-.*\)/\1/p' | head -n 1
+}
+download() {
+    local name
+    name=$(package) && [ -n "$name" ] || return 1
+    echo "vm: downloading $name"
+    (cd "$folder" && apt-get download -q "$name" >download.log 2>&1)
+}
+# Lists that are missing or old name no package or one that is gone.
+if ! download; then
+    "${root[@]}" apt-get update -q >"$folder/update.log" 2>&1 || true
+    download || { cat "$folder"/*.log >&2; echo "vm: no kernel could be downloaded" >&2; exit 1; }
 fi
-[ -n "$name" ] || { echo "vm: apt-get knows no package linux-image-amd64" >&2; exit 1; }
-echo "vm: downloading $name"
-(cd "$folder" && apt-get download -q "$name" >download.log 2>&1) ||
-    { cat "$folder/download.log" >&2; exit 1; }
 dpkg-deb --fsys-tarfile "$folder"/*.deb | tar -x -C "$folder" \
     --wildcards './boot/vmlinuz-*' './lib/modules/*/kernel/drivers/usb/*' \
     './lib/modules/*/kernel/drivers/hid/*' './lib/modules/*/kernel/drivers/i2c/*'
@@ -30,5 +39,5 @@ for module in "${modules[@]}"; do
     mv "$(find "$folder/lib" -name "$module.ko" | grep .)" "$folder/modules/$n-$module.ko"
     n=$((n + 1))
 done
-rm -rf "$folder/boot" "$folder/lib" "$folder"/*.deb
+rm -rf "$folder/boot" "$folder/lib" "$folder"/*.deb "$folder"/*.log
 touch "$folder/complete"
