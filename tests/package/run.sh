@@ -43,10 +43,10 @@ zelhub --quiet --bench "$examples/desk.json" --hub '#1' update "$work/new.bin" >
 
 # The manual page and the completion know what the program knows.
 # commands [COMMAND]: those that the help names
-commands() { zelhub "$@" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z0-9]*\) .*/\1/p'; }
+commands() { zelhub "$@" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z0-9-]*\) .*/\1/p'; }
 manual=$(gzip -dc "$root/usr/share/man/man1/zelhub.1.gz")
 for command in $(commands); do
-    grep -qx ".B $command" <<<"$manual" || fail "zelhub.1 lacks the command $command"
+    grep -qxF -e ".B ${command//-/\\-}" <<<"$manual" || fail "zelhub.1 lacks the command $command"
 done
 for option in $(zelhub --help | sed -n 's/^  \(-[a-z],\)\{0,1\}--\([a-z-]*\).*/\2/p'); do
     grep -qF -e "\\-\\-${option//-/\\-}" <<<"$manual" || fail "zelhub.1 lacks the option --$option"
