@@ -150,11 +150,12 @@ story_erased_hub_recovers() {
 
 # interrupted STATUS FAULT: an update of right ends with that status, the next one works
 interrupted() {
+    local result=0
     server fault "$2" || return 1
-    gives "$1" zelhub_on right update --force /tmp/0x0300.bin || return 1
+    gives "$1" zelhub_on right update --force /tmp/0x0300.bin || result=1
     server plug right && until_true 10 bound 0011 &&
         gives 0 zelhub_on right update --force /tmp/0x0300.bin &&
-        server check | grep "^right: on the bus, runs flash, version 0x0300"
+        server check | grep "^right: on the bus, runs flash, version 0x0300" && return $result
 }
 
 story_hub_that_vanishes_while_written_recovers() {

@@ -224,5 +224,13 @@ void COperationWatch::FailByFacts()
     const OperationFacts& facts = m_device.notes.Facts();
     if (facts.bInterrupted)
         Fail(ExitCode::General, "interrupted before the flash was touched");
-    Fail(FailedCode(facts, m_device.isPresent()));
+    // A transfer fails at once when its device leaves; the system takes the node away a little
+    // later.
+    constexpr unsigned kNodeLingersMs = 500;
+    bool bPresent = m_device.isPresent();
+    if (bPresent && !m_device.context.OnBench()) {
+        m_device.context.Sleep(kNodeLingersMs);
+        bPresent = m_device.isPresent();
+    }
+    Fail(FailedCode(facts, bPresent));
 }
