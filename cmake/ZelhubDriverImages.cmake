@@ -28,8 +28,9 @@ function(zelhub_check_driver variable file hex machine)
     if(NOT pe STREQUAL "50450000${machine}")
         message(FATAL_ERROR "${variable}: ${file} is a driver for another processor")
     endif()
-    # "VS_VERSION_INFO" in UTF-16
-    if(NOT hex MATCHES "560053005f00560045005200530049004f004e005f0049004e0046004f00")
+    # "VS_VERSION_INFO" in UTF-16, its end, and the signature of the numbers' record
+    if(NOT hex MATCHES
+       "560053005f00560045005200530049004f004e005f0049004e0046004f0000000000bd04effe")
         message(FATAL_ERROR "${variable}: ${file} has no version resource")
     endif()
 endfunction()
