@@ -171,6 +171,28 @@ TEST_F(WindowsServices, VersionOfASystemFileIsRead)
     EXPECT_EQ(pInfo->dwSignature, 0xFEEF04BDu);
 }
 
+TEST_F(WindowsServices, SuccessesLeaveTheLastErrorAlone)
+{
+    constexpr DWORD kBefore = 4711;
+    IServiceManager& services = m_real.ServiceManager();
+    IDeviceTree& tree = m_real.DeviceTree();
+    WCHAR szFolder[260] = {};
+    m_real.FileSystem().SystemFolder(szFolder, 260);
+    const WString strFile = WString(szFolder) + WTEXT("\\kernel32.dll");
+    HANDLE const hSet = tree.GetClassDevs(&kGuidUsbHub, nullptr, kSetPresent | kSetDeviceInterface);
+
+    ::SetLastError(kBefore);
+    HANDLE const hManager = services.OpenManager(kManagerAllAccess);
+    EXPECT_TRUE(services.Close(hManager));
+    EXPECT_EQ(::GetLastError(), kBefore);
+    EXPECT_NE(m_real.FileSystem().VersionSize(strFile.c_str()), 0u);
+    EXPECT_EQ(::GetLastError(), kBefore);
+    EXPECT_TRUE(m_real.EventPipe().CloseEvent(m_real.EventPipe().MakeEvent(false, false)));
+    EXPECT_EQ(::GetLastError(), kBefore);
+    EXPECT_TRUE(tree.DestroySet(hSet));
+    EXPECT_EQ(::GetLastError(), kBefore);
+}
+
 TEST_F(WindowsServices, HidClassIsTheOneThatTheLibraryKnows)
 {
     GUID guid = {};
