@@ -1,13 +1,12 @@
 #!/usr/bin/env bash
 # Builds and tests. Usage: scripts/test.sh [--quick|--full|--windows]
-#   (default)  release build and sanitizer build with their tests, format of the whole tree,
-#              clang-tidy on what changed, a short run of the fuzz targets, and among the
-#              release tests the installed tool on a real kernel in a virtual machine (not where
-#              ZELHUB_NO_VM=1 is set)
+#   (default)  release build and sanitizer build with their tests, the cross build for Windows
+#              with its tests under Wine, format of the whole tree, clang-tidy on what changed, a
+#              short run of the fuzz targets, and among the release tests the installed tool on a
+#              real kernel in a virtual machine (not where ZELHUB_NO_VM=1 is set)
 #   --quick    the release build and its tests alone, without packages and the machine
 #   --full     also the clang build, the whole tree under clang-tidy, the planted faults
-#   --windows  the library, the tool and all tests cross-built for Windows and run under Wine,
-#              in a prefix of their own that is removed again; nothing else
+#   --windows  the cross build and its tests alone (in a prefix of their own, removed again)
 # Every step runs even when an earlier one failed; the release build's summary comes last, and
 # the exit code is 0 only when every step passed.
 set -uo pipefail
@@ -25,7 +24,7 @@ case "${1:-}" in
 esac
 
 groups=(build)
-[ $mode != windows ] || groups+=(windows)
+[ $mode = quick ] || groups+=(windows)
 [ $mode = quick ] || [ $mode = windows ] || groups+=(lint fuzz package)
 [ $mode != full ] || groups+=(clang bench)
 [ $mode = quick ] || [ $mode = windows ] || [ "${ZELHUB_NO_VM:-}" = 1 ] || groups+=(vm)
@@ -73,10 +72,14 @@ remove_prefix() {
     rm -rf "$prefix" "$prefix.ready" "$prefix.lock"
 }
 
-if [ $mode = windows ]; then
+windows() {
     remove_prefix
     step "Windows build" build mingw && step "Windows tests" tests mingw
     remove_prefix
+}
+
+if [ $mode = windows ]; then
+    windows
     [ ${#failed[@]} -eq 0 ]
     exit
 fi
@@ -86,6 +89,7 @@ step "release build" build release || release_built=no
 
 if [ $mode != quick ]; then
     step "sanitizer build" build sanitize && step "sanitizer tests" tests sanitize
+    windows
     if [ $mode = full ]; then
         step "clang build" build clang && step "clang tests" tests clang
     fi

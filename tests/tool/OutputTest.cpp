@@ -90,7 +90,7 @@ TEST_F(Output, MarksForeignHubsInTheList)
     EXPECT_EQ(hubs[4]["code"], "rom");
     EXPECT_EQ(hubs[5]["kind"], "unknown");
     EXPECT_EQ(hubs[5]["reason"], "you may not open it");
-    EXPECT_THAT(hubs[5]["cure"].get<std::string>(), HasSubstr("sudo"));
+    EXPECT_THAT(hubs[5]["cure"].get<std::string>(), HasSubstr(kRightToOpenHint));
     m_bench.UseExample("desk.json");
     EXPECT_EQ(m_bench.Run({"--json", "list"}).Json()["hubs"][2]["kind"], "foreign");
 }

@@ -89,7 +89,7 @@ TEST(SelectorOfAnUnknownHub, RefusesWhatCannotBeAskedWhoMadeIt)
     const ToolResult result = bench.Run({"status", "--hub", "#6"});
     EXPECT_EQ(result.nExit, 4);
     EXPECT_THAT(result.strErr, HasSubstr("cannot be asked who made it: you may not open it"));
-    EXPECT_THAT(result.strErr, HasSubstr("sudo sh -c 'zelhub udev-rule >"));
+    EXPECT_THAT(result.strErr, HasSubstr(kRightToOpenHint));
 }
 
 TEST(SelectorOnAnEmptyMachine, FindsNoDeviceWhileListIsContent)

@@ -50,4 +50,7 @@ private:
     ToolResult m_result;
 };
 
+/// What the tool says on this system to those who may not open a hub, in part.
+extern const char* const kRightToOpenHint;
+
 ToolResult RunTool(const std::vector<std::string>& arguments);

@@ -70,7 +70,7 @@ TEST_F(HubsToAsk, AreToldApartFromThoseThatMayNotBeOpened)
     const ToolResult result = m_bench.Run({"list"});
     EXPECT_EQ(result.nExit, 0);
     EXPECT_THAT(result.strOut, HasSubstr("cannot be known: you may not open it"));
-    EXPECT_THAT(result.strErr, HasSubstr("sudo sh -c 'zelhub udev-rule >"));
+    EXPECT_THAT(result.strErr, HasSubstr(kRightToOpenHint));
     m_bench.UseExample("desk.json");
     EXPECT_EQ(m_bench.Run({"list"}).strErr, "");
 }

@@ -62,6 +62,8 @@ bool ReadInto(int nFile, std::string& strText)
 
 } // namespace
 
+const char* const kRightToOpenHint = "sudo sh -c 'zelhub udev-rule >";
+
 struct CToolProcess::Child
 {
     pid_t pid = -1;

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <condition_variable>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -38,15 +40,6 @@ std::string Quoted(const std::string& strWord)
     return strQuoted.append(nBackslashes, '\\') + "\"";
 }
 
-void ReadAll(HANDLE hRead, std::string& strInto)
-{
-    char buffer[4096];
-    DWORD cbDone = 0;
-    while (::ReadFile(hRead, buffer, sizeof buffer, &cbDone, nullptr) != FALSE && cbDone != 0)
-        strInto.append(buffer, cbDone);
-    ::CloseHandle(hRead);
-}
-
 /// Changes this process's environment, which children inherit, for as long as it lives.
 class CEnvironment
 {
@@ -75,9 +68,29 @@ private:
 
 } // namespace
 
+const char* const kRightToOpenHint = "Run as administrator.";
+
 struct CToolProcess::Child
 {
+    void ReadAll(HANDLE hRead, std::string& strInto)
+    {
+        char buffer[4096];
+        DWORD cbDone = 0;
+        while (::ReadFile(hRead, buffer, sizeof buffer, &cbDone, nullptr) != FALSE && cbDone != 0) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            strInto.append(buffer, cbDone);
+            more.notify_all();
+        }
+        ::CloseHandle(hRead);
+        const std::lock_guard<std::mutex> lock(mutex);
+        ++nEnded;
+        more.notify_all();
+    }
+
     HANDLE hProcess = nullptr;
+    std::mutex mutex;
+    std::condition_variable more;
+    int nEnded = 0; ///< streams
     std::thread out;
     std::thread err;
 };
@@ -107,8 +120,8 @@ CToolProcess::CToolProcess(const std::vector<std::string>& arguments, const Sett
         throw std::runtime_error("the program does not start");
     ::CloseHandle(process.hThread);
     m_pChild->hProcess = process.hProcess;
-    m_pChild->out = std::thread([this, out] { ReadAll(out.hRead, m_result.strOut); });
-    m_pChild->err = std::thread([this, err] { ReadAll(err.hRead, m_result.strErr); });
+    m_pChild->out = std::thread([this, out] { m_pChild->ReadAll(out.hRead, m_result.strOut); });
+    m_pChild->err = std::thread([this, err] { m_pChild->ReadAll(err.hRead, m_result.strErr); });
 }
 
 CToolProcess::~CToolProcess()
@@ -117,6 +130,14 @@ CToolProcess::~CToolProcess()
         ::TerminateProcess(m_pChild->hProcess, 1);
         (void)Finish();
     }
+}
+
+bool CToolProcess::WaitForError(const std::string& strText)
+{
+    const auto found = [&] { return m_result.strErr.find(strText) != std::string::npos; };
+    std::unique_lock<std::mutex> lock(m_pChild->mutex);
+    m_pChild->more.wait(lock, [&] { return found() || m_pChild->nEnded == 2; });
+    return found();
 }
 
 ToolResult CToolProcess::Finish()
