@@ -114,10 +114,11 @@ CToolProcess::CToolProcess(const std::vector<std::string>& arguments, const Sett
     const CEnvironment environment(setting.environment);
     const BOOL bStarted = ::CreateProcessA(nullptr, strLine.data(), nullptr, nullptr, TRUE, 0,
                                            nullptr, nullptr, &startup, &process);
+    const DWORD dwError = ::GetLastError();
     ::CloseHandle(out.hWrite);
     ::CloseHandle(err.hWrite);
     if (bStarted == FALSE)
-        throw std::runtime_error("the program does not start");
+        throw std::runtime_error("the program does not start: error " + std::to_string(dwError));
     ::CloseHandle(process.hThread);
     m_pChild->hProcess = process.hProcess;
     m_pChild->out = std::thread([this, out] { m_pChild->ReadAll(out.hRead, m_result.strOut); });
