@@ -111,6 +111,7 @@ double Measure(CBenchBus& bus, CBenchRoad& road)
     Expect(job.finder.WaitDevConnect(job.pDev.get(), 1), "the hub does not open");
     CBareLoop bare(road.DeviceFile(), bus.HubNode());
     CRequestCMD& library = *CRequestCMD::GetRequestObj();
+    Expect(library.KyHub_VdCmdEnable(VDCMD_ENABLE_WRITE) == 0, "the hub does not enable writing");
     Image written = CSimImage(kBytes).Seed(3).Build();
     Image read(kBytes);
     double dLibrary = 1e9;
