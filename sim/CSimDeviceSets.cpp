@@ -1,5 +1,6 @@
 #include "sim/CSimDeviceSets.h"
 
+#include "platform/PropertyBytes.h"
 #include "sim/CSimMachine.h"
 #include "sim/SimText.h"
 
@@ -42,25 +43,6 @@ bool HasInterface(const CSimNode& node, const GUID* pClass)
     return std::any_of(interfaces.begin(), interfaces.end(), [pClass](const SimInterface& entry) {
         return SameGuid(entry.guidClass, *pClass);
     });
-}
-
-std::vector<BYTE> TextBytes(const WString& strText)
-{
-    std::vector<BYTE> bytes(2 * (strText.size() + 1));
-    std::memcpy(bytes.data(), strText.c_str(), bytes.size());
-    return bytes;
-}
-
-std::vector<BYTE> ListBytes(const std::vector<WString>& list)
-{
-    if (list.empty())
-        return {};
-    WString strAll;
-    for (const WString& strEntry : list) {
-        strAll += strEntry;
-        strAll += WCHAR(0);
-    }
-    return TextBytes(strAll);
 }
 
 std::vector<BYTE> NodeProperty(const SimNodeSpec& spec, const DEVPROP_KEY& key)

@@ -1,10 +1,10 @@
 #include "tools/zelhub/CBillboardList.h"
 
 #include "cmd/CRequestCMD.h"
-#include "find/CUSBDevFind.h"
 #include "platform/IDeviceTree.h"
 #include "tools/zelhub/CHubList.h"
 #include "tools/zelhub/CImageFile.h"
+#include "tools/zelhub/NodesOnBus.h"
 
 #include <algorithm>
 #include <array>
@@ -16,31 +16,6 @@ namespace
 
 constexpr const char* kBillboard = "billboard device"; ///< what the library looks for
 constexpr BYTE kPattern = 0xA5;
-
-/// The nodes of USB devices, in the system's order.
-class CUsbDevices : public CUSBDevFind
-{
-public:
-    const GUID* GetClassGUID() override { return &kGuidUsbDevice; }
-
-    bool FilterDev(DWORD devInst) override
-    {
-        m_found.push_back(devInst);
-        return true; // the finder itself need not keep anything: it has no devices
-    }
-
-    const std::vector<DWORD>& Found() const { return m_found; }
-
-private:
-    std::vector<DWORD> m_found;
-};
-
-std::vector<DWORD> UsbDevices()
-{
-    CUsbDevices devices;
-    devices.EnumAllDevs();
-    return devices.Found();
-}
 
 /// What the library reports of a USB device while it searches for a billboard device by IDs: a
 /// host learns of descriptions nowhere else.
@@ -162,16 +137,11 @@ std::vector<BillboardRow> Candidates(const std::vector<DWORD>& nodes,
     return rows;
 }
 
-Cell Optional(const std::string& strText)
-{
-    return strText.empty() ? Cell::None() : Cell(Printable(strText));
-}
-
 } // namespace
 
 DWORD UsbDeviceAt(const std::string& strLocation)
 {
-    const std::vector<DWORD> nodes = UsbDevices();
+    const std::vector<DWORD> nodes = NodesOf(kGuidUsbDevice);
     const auto it = std::find_if(nodes.begin(), nodes.end(), [&](DWORD dwInstance) {
         return LocationOf(dwInstance) == strLocation;
     });
@@ -189,7 +159,7 @@ CBillboardList CBillboardList::Make(CToolResponder& responder)
     constexpr int kAttempts = 3;
     for (int i = 0; i < kAttempts; ++i) {
         const std::vector<Heard> heard = Search(responder);
-        const std::vector<DWORD> nodes = UsbDevices();
+        const std::vector<DWORD> nodes = NodesOf(kGuidUsbDevice);
         if (nodes.size() != heard.size())
             continue; // something came or went between the two
         CBillboardList list;
@@ -228,12 +198,12 @@ Table CBillboardList::AsTable() const
         const char* const pszKind = kKinds[static_cast<int>(row.eKind)];
         table.rows.push_back(
             {Cell("#" + std::to_string(nIndex), nIndex), Cell::Number(row.dwInstance),
-             Optional(row.strPort), Optional(row.strIds),
+             Cell::Optional(row.strPort), Cell::Optional(row.strIds),
              Cell(row.strReason.empty() ? pszKind : "cannot be used: " + row.strReason, pszKind),
              row.status ? CodeCell(bFlash) : Cell::None(),
              bFlash ? Cell(VersionText(row.status->Version())) : Cell::None(),
              bFlash ? Cell::Number(row.status->RunningBank()) : Cell::None(),
-             Optional(row.strLocation), Optional(row.strDescription),
+             Cell::Optional(row.strLocation), Cell::Optional(row.strDescription),
              row.strReason.empty() ? Cell::None("") : Cell("", Printable(row.strReason))});
     }
     return table;

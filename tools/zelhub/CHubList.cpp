@@ -54,11 +54,6 @@ const char* KindKey(HubKind eKind)
     return kKeys[static_cast<int>(eKind)];
 }
 
-Cell Optional(const std::string& strText)
-{
-    return strText.empty() ? Cell::None() : Cell(Printable(strText));
-}
-
 } // namespace
 
 void CHubList::CheckKind(const HubRow& row)
@@ -164,9 +159,11 @@ Table CHubList::AsTable() const
         const bool bVersion = row.bStatusKnown && row.bRunsFlash;
         table.rows.push_back(
             {Cell("#" + std::to_string(nIndex), nIndex), Cell::Number(row.dwInstance),
-             Optional(row.strPort), Optional(row.strIds), Cell(KindText(row), KindKey(row.eKind)),
+             Cell::Optional(row.strPort), Cell::Optional(row.strIds),
+             Cell(KindText(row), KindKey(row.eKind)),
              row.bStatusKnown ? CodeCell(row.bRunsFlash) : Cell::None(),
-             bVersion ? Cell(VersionText(row.wVersion)) : Cell::None(), Optional(row.strLocation),
+             bVersion ? Cell(VersionText(row.wVersion)) : Cell::None(),
+             Cell::Optional(row.strLocation),
              row.strReason.empty() ? Cell::None("") : Cell("", Printable(row.strReason)),
              row.bNoRight ? Cell("", HostSystem::RightToOpenHint()) : Cell::None("")});
     }

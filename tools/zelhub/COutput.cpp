@@ -3,6 +3,11 @@
 #include <array>
 #include <cstdio>
 
+Cell Cell::Optional(const std::string& strText)
+{
+    return strText.empty() ? None() : Cell(Printable(strText));
+}
+
 std::string SizeText(unsigned long long n)
 {
     constexpr unsigned long long kKib = 1024;

@@ -22,6 +22,8 @@ struct Cell
         return {std::to_string(n), static_cast<long long>(n)};
     }
     static Cell YesNo(bool b) { return {b ? "yes" : "no", b}; }
+    /// A text from outside; an empty one counts as none.
+    static Cell Optional(const std::string& strText);
     static Cell None(const char* pszShown = "-") { return {pszShown, CellValue()}; }
 
     std::string strText;

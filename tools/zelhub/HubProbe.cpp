@@ -4,8 +4,8 @@
 #include "find/CDevProperty.h"
 #include "platform/ErrorCodes.h"
 #include "tools/zelhub/HubReads.h"
+#include "tools/zelhub/NodesOnBus.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 namespace
@@ -80,34 +80,6 @@ private:
     DWORD m_dwTransferError = 0;
 };
 
-bool TakeDigits(DWORD dwInstance, WString& strText)
-{
-    for (int i = 0; i < 4; ++i) {
-        const std::string strDigits = "0123456789ABCDEF";
-        const auto it = std::find_if(strDigits.begin(), strDigits.end(), [&](char ch) {
-            return CDevProperty::GetObj()->HasHardwareId(dwInstance,
-                                                         strText + static_cast<WCHAR>(ch));
-        });
-        if (it == strDigits.end())
-            return false;
-        strText += static_cast<WCHAR>(*it);
-    }
-    return true;
-}
-
-/// "1234:5678", found digit by digit: hardware IDs can be searched but not read.
-std::string IdsOf(DWORD dwInstance)
-{
-    WString strText = WTEXT("VID_");
-    if (!TakeDigits(dwInstance, strText))
-        return {};
-    strText += WTEXT("&PID_");
-    if (!TakeDigits(dwInstance, strText))
-        return {};
-    const std::string strIds = Narrow(strText.c_str());
-    return strIds.substr(4, 4) + ":" + strIds.substr(13, 4);
-}
-
 std::string OpenReason(DWORD dwError)
 {
     switch (dwError) {
@@ -125,7 +97,7 @@ std::string OpenReason(DWORD dwError)
 
 void HubProbe::Identify(HubRow& row, CToolResponder& responder)
 {
-    row.strIds = IdsOf(row.dwInstance);
+    row.strIds = IdsOfNode(row.dwInstance);
     const CIdentityReport report(responder);
     if (CRequestCMD::GetRequestObj()->KyHub_IsVoHub(row.dwInstance, 1) != 0) {
         row.eKind = CDevProperty::GetObj()->IsU3Hub(row.dwInstance) ? HubKind::SuperSpeedHalf

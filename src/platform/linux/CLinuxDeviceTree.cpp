@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "platform/ErrorCodes.h"
+#include "platform/PropertyBytes.h"
 #include "platform/linux/LinuxError.h"
 #include "platform/linux/Utf8.h"
 
@@ -17,25 +18,6 @@ constexpr DWORD kProblemDisabled = 22;
 constexpr BYTE kClassBillboard = 0x11;
 constexpr GUID kSetupClassUsb = {
     0x36FC9E60, 0xC465, 0x11CF, {0x80, 0x56, 0x44, 0x45, 0x53, 0x54, 0x00, 0x00}};
-
-std::vector<BYTE> TextBytes(const WString& strText)
-{
-    std::vector<BYTE> bytes(sizeof(WCHAR) * (strText.size() + 1));
-    std::memcpy(bytes.data(), strText.c_str(), bytes.size());
-    return bytes;
-}
-
-std::vector<BYTE> ListBytes(const std::vector<WString>& list)
-{
-    if (list.empty())
-        return {};
-    WString strAll;
-    for (const WString& strEntry : list) {
-        strAll += strEntry;
-        strAll += WCHAR(0);
-    }
-    return TextBytes(strAll);
-}
 
 std::vector<BYTE> NodeProperty(const LINUX_NODE& node, const DEVPROP_KEY& key)
 {

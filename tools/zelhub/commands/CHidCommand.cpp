@@ -1,63 +1,15 @@
 #include "tools/zelhub/commands/CHidCommand.h"
 
 #include "cmd/CRequestCMD.h"
-#include "find/CDevProperty.h"
+#include "platform/IDeviceTree.h"
+#include "tools/zelhub/NodesOnBus.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace
 {
 
 constexpr unsigned kCapsRead = 0x00110000; ///< the status of capabilities that were read
-
-/// Sees every HID collection.
-class CAllHids : public CUSBDevFind
-{
-public:
-    const GUID* GetClassGUID() override { return &kGuidHid; }
-
-    bool FilterDev(DWORD devInst) override
-    {
-        m_found.push_back(devInst);
-        return true; // the finder itself need not keep anything: it has no devices
-    }
-
-    const std::vector<DWORD>& Found() const { return m_found; }
-
-private:
-    std::vector<DWORD> m_found;
-};
-
-/// The four digits behind a mark ("VID_") in a node's hardware IDs. They can only be asked for
-/// part by part: does an ID hold this text?
-std::string DigitsBehind(DWORD devInst, const std::string& strMark)
-{
-    constexpr size_t kDigits = 4;
-    std::string strDigits;
-    while (strDigits.size() < kDigits) {
-        const size_t nBefore = strDigits.size();
-        for (const char chDigit : std::string("0123456789ABCDEF")) {
-            const std::string strText = strMark + strDigits + chDigit;
-            if (CDevProperty::GetObj()->HasHardwareId(devInst, {strText.begin(), strText.end()})) {
-                strDigits += chDigit;
-                break;
-            }
-        }
-        if (strDigits.size() == nBefore)
-            return {};
-    }
-    return strDigits;
-}
-
-Cell IdsOf(DWORD devInst)
-{
-    const std::string strVid = DigitsBehind(devInst, "VID_");
-    const std::string strPid = DigitsBehind(devInst, "PID_");
-    if (strVid.empty() || strPid.empty())
-        return Cell::None();
-    return {strVid + ":" + strPid};
-}
 
 /// What the library says about a collection while it asks whether it is the maker's.
 struct Collection
@@ -104,7 +56,7 @@ std::vector<Cell> RowOf(CToolResponder& responder, DWORD devInst)
                                 : collection.bOwn  ? "the maker's"
                                                    : "not the maker's";
     return {Cell::Number(devInst),
-            IdsOf(devInst),
+            Cell::Optional(IdsOfNode(devInst)),
             number(collection.nUsagePage),
             number(collection.nUsage),
             Cell(strKind, !collection.bKnown ? "unknown"
@@ -126,13 +78,11 @@ void CHidCommand::Declare(CArguments& root)
 void CHidCommand::Run(CToolContext& context)
 {
     CHubSession session(context);
-    CAllHids hids;
-    hids.EnumAllDevs();
     Table table;
     table.columns = {{"instance", "Instance"}, {"ids", "ID"},    {"usagePage", "Usage page"},
                      {"usage", "Usage"},       {"kind", "Kind"}, {"reason", ""}};
     table.pszEmpty = "no HID devices found";
-    for (const DWORD devInst : hids.Found())
+    for (const DWORD devInst : NodesOf(kGuidHid))
         table.rows.push_back(RowOf(session.Responder(), devInst));
     context.Out().Show("hid", table);
 }

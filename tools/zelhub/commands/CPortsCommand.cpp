@@ -13,9 +13,8 @@ std::vector<Cell> RowOf(const _Hub_Info& info)
     const std::string strLocation = LocationOf(info.DevInst);
     const std::string strPort = PortChain(strLocation);
     const std::string strIds = Narrow(info.VID) + ":" + Narrow(info.PID);
-    return {Cell::Number(info.DevInst), strPort.empty() ? Cell::None() : Cell(Printable(strPort)),
-            strIds == ":" ? Cell::None() : Cell(Printable(strIds)),
-            strLocation.empty() ? Cell::None() : Cell(Printable(strLocation))};
+    return {Cell::Number(info.DevInst), Cell::Optional(strPort),
+            strIds == ":" ? Cell::None() : Cell(Printable(strIds)), Cell::Optional(strLocation)};
 }
 
 } // namespace
