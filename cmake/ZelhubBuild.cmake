@@ -30,3 +30,9 @@ if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_C_COMPILER_LAUNCHER ${ccache_launcher})
     set(CMAKE_CXX_COMPILER_LAUNCHER ${ccache_launcher})
 endif()
+
+# The presets that are rebuilt whole join sources (CMAKE_UNITY_BUILD). Those named here keep a
+# translation unit of their own: their file-local names stand elsewhere as well.
+function(zelhub_not_joined)
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()

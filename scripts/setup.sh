@@ -28,6 +28,7 @@ for group in "${@:-build}"; do
         need g++ has g++
         need cmake has cmake
         need ninja-build has ninja
+        need ccache has ccache
         need pkg-config has pkg-config
         need libusb-1.0-0-dev header libusb-1.0/libusb.h
         need libumockdev-dev header umockdev-1.0/umockdev.h
