@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <fstream>
+#include <sstream>
 #include <unistd.h>
 
 #include "platform/ErrorCodes.h"
@@ -22,6 +24,24 @@ std::string ResolvedPath(const char* pszPath)
 {
     char szFull[PATH_MAX];
     return ::realpath(pszPath, szFull) != nullptr ? szFull : pszPath;
+}
+
+/// The file that pCode was mapped from. The kernel names it in full, while the loader's name may be
+/// relative to a folder that the process has left since.
+std::string MappedFile(const void* pCode, const char* pszLoaded)
+{
+    const auto at = reinterpret_cast<uintptr_t>(pCode);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string strLine; std::getline(maps, strLine);) {
+        uintptr_t from = 0;
+        uintptr_t to = 0;
+        char chDash = 0;
+        std::istringstream(strLine) >> std::hex >> from >> chDash >> to;
+        const std::size_t nPath = strLine.find('/');
+        if (from <= at && at < to && nPath != std::string::npos)
+            return strLine.substr(nPath);
+    }
+    return ResolvedPath(pszLoaded);
 }
 } // namespace
 
@@ -42,9 +62,8 @@ DWORD CLinuxProcess::ModulePath(const void* pCode, char* pBuffer, DWORD cb)
         FailWith(kErrNotFound);
         return 0;
     }
-    // The loader names a program as it was called, which may be relative.
-    const std::string strPath = ResolvedPath(
-        std::strchr(info.dli_fname, '/') != nullptr ? info.dli_fname : "/proc/self/exe");
+    const std::string strPath =
+        info.dli_fname[0] == '/' ? ResolvedPath(info.dli_fname) : MappedFile(pCode, info.dli_fname);
     if (strPath.size() >= cb) {
         FailWith(kErrInsufficientBuffer);
         return 0;

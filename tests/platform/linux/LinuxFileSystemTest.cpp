@@ -4,12 +4,14 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include "platform/ErrorCodes.h"
+#include "platform/linux/CLinuxProcess.h"
 #include "platform/linux/LinuxError.h"
 
 namespace fs = std::filesystem;
@@ -138,5 +140,23 @@ TEST_F(LinuxFileSystem, WindowsFolderIsPrivateOrRefused)
     fs::rename(folder, m_folder / "elsewhere");
     fs::create_directory_symlink(m_folder / "elsewhere", folder);
     EXPECT_EQ(m_files.WindowsFolder(szFolder, 260), 0u);
+}
+
+TEST_F(LinuxFileSystem, ModuleLoadedByARelativePathIsNamedInFullFromAnotherFolder)
+{
+    Dl_info info = {};
+    ASSERT_NE(::dladdr(::dlsym(RTLD_DEFAULT, "cos"), &info), 0);
+    fs::copy_file(info.dli_fname, m_folder / "lib.so");
+    const fs::path before = fs::current_path();
+    fs::current_path(m_folder);
+    void* const pLibrary = ::dlopen("./lib.so", RTLD_NOW | RTLD_LOCAL);
+    fs::current_path("/");
+    char szPath[1024] = {};
+    if (pLibrary != nullptr) {
+        CLinuxProcess().ModulePath(::dlsym(pLibrary, "cos"), szPath, sizeof szPath);
+        ::dlclose(pLibrary);
+    }
+    fs::current_path(before);
+    EXPECT_EQ(szPath, fs::canonical(m_folder / "lib.so").string());
 }
 } // namespace
