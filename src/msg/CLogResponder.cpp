@@ -4,6 +4,7 @@
 #include <string>
 
 #include "msg/CLogStream.h"
+#include "platform/ErrorCodes.h"
 #include "platform/Fatal.h"
 #include "platform/IHostFiles.h"
 #include "platform/IProcess.h"
@@ -17,7 +18,10 @@ constexpr DWORD kModulePathSize = 1024;
 std::string ModuleFolder()
 {
     char szPath[kModulePathSize] = {};
-    CLogResponder::GetSelfModulePath(szPath);
+    // Too long for the buffer is too long for the log's path as well.
+    if (!CLogResponder::GetSelfModulePath(szPath) &&
+        CurrentPlatform().Process().LastError() == kErrInsufficientBuffer)
+        Fatal("log path too long");
     std::string strPath = szPath;
     const std::size_t nCut = strPath.rfind(CurrentPlatform().HostFiles().Separator());
     if (nCut != std::string::npos)

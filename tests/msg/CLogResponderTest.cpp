@@ -78,9 +78,11 @@ TEST_F(LogFile, PathOf259BytesFitsAndOneMoreIsFatal)
     CLogResponder().ShowMsg("x", MSG_INFO);
     EXPECT_EQ(Log((strFolder + "info.txt").c_str()), "x");
 
-    m_machine.Traits().modulePath = "/d" + strFolder.substr(1) + "lib.so";
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(CLogResponder(), "log path too long");
+    for (const std::size_t nMore : {1u, 1000u}) { // the second is too long to be asked for
+        m_machine.Traits().modulePath = "/" + std::string(nMore, 'd') + strFolder.substr(1) + "lib";
+        EXPECT_DEATH(CLogResponder(), "log path too long") << nMore;
+    }
 }
 
 TEST_F(LogFile, CopyHasThresholdAndPathAndAStreamOfItsOwn)
