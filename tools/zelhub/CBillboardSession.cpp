@@ -32,7 +32,7 @@ CBillboardSession::CBillboardSession(CBillboardHost& host, const BillboardRow& r
 
 void CBillboardSession::RefuseSilence(const std::string& strWhy)
 {
-    const bool bThere = IsRoadOpen();
+    const bool bThere = Context().IsThereStill([this] { return IsRoadOpen(); });
     throw CToolError(bThere ? ExitCode::General : ExitCode::DeviceLost,
                      std::string("the billboard device ") +
                          (bThere ? "does not answer a status" : "has gone") +

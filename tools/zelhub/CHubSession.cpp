@@ -119,7 +119,7 @@ HubReads::Status CHubSession::Status()
 {
     if (const std::optional<HubReads::Status> status = TryStatus())
         return *status;
-    const bool bOnBus = IsOnBus();
+    const bool bOnBus = IsStillOnBus();
     const std::string& strWhy = m_responder.LastFailure();
     throw CToolError(bOnBus ? ExitCode::General : ExitCode::DeviceLost,
                      "the hub's status cannot be read" +
@@ -131,6 +131,11 @@ HubReads::Status CHubSession::Status()
 bool CHubSession::IsOnBus() const
 {
     return IsHubOnBus(m_chosen->strLocation);
+}
+
+bool CHubSession::IsStillOnBus() const
+{
+    return m_context.IsThereStill([this] { return IsOnBus(); });
 }
 
 bool CHubSession::WaitForReturn()

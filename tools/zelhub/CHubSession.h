@@ -46,6 +46,7 @@ public:
 
     /// Whether a hub's node is at the chosen place now.
     bool IsOnBus() const;
+    bool IsStillOnBus() const; ///< the same after something failed (CToolContext::IsThereStill)
 
     /// Waits for the hub after it went. @return true when it is open again
     bool WaitForReturn();

@@ -49,7 +49,7 @@ void CI2cPdSession::RefuseStuckBus()
 
 void CI2cPdSession::RefuseSilence(const std::string& strWhy)
 {
-    if (!m_hub.IsOnBus())
+    if (!m_hub.IsStillOnBus())
         throw CToolError(ExitCode::DeviceLost, "the hub has gone while its PD controller was asked",
                          "Plug the hub in again, then type this again.");
     if (IsBusStuck())

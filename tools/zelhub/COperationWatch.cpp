@@ -224,13 +224,5 @@ void COperationWatch::FailByFacts()
     const OperationFacts& facts = m_device.notes.Facts();
     if (facts.bInterrupted)
         Fail(ExitCode::General, "interrupted before the flash was touched");
-    // A transfer fails at once when its device leaves; the system takes the node away a little
-    // later.
-    constexpr unsigned kNodeLingersMs = 500;
-    bool bPresent = m_device.isPresent();
-    if (bPresent && !m_device.context.OnBench()) {
-        m_device.context.Sleep(kNodeLingersMs);
-        bPresent = m_device.isPresent();
-    }
-    Fail(FailedCode(facts, bPresent));
+    Fail(FailedCode(facts, m_device.context.IsThereStill(m_device.isPresent)));
 }

@@ -113,6 +113,18 @@ void CToolContext::Sleep(unsigned nMs)
         std::this_thread::sleep_for(std::chrono::milliseconds(nMs));
 }
 
+bool CToolContext::IsThereStill(const std::function<bool()>& isThere)
+{
+    constexpr int kLooks = 10;
+    constexpr unsigned kPauseMs = 50;
+    bool bThere = isThere();
+    for (int i = 0; i < kLooks && bThere && !OnBench(); ++i) {
+        Sleep(kPauseMs);
+        bThere = isThere();
+    }
+    return bThere;
+}
+
 void CToolContext::SetLeave(const Failure& failure)
 {
     HostSystem::SetLeaveCard(StateCard(failure) + "\n",

@@ -6,6 +6,7 @@
 #include "tools/zelhub/CProgressView.h"
 #include "tools/zelhub/Options.h"
 
+#include <functional>
 #include <memory>
 
 /// What a running command has at hand.
@@ -40,6 +41,10 @@ public:
 
     double Seconds() const; ///< of real or of simulated time, from any start
     void Sleep(unsigned nMs);
+
+    /// After something failed: whether a device is there to stay. A transfer fails at once when its
+    /// device leaves; the system takes the node away a little later.
+    bool IsThereStill(const std::function<bool()>& isThere);
 
     /// What an end in the middle says from now on (second Ctrl-C, time-out).
     void SetLeave(const Failure& failure);

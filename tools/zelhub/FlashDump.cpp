@@ -17,7 +17,7 @@ std::vector<BYTE> ReadFlashWhole(CHubSession& session, DWORD cb, const char* psz
         session.Responder().ForgetFailure();
         if (!HubReads::ReadFlash(dw, cbChunk, chunk)) {
             const std::string& strWhy = session.Responder().LastFailure();
-            const bool bOnBus = session.IsOnBus();
+            const bool bOnBus = session.IsStillOnBus();
             throw CToolError(
                 Failure{bOnBus ? ExitCode::General : ExitCode::DeviceLost,
                         "flash cannot be read at offset " + Hex(dw, 6) +

@@ -10,7 +10,7 @@ constexpr DWORD kMostBytes = 4096;
 [[noreturn]] void Refuse(CHubSession& session, const std::string& strWhat)
 {
     const std::string& strWhy = session.Responder().LastFailure();
-    const bool bOnBus = session.IsOnBus();
+    const bool bOnBus = session.IsStillOnBus();
     throw CToolError(Failure{bOnBus ? ExitCode::General : ExitCode::DeviceLost,
                              strWhat + (strWhy.empty() ? "" : ": " + strWhy), "i2c",
                              bOnBus ? "the hub is on the bus; its flash was not touched"

@@ -39,7 +39,7 @@ USHORT CheckReturn(CHubSession& session, COperationWatch& watch, const CImageFil
     const std::optional<USHORT> version = session.RunningVersion();
     const std::optional<HubReads::Status> status = session.TryStatus();
     if (!status)
-        watch.Fail(session.IsOnBus() ? ExitCode::General : ExitCode::DeviceLost,
+        watch.Fail(session.IsStillOnBus() ? ExitCode::General : ExitCode::DeviceLost,
                    "the hub came back, but does not say what it runs");
     if (!HubReads::RunsFlashCode(*status) || !version)
         watch.Fail(ExitCode::DeviceLost,

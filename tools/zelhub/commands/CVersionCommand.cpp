@@ -26,7 +26,7 @@ void CVersionCommand::Run(CToolContext& context)
                                  CommandPrefix(context.Opts()) + " update IMAGE " +
                                      session.SelectorText() + " --force"});
     if (!bAgrees)
-        throw CToolError(session.IsOnBus() ? ExitCode::General : ExitCode::DeviceLost,
+        throw CToolError(session.IsStillOnBus() ? ExitCode::General : ExitCode::DeviceLost,
                          "the hub's version cannot be read",
                          "Type this again; if that does not help, plug the hub in again.");
     context.Out().Show(session.HubFields({{{"version", "Version"}, Cell(VersionText(*version))}}));
