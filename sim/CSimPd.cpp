@@ -79,7 +79,8 @@ SimI2cResult CSimPd::ServeFaulty(const SimFault& fault, const Span& span, BYTE* 
     if (bCorrupt && !out.empty())
         out[fault.dwOffset % span.cb] ^= fault.byMask;
     SimI2cAnswer eAnswer = SimI2cAnswer::Ack;
-    if ((fault.bActs && !bLie) || fault.eKind == SimFaultKind::Corrupt)
+    const bool bSlow = fault.eKind == SimFaultKind::Slow;
+    if ((fault.bActs && !bLie) || bSlow || fault.eKind == SimFaultKind::Corrupt)
         eAnswer = pIn != nullptr ? ServeRead(span, pIn) : ServeWrite(span, out.data());
     if (bCorrupt && pIn != nullptr && eAnswer == SimI2cAnswer::Ack)
         pIn[fault.dwOffset % span.cb] ^= fault.byMask;
@@ -89,6 +90,8 @@ SimI2cResult CSimPd::ServeFaulty(const SimFault& fault, const Span& span, BYTE* 
     case SimFaultKind::Corrupt:
     case SimFaultKind::Lie:
         return {eAnswer, usTaken};
+    case SimFaultKind::Slow:
+        return {eAnswer, usTaken + fault.dwLateMs * CSimClock::Micros{1000}};
     case SimFaultKind::TimeOut:
         return {SimI2cAnswer::Stuck, usTaken};
     case SimFaultKind::Vanish:

@@ -115,6 +115,10 @@ SimTransferResult CSimUsbChip::Faulty(const SimFault& fault, const Request& requ
             Later(fault.dwBackMs * kMicrosPerMs, &CSimUsbChip::ReturnFromReset);
         return {kErrDeviceGone, 0, 0};
     }
+    if (fault.eKind == SimFaultKind::Slow) {
+        m_usBusyUntil = std::max(m_usBusyUntil, m_clock.Now() + fault.dwLateMs * kMicrosPerMs);
+        return Carry(request);
+    }
     const bool bTimeOut = fault.eKind == SimFaultKind::TimeOut;
     if (fault.bActs && fault.eKind != SimFaultKind::Lie)
         (void)Carry(request);

@@ -15,6 +15,7 @@ enum class SimFaultKind
     UrbStatus, ///< carried, but the URB says dwCode
     Corrupt,   ///< byte dwOffset of the data is changed on its way, byMask is flipped
     Lie,       ///< reported as done; nothing was done, the buffer is left alone
+    Slow,      ///< the device is busy for dwLateMs first, longer than some time-outs
     Vanish     ///< the device drops off the bus, for dwBackMs or (0) until it is powered up
 };
 
@@ -27,6 +28,7 @@ struct SimFault
     BYTE byMask = 0x01;
     bool bActs = false; ///< Fail, Stall, TimeOut, UrbStatus: the device acts, its answer is lost
     DWORD dwBackMs = 0;
+    DWORD dwLateMs = 1000;
     unsigned nTimes = 1; ///< how many matching transfers in a row it hits
 };
 

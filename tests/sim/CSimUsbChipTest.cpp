@@ -13,6 +13,7 @@ protected:
         SimFault fault;
         fault.eKind = eKind;
         fault.dwCode = dwCode;
+        fault.dwLateMs = dwCode;
         return fault;
     }
 };
@@ -66,6 +67,8 @@ const FaultCase kFaultCases[] = {
     {"AnswerLostAfterTheDeed", SimFaultKind::TimeOut, 0, true, kErrSemTimeout, 0},
     {"UrbStatus", SimFaultKind::UrbStatus, 0xC0000011, false, 0, 0xC0000011},
     {"Lie", SimFaultKind::Lie, 0, false, 0, 0},
+    {"SlowerThanTheTimeOut", SimFaultKind::Slow, 5001, false, kErrSemTimeout, 0},
+    {"SlowWithinTheTimeOut", SimFaultKind::Slow, 4000, true, 0, 0},
 };
 
 INSTANTIATE_TEST_SUITE_P(Kinds, FaultOfARequest, testing::ValuesIn(kFaultCases),

@@ -97,6 +97,15 @@ TEST_F(HubsToAsk, ThatNeverAnswerStayUnknown)
     EXPECT_EQ(hub["kind"], "unknown");
     EXPECT_EQ(hub["reason"], "it does not answer");
     EXPECT_EQ(hub["cure"], nullptr);
+    // Late within the time that a hub has is no matter.
+    for (const auto& [pszLateMs, pszKind] : {std::pair("4000", "own"), {"6000", "unknown"}}) {
+        ASSERT_EQ(m_bench
+                      .Run({"bench", "fault", "hub", "--nth", "1", "--kind", "slow", "--late-ms",
+                            pszLateMs})
+                      .nExit,
+                  0);
+        EXPECT_EQ(m_bench.Run({"--json", "list"}).Json()["hubs"][0]["kind"], pszKind) << pszLateMs;
+    }
     ASSERT_EQ(m_bench.Run({"bench", "fault", "hub", "--nth", "1", "--kind", "timeout"}).nExit, 0);
     const ToolResult rule = m_bench.Run({"udev-rule"});
     EXPECT_EQ(rule.nExit, 4);

@@ -70,7 +70,7 @@ const std::vector<BenchFaultName> kBenchFaults = {
     {"fail", SimFaultKind::Fail},       {"stall", SimFaultKind::Stall},
     {"timeout", SimFaultKind::TimeOut}, {"urb-status", SimFaultKind::UrbStatus},
     {"corrupt", SimFaultKind::Corrupt}, {"lie", SimFaultKind::Lie},
-    {"vanish", SimFaultKind::Vanish},
+    {"slow", SimFaultKind::Slow},       {"vanish", SimFaultKind::Vanish},
 };
 
 const std::vector<BenchCutName> kBenchCuts = {

@@ -252,6 +252,7 @@ void ReadTransferFault(CJsonObject& object, BenchFault& fault)
     details.byMask = static_cast<BYTE>(object.Number("mask", 1, 0xFF, details.byMask));
     details.bActs = object.Flag("acts", false);
     details.dwBackMs = static_cast<DWORD>(object.Number("backMs", 0, kMaxMs, 0));
+    details.dwLateMs = static_cast<DWORD>(object.Number("lateMs", 0, kMaxMs, details.dwLateMs));
     details.nTimes = static_cast<unsigned>(object.Number("times", 1, kMaxDword, 1));
 }
 

@@ -57,6 +57,7 @@ ordered_json FaultJson(const BenchFault& fault)
     json["mask"] = details.byMask;
     json["acts"] = details.bActs;
     json["backMs"] = details.dwBackMs;
+    json["lateMs"] = details.dwLateMs;
     json["times"] = details.nTimes;
     return json;
 }

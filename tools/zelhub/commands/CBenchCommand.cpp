@@ -118,6 +118,7 @@ void CBenchCommand::DeclareFault(CArguments& args)
     args.Number("--mask", m_byMask, 1, 0xFF, "bits that corrupt flips (default 1)");
     args.Number("--back-ms", m_dwBackMs, 0, 3'600'000,
                 "vanish: back after this time (default: never)");
+    args.Number("--late-ms", m_dwLateMs, 0, 3'600'000, "slow: answered so much later");
     args.Flag("--acts", m_bActs, "the device does it, only its answer is lost");
 }
 
@@ -237,6 +238,7 @@ void CBenchCommand::Fault(CToolContext& context) const
     fault.fault.byMask = static_cast<BYTE>(m_byMask);
     fault.fault.bActs = m_bActs;
     fault.fault.dwBackMs = static_cast<DWORD>(m_dwBackMs);
+    fault.fault.dwLateMs = static_cast<DWORD>(m_dwLateMs);
     fault.fault.nTimes = static_cast<unsigned>(m_nTimes);
     bench.AddFault(fault);
     context.Out().Show({{{"id", "Id"}, Cell(Printable(m_strId))},

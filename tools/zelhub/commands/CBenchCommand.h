@@ -42,6 +42,7 @@ private:
     CArguments::Value m_dwOffset = 0;
     CArguments::Value m_byMask = 1;
     CArguments::Value m_dwBackMs = 0;
+    CArguments::Value m_dwLateMs = 1000;
     bool m_bActs = false;
     bool m_bOverwrite = false;
 };
