@@ -3,13 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <sys/fsuid.h>
+#include <linux/capability.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "cmd/CRequestCMDTestAccess.h"
 #include "platform/ErrorCodes.h"
+#include "platform/linux/CDescriptor.h"
 #include "platform/linux/CLinuxPlatform.h"
 #include "platform/linux/LinuxError.h"
 #include "transport/CPropertyEx.h"
@@ -132,10 +137,20 @@ TEST_F(LinuxDeviceFiles, ProxyChannelReachesPortsAndMemory)
 class CUnprivileged
 {
 public:
-    CUnprivileged() { ::setfsuid(65534); }
+    CUnprivileged()
+    {
+        ::syscall(SYS_capget, &m_header, m_all);
+        __user_cap_data_struct none[2] = {m_all[0], m_all[1]};
+        none[0].effective = none[1].effective = 0;
+        ::syscall(SYS_capset, &m_header, none);
+    }
     CUnprivileged(const CUnprivileged&) = delete;
     CUnprivileged& operator=(const CUnprivileged&) = delete;
-    ~CUnprivileged() { ::setfsuid(::geteuid()); }
+    ~CUnprivileged() { ::syscall(SYS_capset, &m_header, m_all); }
+
+private:
+    __user_cap_header_struct m_header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct m_all[2] = {};
 };
 
 TEST_F(LinuxDeviceFiles, WhatCannotBeOpenedSaysWhy)
@@ -146,12 +161,22 @@ TEST_F(LinuxDeviceFiles, WhatCannotBeOpenedSaysWhy)
         fs::permissions(m_root / pszFile, fs::perms::none);
     }
     fs::remove(m_root / "dev/mem");
+    // A terminal that somebody has for himself is busy; behind a socket's name is no device (any
+    // more).
+    const CDescriptor terminal(::posix_openpt(O_RDWR | O_NOCTTY));
+    ASSERT_EQ(::grantpt(terminal.Get()) | ::unlockpt(terminal.Get()), 0);
+    const CDescriptor taken(::open(::ptsname(terminal.Get()), O_RDWR | O_NOCTTY));
+    ASSERT_EQ(::ioctl(taken.Get(), TIOCEXCL), 0);
+    fs::create_symlink(::ptsname(terminal.Get()), m_root / "dev/bus/usb/001/004");
+    ASSERT_EQ(::mknod((m_root / "dev/bus/usb/001/005").c_str(), S_IFSOCK | 0600, 0), 0);
     const std::pair<std::string, DWORD> cases[] = {
         {"\\\\.\\voport", kErrAccessDenied},
         {m_strDev + "/bus/usb/001/002", kErrAccessDenied},
         {m_strDev + "/hidraw0", kErrAccessDenied},
         {m_strDev + "/bus/usb/001/003", kErrFileNotFound},
         {m_strDev + "/hidraw1", kErrFileNotFound},
+        {m_strDev + "/bus/usb/001/004", kErrBusy},
+        {m_strDev + "/bus/usb/001/005", kErrDeviceGone},
         {m_strDev + "/port", kErrFileNotFound}, // no device of ours
         {"\\\\.\\other", kErrFileNotFound},
         {"", kErrFileNotFound},

@@ -145,6 +145,8 @@ struct CMockUsbNode::Impl
     void Control(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
     {
         ++nOwn;
+        if (bGone)
+            return Complete(pClient, ENODEV);
         UMockdevIoctlData* const pTransfer =
             umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_ctrltransfer), nullptr);
         UMockdevIoctlData* const pData = umockdev_ioctl_data_resolve(
@@ -223,6 +225,12 @@ void CMockUsbNode::BeNoHub()
 {
     umockdev_testbed_set_attribute(
         m_pImpl->pTestbed, "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-1", "bDeviceClass", "00\n");
+}
+
+void CMockUsbNode::Leave()
+{
+    const std::lock_guard<std::mutex> guard(m_pImpl->lock);
+    m_pImpl->bGone = true;
 }
 
 std::string CMockUsbNode::Path() const

@@ -41,6 +41,8 @@ public:
 
     void BeNoHub(); ///< in sysfs, before anybody looks there
 
+    void Leave(); ///< its node lingers, and answers ENODEV
+
     /// Requests that came through libusb, without those of its own.
     std::vector<MOCK_REQUEST> Requests() const;
     unsigned OwnRequests() const; ///< those that libusb sent by itself

@@ -140,6 +140,15 @@ TEST_F(HubOnLinux, EachEndOfATransferHasItsNumber)
     EXPECT_EQ(m_transport.KyHub_CloseDevice(), 0u);
 }
 
+TEST_F(HubOnLinux, ThatLeavesWhileItIsOpenedIsGone)
+{
+    m_node.Leave();
+    EXPECT_EQ(OpenHub(), kErrDeviceGone);
+    EXPECT_EQ(m_transport.KyHub_IsVoHub(NodeOf(kGuidUsbHub), 0), 0);
+    EXPECT_TRUE(m_node.Requests().empty());
+    EXPECT_EQ(OpenNodes(), 0u);
+}
+
 TEST_F(HubOnLinux, HidCollectionIsToldAndCarriesVendorRequests)
 {
     m_node.BeNoHub();
