@@ -1,9 +1,20 @@
 #!/usr/bin/env bash
 # Runs the stories of stories.sh in a virtual machine with a Debian kernel, on the installed tool.
-# Usage: tests/vm/run.sh BUILD-FOLDER [INSTALLED-TREE]
+# Usage: tests/vm/run.sh [--measure] BUILD-FOLDER [INSTALLED-TREE]
 # Without a tree (a prefix such as what cmake --install makes) it installs the build into one.
+# With --measure it runs measure.sh instead, which judges nothing: it wants lsusb (usbutils) and the
+# build's target vm_listcost.
 # The machine's console stays in BUILD-FOLDER/vm/console.log.
 set -euo pipefail
+script=stories.sh
+more=()
+clock=()
+if [ "${1:-}" = --measure ]; then
+    shift
+    script=measure.sh
+    clock=(-icount "shift=1,sleep=off") # time is instructions: two nanoseconds each, and pauses
+    more=("$(command -v lsusb)" "$1/tests/vm_listcost")
+fi
 here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "$1" && pwd)
 work=$build/vm
@@ -32,10 +43,14 @@ fi
 cp "$(command -v busybox)" "$root/bin/busybox"
 cp "$kernel"/modules/*.ko "$root/modules/"
 cp "$here/init" "$root/init"
-cp "$here"/{stories.sh,apply-rules} "$here"/*.json "$here"/../../examples/desk.json "$root/test/"
+cp "$here"/{"$script",apply-rules} "$here"/*.json "$here"/../../examples/desk.json "$root/test/"
 cp "$build/tools/zelhub-bench-usbip/zelhub-bench-usbip" "$root/test/"
 cp "$build/tests/vm_probe" "$root/test/probe"
 cp "$build/tests/vm_speed" "$root/test/speed"
+for program in "${more[@]}"; do
+    name=${program##*/}
+    cp "$program" "$root/usr/bin/${name#vm_}"
+done
 printf 'root:x:0:0::/tmp:/bin/sh\nsecond:x:1000:1000::/tmp:/bin/sh\n' >"$root/etc/passwd"
 printf 'root:x:0:\nsecond:x:1000:\n' >"$root/etc/group"
 
@@ -49,20 +64,25 @@ done | grep -o '/[^ ]*' | grep -v "^$root\|^$build" | sort -u | while read -r li
 done
 sh -c "cd '$root' && find . | cpio -o -H newc --quiet -R 0:0" | gzip -1 >"$work/initrd.gz"
 
-timeout $seconds qemu-system-x86_64 -accel tcg -M q35 -m 512 -display none -no-reboot \
+timeout $seconds qemu-system-x86_64 -accel tcg "${clock[@]}" -M q35 -m 512 -display none -no-reboot \
     -monitor none -serial file:"$work/console.log" \
     -kernel "$kernel/vmlinuz" -initrd "$work/initrd.gz" \
-    -append "console=ttyS0 quiet panic=-1" \
+    -append "console=ttyS0 quiet panic=-1 script=$script" \
     -device qemu-xhci,id=x -device usb-hub,bus=x.0,port=1 -device usb-hub,bus=x.0,port=1.1 \
     -device usb-kbd,bus=x.0,port=1.2 </dev/null || echo "vm: the machine did not end by itself"
 
+if [ $script = measure.sh ]; then
+    tr -d '\r' <"$work/console.log" | sed -n 's/^VM //p'
+    exit
+fi
 # Every story has to say that it passed, and the last line that none is missing.
 expected=$(grep -c '^story_' "$here/stories.sh")
 tr -d '\r' <"$work/console.log" | sed -n 's/^VM //p' || true
-passed=$(tr -d '\r' <"$work/console.log" | grep -ac '^VM story [a-z0-9_]*: passed' || true)
+names=$(tr -d '\r' <"$work/console.log" | sed -n 's/^VM story \([a-z0-9_]*\): passed.*/\1/p')
+passed=$(wc -w <<<"$names")
 if [ "$expected" -gt 0 ] && [ "$passed" -eq "$expected" ] &&
     tr -d '\r' <"$work/console.log" | grep -aq "^VM end: $expected stories, 0 failed"; then
-    echo "vm: $passed of $expected stories passed"
+    echo "vm: $passed of $expected stories passed:" $names
 else
     tail -n 15 "$work/console.log"
     echo "vm: FAILED, $passed of $expected stories passed" >&2

@@ -237,6 +237,25 @@ story_list_survives_a_hub_that_never_answers() {
     gives 0 zelhub_on right version
 }
 
+story_list_waits_for_a_slow_hub() {
+    server fault '{"hub":"right","request":"get-descriptor","nth":0,"kind":"slow","lateMs":2000}'
+    gives 0 zelhub list >/tmp/list || return 1
+    grep "1209:0011 *hub " /tmp/list || { cat /tmp/list; fail "it answered late, not never"; }
+}
+
+# lost_at REQUEST COMMAND...: the hub leaves at the second such request
+lost_at() {
+    server fault "{\"hub\":\"right\",\"request\":\"$1\",\"nth\":1,\"kind\":\"vanish\"}"
+    shift
+    gives 8 zelhub_on right "$@" >/tmp/lost 2>&1 || { cat /tmp/lost; return 1; }
+    server plug right && until_true 10 bound 0011
+}
+# Its node is there for a moment more, and must not be taken for it.
+story_hub_that_leaves_while_asked_is_lost() {
+    lost_at status status && lost_at status version &&
+        lost_at read-flash dump /tmp/never --size 65536
+}
+
 story_server_keeps_its_state() {
     local kept='PLATFORM(vhci_hcd.3)#USBROOT(0)#USB(5)' keeper
     mkdir -p /tmp/kept && echo '{ "schema": 1, "controllers":
@@ -257,11 +276,9 @@ story_server_keeps_its_state() {
 story_speed_beside_libusb_alone() {
     gives 0 zelhub_on left erase --yes && server check | grep "^left: .* ROM" || return 1
     # A machine that is busy elsewhere spoils measurements: the times are shown, not judged.
-    for _ in 1 2 3; do
-        speed "$(file_of 0010)" "$left" >/tmp/speed && break
-    done
+    gives 0 speed "$(file_of 0010)" "$left" >/tmp/speed || { cat /tmp/speed; return 1; }
     sed 's/^/note: /' /tmp/speed
-    gives 0 zelhub_on left erase --yes && grep "best of 7" /tmp/speed && ! grep -e "-1.0 ms" /tmp/speed
+    gives 0 zelhub_on left erase --yes
 }
 
 # as_second COMMAND: by a user without rights of its own
