@@ -68,6 +68,10 @@ const BadBench kBadBenches[] = {
      "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}], \"hubs\": [{\"id\": \"h\",\n"
      "\"parent\": \"x\", \"port\": 1}], \"faults\": [{\"hub\": \"h\", \"kind\": \"magic\"}]}",
      "\"kind\" has to be one of fail, stall, timeout"},
+    {"SecondImageTooLarge",
+     R"({"schema": 1, "controllers": [{"id": "x"}], "hubs": [{"id": "a", "parent": "x", "port": 1,
+        "flash": {"size": 65536, "banks": 2, "secondImage": {"size": 131072}}}]})",
+     "\"secondImage\" is larger than the flash"},
     {"SmbusBaseOdd",
      "{\"schema\": 1, \"controllers\": [{\"id\": \"x\"}],\n"
      "\"smbus\": {\"id\": \"s\", \"base\": \"0xEFA1\"}}",

@@ -92,6 +92,12 @@ void ReadSuperSpeed(CJsonObject object, BenchHub& hub)
     object.Done();
 }
 
+/// Of a file that is known when the machine is built.
+bool IsTooLarge(const std::optional<BenchImage>& image, DWORD cbBank)
+{
+    return image && image->strFile.empty() && image->cbSize > cbBank;
+}
+
 void ReadFlash(CJsonObject object, BenchHub& hub, const std::filesystem::path& folder)
 {
     hub.cbFlash = static_cast<DWORD>(object.Number("size", 0x8000, kMaxFlash, hub.cbFlash));
@@ -105,8 +111,10 @@ void ReadFlash(CJsonObject object, BenchHub& hub, const std::filesystem::path& f
         hub.secondImage = ReadImage(object.Object("secondImage"), folder);
     if (hub.secondImage && !hub.bDualBank)
         object.Refuse("secondImage", "needs \"banks\": 2");
-    if (hub.image && hub.image->cbSize > hub.cbFlash)
+    if (IsTooLarge(hub.image, hub.cbFlash))
         object.Refuse("image", "is larger than the flash");
+    if (IsTooLarge(hub.secondImage, hub.cbFlash))
+        object.Refuse("secondImage", "is larger than the flash");
     object.Done();
 }
 
@@ -155,7 +163,7 @@ void ReadPdChip(CJsonObject& object, BenchPdChip& chip, const std::filesystem::p
     if (object.Has("secondImage"))
         chip.secondImage = ReadImage(object.Object("secondImage"), folder);
     for (const auto& image : {chip.image, chip.secondImage})
-        if (image && image->cbSize > CSimPdBanks::kBankSize)
+        if (IsTooLarge(image, CSimPdBanks::kBankSize))
             object.Refuse("image", "is larger than a bank of 131072 bytes");
     if (object.Has("timing"))
         chip.timing = ReadTiming(object.Object("timing"));

@@ -1,6 +1,7 @@
 #include "tools/zelhub/CBenchMachine.h"
 
 #include "tools/zelhub/CImageFile.h"
+#include "tools/zelhub/COutput.h"
 #include "tools/zelhub/Failure.h"
 #include "wire/HubRequests.h"
 
@@ -74,14 +75,27 @@ SimPdSettings Settings(const BenchPdChip& chip)
     return settings;
 }
 
-/// What is in the banks of a PD controller, and how it restarts.
 template<typename Model>
-void LoadChip(Model& model, const BenchPdChip& chip)
+void LoadBank(Model& model, unsigned nBank, const std::optional<BenchImage>& image, DWORD cbBank)
 {
-    if (chip.secondImage)
-        model.LoadImage(BuildBenchImage(*chip.secondImage), 1);
-    if (chip.image)
-        model.LoadImage(BuildBenchImage(*chip.image), 0);
+    if (!image)
+        return;
+    const std::vector<BYTE> bytes = BuildBenchImage(*image);
+    if (bytes.size() > cbBank)
+        throw CToolError(ExitCode::Usage,
+                         "bench file: image " + Printable(image->strFile) + " has " +
+                             std::to_string(bytes.size()) + " bytes, its bank " +
+                             std::to_string(cbBank),
+                         "Give a smaller image or a larger flash.");
+    model.LoadImage(bytes, nBank);
+}
+
+/// What is in the two banks, and how the device restarts.
+template<typename Model, typename Chip>
+void LoadChip(Model& model, const Chip& chip, DWORD cbBank)
+{
+    LoadBank(model, 1, chip.secondImage, cbBank);
+    LoadBank(model, 0, chip.image, cbBank);
     model.SetReturn(chip.timing);
 }
 
@@ -180,11 +194,7 @@ void CBenchMachine::AddHub(const BenchHub& hub)
     CSimDeviceTree& tree = m_pMachine->Tree();
     m_hubs[hub.strId] = std::make_unique<CSimHub>(m_pMachine->Time(), Settings(hub));
     CSimHub& model = *m_hubs[hub.strId];
-    if (hub.secondImage)
-        model.LoadImage(BuildBenchImage(*hub.secondImage), 1);
-    if (hub.image)
-        model.LoadImage(BuildBenchImage(*hub.image), 0);
-    model.SetReturn(hub.timing);
+    LoadChip(model, hub, hub.cbFlash);
     if (hub.cbI2cMemory != 0)
         model.AttachI2cMemory(std::make_shared<CSimI2cMemory>(hub.cbI2cMemory));
     Node node;
@@ -278,7 +288,7 @@ void CBenchMachine::AddHid(const BenchHid& hid)
 void CBenchMachine::AddPd(const BenchPd& pd)
 {
     auto pModel = std::make_unique<CSimPd>(m_pMachine->Time(), Settings(pd));
-    LoadChip(*pModel, pd);
+    LoadChip(*pModel, pd, CSimPdBanks::kBankSize);
     if (!pd.bPlugged)
         pModel->PowerDown();
     Hub(pd.strHub)->AttachI2cTarget(pd.byAddress, pModel.get());
@@ -292,7 +302,7 @@ void CBenchMachine::AddBillboard(const BenchBillboard& billboard)
     settings.usb.usPid = billboard.wPid;
     settings.pd = Settings(billboard);
     auto pModel = std::make_unique<CSimBillboard>(m_pMachine->Time(), settings);
-    LoadChip(*pModel, billboard);
+    LoadChip(*pModel, billboard, CSimPdBanks::kBankSize);
     DeviceNodeOptions options;
     options.wVid = billboard.wVid;
     options.wPid = billboard.wPid;
