@@ -100,7 +100,9 @@ TEST_F(Billboard, UpdatesTheOtherBankReadsItBackAndRunsIt)
     EXPECT_EQ(RunPd({"verify", m_strImage}).nExit, 0);
     EXPECT_EQ(RunPd({"dump", m_bench.Path("dump")}).nExit, 0);
     EXPECT_EQ(m_bench.ReadBytes("dump"), BankOf(State(), 1));
-    EXPECT_EQ(RunPd({"verify", m_bench.Path(PdImage("0x0333"))}).nExit, 7);
+    const ToolResult other = RunPd({"verify", m_bench.Path(PdImage("0x0333"))});
+    EXPECT_EQ(other.nExit, 7);
+    EXPECT_THAT(other.Json()["error"]["next"].get<std::string>(), HasSubstr("billboard update"));
     EXPECT_EQ(RunPd({"update", m_strImage}).Json()["result"], "current");
     EXPECT_EQ(RunPd({"info"}).Json()["bank1Version"], "0x0222");
 }

@@ -146,6 +146,8 @@ const BadLine kBadLines[] = {
     {"SizeZero", {"dump", "f", "--size", "0"}},
     {"NegativeTimeout", {"--timeout", "-1", "list"}},
     {"TimeoutThatIsNoNumber", {"--timeout", "soon", "list"}},
+    {"TimeoutBeyondATimersReach", {"--timeout", "1e10", "list"}},
+    {"TimeoutNotComparable", {"--timeout", "nan", "list"}},
     {"EraseWithoutYes", {"erase"}},
     {"I2cWithoutDirection", {"i2c"}},
     {"I2cWriteWithoutYes", {"i2c", "write", "--address", "0", "--data", "00"}},

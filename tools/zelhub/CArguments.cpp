@@ -1,5 +1,7 @@
 #include "tools/zelhub/CArguments.h"
 
+#include "tools/zelhub/COutput.h"
+
 #include <CLI/CLI.hpp>
 
 #include <charconv>
@@ -17,8 +19,11 @@ std::string ParseNumber(const std::string& strText, CArguments::Value nMin, CArg
     const std::from_chars_result result = std::from_chars(pFrom, pEnd, n, bHex ? 16 : 10);
     if (pFrom == pEnd || result.ec != std::errc() || result.ptr != pEnd)
         return "\"" + strText + "\" is no whole number (12 or 0x0C)";
+    const auto limit = [bHex](CArguments::Value nLimit) {
+        return bHex ? Hex(nLimit, 2) : std::to_string(nLimit);
+    };
     if (n < nMin || n > nMax)
-        return strText + " is not from " + std::to_string(nMin) + " to " + std::to_string(nMax);
+        return strText + " is not from " + limit(nMin) + " to " + limit(nMax);
     return {};
 }
 

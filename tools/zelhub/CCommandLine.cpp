@@ -42,6 +42,8 @@ bool HasArgument(int nArguments, const char* const* ppArguments, const char* psz
     return false;
 }
 
+constexpr double kLongestTimeout = 1e6; ///< what a timer surely takes
+
 void DeclareGlobals(CLI::App& app, Options& options)
 {
     app.add_option("--hub", options.strHub,
@@ -54,7 +56,13 @@ void DeclareGlobals(CLI::App& app, Options& options)
                  "let the library write its info.txt beside its own file");
     app.add_option("--timeout", options.dTimeout,
                    "end after so many seconds of real time, whatever is going on")
-        ->check(CLI::PositiveNumber)
+        ->check([](const std::string& strText) {
+            double dSeconds = 0;
+            const bool bNumber = CLI::detail::lexical_cast(strText, dSeconds);
+            return bNumber && dSeconds > 0 && dSeconds <= kLongestTimeout
+                       ? std::string()
+                       : "\"" + strText + "\" is no number of seconds above 0, at most 1000000";
+        })
         ->type_name("SECONDS");
     app.add_option("--bench", options.strBench, "work on the simulated machine of this JSON file");
     app.add_option("--bench-state", options.strBenchState,

@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr const char* kAnother = "Give the path of a firmware image of this hub.";
+constexpr const char* kAnother = "Give the path of a firmware image of this device.";
 
 [[noreturn]] void Refuse(const std::string& strPath, const std::string& strWhy,
                          const std::string& strNext = kAnother)

@@ -202,6 +202,16 @@ std::string COperationWatch::NextText(bool bPresent, bool bBlank) const
             CommandPrefix(options) + " bench plug " + ShellWord(m_device.benchId()) + ", then: ";
     else if (!bPresent)
         strNext = std::string("Unplug ") + m_device.pszPlug + " and plug it in again, then: ";
+    const OperationFacts& facts = m_device.notes.Facts();
+    const std::string strVerify = "verify ";
+    const size_t nVerify = m_strRepeat.find(strVerify);
+    if (facts.difference && !facts.FlashTouched() && nVerify != std::string::npos) {
+        // Comparing again would find the same.
+        std::string strUpdate = m_strRepeat;
+        strUpdate.replace(nVerify, strVerify.size(), "update ");
+        return strNext + CommandPrefix(options) + " " + strUpdate + " " + m_device.strSelector +
+               "  (writes this image, if it is to run)";
+    }
     strNext += CommandPrefix(options) + " " + m_strRepeat + " " + m_device.strSelector;
     const bool bForced = m_strRepeat.find(" --force") != std::string::npos;
     if (bBlank && !bForced && m_strRepeat.find("update ") != std::string::npos)
