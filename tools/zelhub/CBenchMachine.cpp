@@ -385,6 +385,18 @@ std::vector<std::string> CBenchMachine::PdIds() const
     return ids;
 }
 
+bool CBenchMachine::IsSmbus(const std::string& strId) const
+{
+    return m_bench.lab.smbus && m_bench.lab.smbus->strId == strId;
+}
+
+bool CBenchMachine::IsBuiltIn(const std::string& strId) const
+{
+    const BenchLab& lab = m_bench.lab;
+    return IsSmbus(strId) || m_lab.SmbusDevices().count(strId) != 0 ||
+           (lab.ec && lab.ec->strId == strId);
+}
+
 bool CBenchMachine::IsPlugged(const std::string& strId) const
 {
     const auto itPd = m_pds.find(strId);

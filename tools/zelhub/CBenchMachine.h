@@ -34,6 +34,9 @@ public:
     BenchTarget TargetOf(const std::string& strId); ///< of a thing that has a model
     bool HasModel(const std::string& strId) { return ModelOf(strId).has_value(); }
     CBenchLab& Lab() { return m_lab; }
+    bool IsSmbus(const std::string& strId) const; ///< the SMBus controller
+    /// SMBus controller, a device on it, or the embedded controller.
+    bool IsBuiltIn(const std::string& strId) const;
     bool IsPlugged(const std::string& strId) const;
     bool Knows(const std::string& strId) const
     {

@@ -19,11 +19,21 @@ std::vector<std::string> AllNames(const Names& names)
     return all;
 }
 
+/// Finds what an option names. Throws CToolError (usage) where it is nothing of a target.
 template<typename Names>
-const auto& Named(const Names& names, const std::string& strName)
+const auto& Named(const char* pszOption, const Names& names, const std::string& strName,
+                  const std::string& strOfWhat)
 {
-    return *std::find_if(names.begin(), names.end(),
-                         [&](const auto& entry) { return strName == entry.pszName; });
+    const auto it = std::find_if(names.begin(), names.end(),
+                                 [&](const auto& entry) { return strName == entry.pszName; });
+    if (it != names.end())
+        return *it;
+    std::string strAll;
+    for (const std::string& str : AllNames(names))
+        strAll += (strAll.empty() ? "" : ", ") + str;
+    throw CToolError(ExitCode::Usage,
+                     std::string(pszOption) + ": " + strName + " is no " + strOfWhat,
+                     "Name one of " + strAll + ".");
 }
 
 /// "0x1234", "4660" or the four hexadecimal digits with dots, "1.2.3.4".
@@ -58,16 +68,12 @@ std::vector<std::string> AllRequests()
     return all;
 }
 
-BYTE RequestOf(const std::string& strName, BenchTarget eTarget)
+std::vector<std::string> AllKinds()
 {
-    const BenchTargetName& target = NameOfTarget(eTarget);
-    const auto it = std::find_if(target.requests.begin(), target.requests.end(),
-                                 [&](const auto& entry) { return strName == entry.pszName; });
-    if (it == target.requests.end())
-        throw CToolError(ExitCode::Usage,
-                         "--request: " + strName + " is no request of a " + target.pszTitle,
-                         "Name another.");
-    return it->byRequest;
+    std::vector<std::string> all = AllNames(kBenchFaults);
+    for (const std::string& strName : AllNames(kBenchSmbusFaults))
+        all.push_back(strName);
+    return all;
 }
 
 /// How a model stands: what it runs, and what it would not have forgiven.
@@ -100,8 +106,9 @@ void CBenchCommand::Declare(CArguments& root)
     m_cut->Text("ID", m_strId, "its id in the bench file", true);
     m_cut->Number("--at", m_nNth, 0, 0xFFFFFFFE, "flash operation, 0 is the next (default 0)");
     m_cut->Choice("--when", m_strWhen, AllNames(kBenchCuts), "within it (default middle)");
-    m_fault = group.Sub(
-        "fault", "Let a later transfer of a hub, PD controller or billboard device go wrong");
+    m_fault =
+        group.Sub("fault", "Let a later transfer of a hub, PD controller or billboard device, or a "
+                           "transaction of the SMBus controller, go wrong");
     DeclareFault(*m_fault);
 }
 
@@ -112,7 +119,8 @@ void CBenchCommand::DeclareFault(CArguments& args)
                 "only transfers of this kind (default: any)");
     args.Number("--nth", m_nNth, 0, 0xFFFFFFFE, "which of them, 0 is the next (default 0)");
     args.Number("--times", m_nTimes, 1, 0xFFFFFFFE, "so many in a row (default 1)");
-    args.Choice("--kind", m_strKind, AllNames(kBenchFaults), "what goes wrong (default fail)");
+    args.Choice("--kind", m_strKind, AllKinds(),
+                "what goes wrong (default fail; of the SMBus controller: dev-err)");
     args.Number("--code", m_dwCode, 1, 0xFFFFFFFF, "code of fail and urb-status (default 31)");
     args.Number("--offset", m_dwOffset, 0, 0xFFFFFFFE, "byte that corrupt changes (default 0)");
     args.Number("--mask", m_byMask, 1, 0xFF, "bits that corrupt flips (default 1)");
@@ -150,17 +158,32 @@ CBenchMachine& CBenchCommand::Machine(CToolContext& context) const
     if (!m_check->Chosen() && context.Opts().strBenchState.empty())
         throw CToolError(ExitCode::Usage, "without --bench-state nothing of this would be kept",
                          "Add --bench-state FILE, here and in the commands that follow.");
-    if (!m_check->Chosen() && !context.Bench().Knows(m_strId))
+    if (!m_check->Chosen() && !context.Bench().Knows(m_strId) &&
+        !context.Bench().IsBuiltIn(m_strId))
         throw CToolError(ExitCode::NoDevice,
                          "nothing on the bench has the id " + Printable(m_strId),
                          "zelhub --bench FILE.json bench check shows the ids.");
+    if (!m_check->Chosen())
+        CheckTarget(context.Bench());
+    return context.Bench();
+}
+
+/// Refuses what the command cannot act on.
+void CBenchCommand::CheckTarget(CBenchMachine& bench) const
+{
+    if (m_fault->Chosen() && bench.IsSmbus(m_strId))
+        return;
     const bool bModel = m_fault->Chosen() || m_cut->Chosen();
-    if (bModel && !context.Bench().HasModel(m_strId))
+    if (bModel && !bench.HasModel(m_strId))
         throw CToolError(ExitCode::NoDevice,
                          Printable(m_strId) + " has no model in which something could go wrong",
                          "Name one of those under \"hubs\", \"pdControllers\" or \"billboards\" "
-                         "in the bench file.");
-    return context.Bench();
+                         "in the bench file" +
+                             std::string(m_fault->Chosen() ? ", or its SMBus controller." : "."));
+    if (!bench.Knows(m_strId))
+        throw CToolError(ExitCode::NoDevice,
+                         Printable(m_strId) + " is built into the machine: it has no plug",
+                         "Name a hub or device that hangs on a port.");
 }
 
 void CBenchCommand::MakeImage(CToolContext& context) const
@@ -226,13 +249,21 @@ void CBenchCommand::Plug(CToolContext& context, bool bPlugged) const
 void CBenchCommand::Fault(CToolContext& context) const
 {
     CBenchMachine& bench = Machine(context);
+    if (bench.IsSmbus(m_strId)) {
+        SmbusFault(context);
+        return;
+    }
     BenchFault fault;
     fault.strTarget = m_strId;
     fault.eTarget = bench.TargetOf(m_strId);
+    const BenchTargetName& target = NameOfTarget(fault.eTarget);
+    const std::string strOf = std::string(" of a ") + target.pszTitle;
     if (!m_strRequest.empty())
-        fault.byRequest = RequestOf(m_strRequest, fault.eTarget);
+        fault.byRequest =
+            Named("--request", target.requests, m_strRequest, "request" + strOf).byRequest;
     fault.nNth = m_nNth;
-    fault.fault.eKind = Named(kBenchFaults, m_strKind).eKind;
+    const std::string strKind = m_strKind.empty() ? kBenchFaults.front().pszName : m_strKind;
+    fault.fault.eKind = Named("--kind", kBenchFaults, strKind, "fault" + strOf).eKind;
     fault.fault.dwCode = static_cast<DWORD>(m_dwCode);
     fault.fault.dwOffset = static_cast<DWORD>(m_dwOffset);
     fault.fault.byMask = static_cast<BYTE>(m_byMask);
@@ -242,8 +273,34 @@ void CBenchCommand::Fault(CToolContext& context) const
     fault.fault.nTimes = static_cast<unsigned>(m_nTimes);
     bench.AddFault(fault);
     context.Out().Show({{{"id", "Id"}, Cell(Printable(m_strId))},
-                        {{"fault", "Fault"}, Cell(m_strKind)},
+                        {{"fault", "Fault"}, Cell(strKind)},
                         {{"pending", "Pending"}, Cell::Number(bench.PendingFaults().size())}});
+}
+
+void CBenchCommand::SmbusFault(CToolContext& context) const
+{
+    constexpr CArguments::Value kMost = 1000;
+    if (!m_strRequest.empty())
+        throw CToolError(ExitCode::Usage, "--request: transactions on the SMBus are of one kind",
+                         "Leave it out.");
+    if (m_nNth + m_nTimes > kMost)
+        throw CToolError(ExitCode::Usage,
+                         "--nth and --times go beyond the next 1000 transactions on the SMBus",
+                         "Give smaller numbers.");
+    const std::string strKind = m_strKind.empty() ? kBenchSmbusFaults.front().pszName : m_strKind;
+    BenchSmbusFault fault;
+    fault.eKind =
+        Named("--kind", kBenchSmbusFaults, strKind, "fault of the SMBus controller").eKind;
+    CBenchLab& lab = context.Bench().Lab();
+    std::vector<BenchSmbusFault> faults = lab.PendingSmbusFaults();
+    for (CArguments::Value n = 0; n < m_nTimes; ++n) {
+        fault.nTransaction = static_cast<unsigned>(m_nNth + n);
+        faults.push_back(fault);
+    }
+    lab.SetSmbusFaults(faults);
+    context.Out().Show({{{"id", "Id"}, Cell(Printable(m_strId))},
+                        {{"fault", "Fault"}, Cell(strKind)},
+                        {{"pending", "Pending"}, Cell::Number(faults.size())}});
 }
 
 void CBenchCommand::PowerCut(CToolContext& context) const
@@ -254,7 +311,7 @@ void CBenchCommand::PowerCut(CToolContext& context) const
     fault.eTarget = bench.TargetOf(m_strId);
     fault.bPowerCut = true;
     fault.nNth = m_nNth;
-    fault.eWhen = Named(kBenchCuts, m_strWhen).eWhen;
+    fault.eWhen = Named("--when", kBenchCuts, m_strWhen, "part of a flash operation").eWhen;
     bench.AddFault(fault);
     context.Out().Show({{{"id", "Id"}, Cell(Printable(m_strId))},
                         {{"fault", "Fault"}, Cell("power-cut")},

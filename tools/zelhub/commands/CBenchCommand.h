@@ -18,7 +18,9 @@ private:
     void Check(CToolContext& context) const;
     void Plug(CToolContext& context, bool bPlugged) const;
     void Fault(CToolContext& context) const;
+    void SmbusFault(CToolContext& context) const;
     void PowerCut(CToolContext& context) const;
+    void CheckTarget(CBenchMachine& bench) const;
     CBenchMachine& Machine(CToolContext& context) const;
 
     std::optional<CArguments> m_image;
@@ -31,7 +33,7 @@ private:
     std::string m_strFile;
     std::string m_strVersion = "0x0100";
     std::string m_strRequest;
-    std::string m_strKind = "fail";
+    std::string m_strKind; ///< empty: the usual one of the target
     std::string m_strWhen = "middle";
     CArguments::Value m_wChip = 0x6560;
     CArguments::Value m_cb = 0x10000;
