@@ -1,5 +1,5 @@
 // Writes and reads a hub's flash through the library and by a bare loop of libusb's calls, in
-// turns, and prints the best times. Usage: speed NODE LOCATION The hub runs its ROM code and
+// turns, and prints the best times. Usage: speed NODE LOCATION. The hub runs its ROM code and
 // holds nothing but 0x5A: writing that again takes no flash time.
 #include "api/zelhub.h"
 #include "cmd/CRequestCMD.h"

@@ -169,14 +169,22 @@ story_hub_without_power_recovers() {
     interrupted 8 '{"hub":"right","powerCut":7,"when":"middle"}'
 }
 
+# update_begins ARGUMENT...: right is being written, as process $first, for some seconds more
+update_begins() {
+    mark
+    server fault '{"hub":"right","request":"write-flash","nth":0,"times":30,"kind":"slow","lateMs":100}' ||
+        return 1
+    zelhub --quiet --hub "path:$right" update --force "$@" >/tmp/first 2>&1 &
+    first=$!
+    until_true 20 eval "since_mark | grep -q '^right 40/c8'"
+}
+
 story_unplugged_in_the_middle() {
     local status=0
-    mark
-    zelhub_on right update --force /tmp/0x0200.bin --allow-downgrade >/tmp/unplugged 2>&1 &
-    until_true 20 eval "since_mark | grep -q '^right 40/c8'" || return 1
+    update_begins --allow-downgrade /tmp/0x0200.bin || return 1
     server unplug right
-    wait $! || status=$?
-    [ $status -eq 8 ] || [ $status -eq 6 ] || { cat /tmp/unplugged; fail "status $status"; return 1; }
+    wait $first || status=$?
+    [ $status -eq 8 ] || { cat /tmp/first; fail "status $status"; return 1; }
     server plug right && until_true 10 bound 0011 &&
         gives 0 zelhub_on right update --force /tmp/0x0300.bin
 }
@@ -202,11 +210,7 @@ story_two_hubs_at_once() {
 }
 
 story_two_on_the_same_hub() {
-    local first
-    mark
-    zelhub --quiet --hub "path:$right" update --force /tmp/0x0300.bin >/tmp/first 2>&1 &
-    first=$!
-    until_true 20 eval "since_mark | grep -q '^right 40/c8'" || return 1
+    update_begins /tmp/0x0300.bin || return 1
     kill -STOP $first # it has the hub for as long as the other one asks
     gives 4 zelhub_on right version >/tmp/second 2>&1
     kill -CONT $first
@@ -216,11 +220,8 @@ story_two_on_the_same_hub() {
 }
 
 story_bus_reset_while_written() {
-    local first status=0
-    mark
-    zelhub --quiet --hub "path:$right" update --force /tmp/0x0300.bin >/tmp/first 2>&1 &
-    first=$!
-    until_true 20 eval "since_mark | grep -q '^right 40/c8'" || return 1
+    local status=0
+    update_begins /tmp/0x0300.bin || return 1
     probe "$(file_of 0011)" reset || fail "no reset" || return 1
     wait $first || status=$?
     say "status $status"
@@ -271,14 +272,6 @@ story_server_keeps_its_state() {
         zelhub-bench-usbip send /run/kept quit && wait $keeper && until_true 5 gone 0014 || return 1
     done | tee /tmp/keeper
     grep "Before: *0x0200" /tmp/keeper # what the second server began with
-}
-
-story_speed_beside_libusb_alone() {
-    gives 0 zelhub_on left erase --yes && server check | grep "^left: .* ROM" || return 1
-    # A machine that is busy elsewhere spoils measurements: the times are shown, not judged.
-    gives 0 speed "$(file_of 0010)" "$left" >/tmp/speed || { cat /tmp/speed; return 1; }
-    sed 's/^/note: /' /tmp/speed
-    gives 0 zelhub_on left erase --yes
 }
 
 # as_second COMMAND: by a user without rights of its own
@@ -352,7 +345,6 @@ main() {
         count=$((count + 1))
         if (story_"$story") >/tmp/story.out 2>&1; then
             echo "VM story $story: passed ($(($(cut -d. -f1 /proc/uptime) - start)) s)"
-            sed -n 's/^note: /VM vm: /p' /tmp/story.out
         else
             echo "VM story $story: FAILED"
             account 2>&1
