@@ -14,46 +14,25 @@ int Ask(CBench& b)
     return b.transport.KyHub_IsVoHub(CBench::kHub, 1);
 }
 
-void Identity(CBench& b, const WCHAR* pszIdentity)
-{
-    b.hub.Identity().strings[0x34] = pszIdentity;
-}
-
-struct IdentityCase
-{
-    const char* pszCase;
-    const WCHAR* pszIdentity;
-    int nAcceptSmBus;
-    int nResult;
-};
-
-class HubIdentity : public testing::TestWithParam<IdentityCase>
-{};
-
-TEST_P(HubIdentity, IsJudgedByItsText)
-{
-    CBench bench;
-    bench.Start();
-    Identity(bench, GetParam().pszIdentity);
-    EXPECT_EQ(bench.transport.KyHub_IsVoHub(CBench::kHub, GetParam().nAcceptSmBus),
-              GetParam().nResult)
-        << bench.log.Dump();
-    EXPECT_EQ(bench.machine.Handles().Open().size(), 2u) << bench.machine.Handles().Describe();
-    EXPECT_EQ(bench.machine.Driver().OpenDevices(), 0u);
-    EXPECT_TRUE(bench.node.PowerSaving()) << "power saving is as before";
-}
-
-INSTANTIATE_TEST_SUITE_P(Texts, HubIdentity,
-                         testing::Values(IdentityCase{"Ours", WTEXT("VO HUB"), 0, 1},
-                                         IdentityCase{"LowerCase", WTEXT("vo hub"), 0, 1},
-                                         IdentityCase{"TrailingBlank", WTEXT("VO HUB "), 1, 0},
-                                         IdentityCase{"Shorter", WTEXT("VO HU"), 1, 0},
-                                         IdentityCase{"SmBus", WTEXT("SM BUS"), 1, 1},
-                                         IdentityCase{"SmBusUnasked", WTEXT("SM BUS"), 0, 0},
-                                         IdentityCase{"SmBusLonger", WTEXT("SM BUS1"), 1, 0}),
-                         [](const auto& tested) { return tested.param.pszCase; });
-
 } // namespace
+
+TEST(IdentityTest, JudgesByTheText)
+{
+    const std::tuple<const WCHAR*, int, int> kCases[] = {
+        {WTEXT("VO HUB"), 0, 1}, {WTEXT("vo hub"), 0, 1}, {WTEXT("VO HUB "), 1, 0},
+        {WTEXT("VO HU"), 1, 0},  {WTEXT("SM BUS"), 1, 1}, {WTEXT("SM BUS"), 0, 0},
+        {WTEXT("SM BUS1"), 1, 0}};
+    for (const auto& [pszIdentity, nAcceptSmBus, nResult] : kCases) {
+        CBench bench;
+        bench.Start();
+        bench.hub.Identity().strings[0x34] = pszIdentity;
+        EXPECT_EQ(bench.transport.KyHub_IsVoHub(CBench::kHub, nAcceptSmBus), nResult)
+            << bench.log.Dump();
+        EXPECT_EQ(bench.machine.Handles().Open().size(), 2u) << bench.machine.Handles().Describe();
+        EXPECT_EQ(bench.machine.Driver().OpenDevices(), 0u);
+        EXPECT_TRUE(bench.node.PowerSaving()) << "power saving is as before";
+    }
+}
 
 TEST(IdentityTest, SendsTwoDescriptorReads)
 {
@@ -136,36 +115,24 @@ TEST(IdentityTest, LeavesNothingOfAnEarlierReadInADescriptor)
     EXPECT_EQ(std::memcmp(&device, &kZeros, sizeof(device)), 0);
 }
 
-/// How often an aborted string read is tried again.
-struct RetryCase
+TEST(IdentityTest, ReadsAnAbortedStringAgain)
 {
-    const char* pszCase;
-    std::vector<DWORD> errors; ///< of the string reads in a row; then they succeed
-    int nResult;
-    unsigned nReads;
-};
-
-class AbortedString : public testing::TestWithParam<RetryCase>
-{};
-
-TEST_P(AbortedString, IsReadAgain)
-{
-    CBench bench;
-    bench.Start();
-    unsigned n = 1;
-    for (const DWORD dwError : GetParam().errors)
-        bench.FailTransfer(++n, dwError);
-    EXPECT_EQ(Ask(bench), GetParam().nResult);
-    EXPECT_EQ(bench.machine.Driver().Transfers() - 1, GetParam().nReads);
-    EXPECT_EQ(bench.machine.Driver().OpenDevices(), 0u);
-    EXPECT_EQ(bench.machine.Handles().Open().size(), 2u) << bench.machine.Handles().Describe();
+    // The errors of the string reads in a row (then they succeed), the result and the reads.
+    const std::tuple<std::vector<DWORD>, int, unsigned> kCases[] = {
+        {{995}, 1, 2},
+        {{995, 995, 995, 995, 995}, 1, 6},
+        {{995, 995, 995, 995, 995, 995}, 0, 6},
+        {{995, 31}, 0, 2},
+        {{31}, 0, 1}};
+    for (const auto& [errors, nResult, nReads] : kCases) {
+        CBench bench;
+        bench.Start();
+        unsigned n = 1;
+        for (const DWORD dwError : errors)
+            bench.FailTransfer(++n, dwError);
+        EXPECT_EQ(Ask(bench), nResult);
+        EXPECT_EQ(bench.machine.Driver().Transfers() - 1, nReads);
+        EXPECT_EQ(bench.machine.Driver().OpenDevices(), 0u);
+        EXPECT_EQ(bench.machine.Handles().Open().size(), 2u) << bench.machine.Handles().Describe();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AbortedString,
-                         testing::Values(RetryCase{"Once", {995}, 1, 2},
-                                         RetryCase{"FiveTimes", {995, 995, 995, 995, 995}, 1, 6},
-                                         RetryCase{
-                                             "TooOften", {995, 995, 995, 995, 995, 995}, 0, 6},
-                                         RetryCase{"OtherErrorEndsIt", {995, 31}, 0, 2},
-                                         RetryCase{"OtherErrorAtOnce", {31}, 0, 1}),
-                         [](const auto& tested) { return tested.param.pszCase; });

@@ -152,38 +152,26 @@ TEST(ProxyDriver, IsClosedWithItsObject)
     EXPECT_TRUE(bench.machine.Handles().Misuses().empty());
 }
 
-/// Which of two versions stays installed.
-struct VersionCase
+TEST(CarriedDriver, ReplacesWhateverItExceedsInAnyComponent)
 {
-    const char* pszCase;
-    Version carried;
-    Version installed;
-    bool bReplaced;
-};
-
-class CarriedDriver : public testing::TestWithParam<VersionCase>
-{};
-
-TEST_P(CarriedDriver, ReplacesWhateverItExceedsInAnyComponent)
-{
-    CBench bench;
-    const CCarriedVersion carried(GetParam().carried);
-    bench.machine.Volume().Put(kInstalled, Image(GetParam().installed));
-    ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
-    EXPECT_EQ(bench.machine.Faults().Calls("IFileSystem::Copy"), GetParam().bReplaced ? 1u : 0u);
-    EXPECT_EQ(*bench.machine.Volume().Data(kInstalled),
-              GetParam().bReplaced ? carried.Bytes() : Image(GetParam().installed));
-    EXPECT_FALSE(bench.machine.Volume().Exists(kTemporary));
+    const std::tuple<Version, Version, bool> kCases[] = {// carried, installed, replaced
+                                                         {{1, 3, 0, 0}, {1, 2, 0, 9}, true},
+                                                         {{1, 2, 0, 9}, {1, 3, 0, 0}, true},
+                                                         {{1, 5, 0, 0}, {2, 0, 0, 0}, true},
+                                                         {{1, 2, 0, 4}, {1, 2, 0, 5}, false},
+                                                         {{1, 2, 0, 5}, {1, 2, 0, 5}, false}};
+    for (const auto& [ours, installed, bReplaced] : kCases) {
+        SCOPED_TRACE(testing::PrintToString(ours) + " over " + testing::PrintToString(installed));
+        CBench bench;
+        const CCarriedVersion carried(ours);
+        bench.machine.Volume().Put(kInstalled, Image(installed));
+        ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
+        EXPECT_EQ(bench.machine.Faults().Calls("IFileSystem::Copy"), bReplaced ? 1u : 0u);
+        EXPECT_EQ(*bench.machine.Volume().Data(kInstalled),
+                  bReplaced ? carried.Bytes() : Image(installed));
+        EXPECT_FALSE(bench.machine.Volume().Exists(kTemporary));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Versions, CarriedDriver,
-    testing::Values(VersionCase{"Newer", {1, 3, 0, 0}, {1, 2, 0, 9}, true},
-                    VersionCase{"OlderButGreaterRevision", {1, 2, 0, 9}, {1, 3, 0, 0}, true},
-                    VersionCase{"OlderButGreaterMinor", {1, 5, 0, 0}, {2, 0, 0, 0}, true},
-                    VersionCase{"OlderThroughout", {1, 2, 0, 4}, {1, 2, 0, 5}, false},
-                    VersionCase{"Same", {1, 2, 0, 5}, {1, 2, 0, 5}, false}),
-    [](const auto& tested) { return tested.param.pszCase; });
 
 TEST(ProxyDriver, WithoutReadableVersionIsReplaced)
 {
@@ -228,26 +216,6 @@ struct ServiceCase
     std::vector<std::string> log;
 };
 
-class ProxyService : public testing::TestWithParam<ServiceCase>
-{};
-
-TEST_P(ProxyService, IsPutInOrder)
-{
-    const ServiceCase& c = GetParam();
-    CBench bench;
-    bench.machine.Volume().Put(kInstalled, Image({1, 0, 0, 0}));
-    if (c.dwState != 0)
-        bench.machine.Services().Put(Service(c.dwState));
-    if (c.pszFails != nullptr)
-        bench.machine.Faults().FailAlways(std::string("IServiceManager::") + c.pszFails, 5);
-    const size_t nBefore = bench.machine.Services().Log().size();
-    EXPECT_EQ(bench.Access().Install(kInstalled, c.nUpdated, c.nFlagExists), c.nResult);
-    const auto& log = bench.machine.Services().Log();
-    EXPECT_EQ(std::vector<std::string>(std::next(log.begin(), std::ptrdiff_t(nBefore)), log.end()),
-              c.log);
-    EXPECT_EQ(bench.machine.Handles().Describe(), "");
-}
-
 const std::vector<std::string> kStarted = {"start ZelUpx"};
 const std::vector<std::string> kMade = {"create ZelUpx", "start ZelUpx"};
 const std::vector<std::string> kReplaced = {"delete ZelUpx", "create ZelUpx", "start ZelUpx"};
@@ -269,8 +237,26 @@ const ServiceCase kServiceCases[] = {
     {"CreateRefused", 0, 0, 0, "Create", 0, {}},
     {"StartRefused", kStateStopped, 0, 0, "Start", 0, {}},
 };
-INSTANTIATE_TEST_SUITE_P(Cases, ProxyService, testing::ValuesIn(kServiceCases),
-                         [](const auto& tested) { return tested.param.pszCase; });
+
+TEST(ProxyService, IsPutInOrder)
+{
+    for (const ServiceCase& c : kServiceCases) {
+        SCOPED_TRACE(c.pszCase);
+        CBench bench;
+        bench.machine.Volume().Put(kInstalled, Image({1, 0, 0, 0}));
+        if (c.dwState != 0)
+            bench.machine.Services().Put(Service(c.dwState));
+        if (c.pszFails != nullptr)
+            bench.machine.Faults().FailAlways(std::string("IServiceManager::") + c.pszFails, 5);
+        const size_t nBefore = bench.machine.Services().Log().size();
+        EXPECT_EQ(bench.Access().Install(kInstalled, c.nUpdated, c.nFlagExists), c.nResult);
+        const auto& log = bench.machine.Services().Log();
+        EXPECT_EQ(
+            std::vector<std::string>(std::next(log.begin(), std::ptrdiff_t(nBefore)), log.end()),
+            c.log);
+        EXPECT_EQ(bench.machine.Handles().Describe(), "");
+    }
+}
 
 /// Which machine a process finds itself on.
 struct MachineCase
@@ -284,28 +270,6 @@ struct MachineCase
     int nWow64;
 };
 
-class Processor : public testing::TestWithParam<MachineCase>
-{};
-
-TEST_P(Processor, IsToldByTheSystem)
-{
-    CBench bench;
-    SimProcessTraits& traits = bench.machine.Traits();
-    traits.wNativeMachine = GetParam().wNativeMachine;
-    traits.wArchitecture = GetParam().wArchitecture;
-    traits.wProcessMachine = GetParam().wProcessMachine;
-    if (GetParam().nQueries < 2)
-        traits.functions.erase("IsWow64Process2");
-    if (GetParam().nQueries < 1)
-        traits.functions.clear();
-    ASSERT_EQ(bench.transport.InitProxyDriver(), 1) << bench.log.Dump();
-    EXPECT_EQ(bench.Access().Machine(), GetParam().eMachine);
-    EXPECT_EQ(bench.Access().Wow64(), GetParam().nWow64);
-    EXPECT_TRUE(bench.machine.Volume().Exists(kInstalled)) << "not into a redirected folder";
-    EXPECT_EQ(bench.machine.Process().IsRedirected(), GetParam().nWow64 != 0)
-        << "redirection is as before";
-}
-
 const MachineCase kMachineCases[] = {
     {"X64", 2, 0x8664, 9, 0, MACHINE_X64, 0},
     {"X86", 2, 0x014C, 9, 0, MACHINE_X86, 0},
@@ -317,8 +281,28 @@ const MachineCase kMachineCases[] = {
     {"OldWow64", 1, 0x8664, 9, 0x014C, MACHINE_X64, 1},
     {"Ancient", 0, 0x8664, 9, 0, MACHINE_OTHER, 0},
 };
-INSTANTIATE_TEST_SUITE_P(Cases, Processor, testing::ValuesIn(kMachineCases),
-                         [](const auto& tested) { return tested.param.pszCase; });
+
+TEST(Processor, IsToldByTheSystem)
+{
+    for (const MachineCase& c : kMachineCases) {
+        SCOPED_TRACE(c.pszCase);
+        CBench bench;
+        SimProcessTraits& traits = bench.machine.Traits();
+        traits.wNativeMachine = c.wNativeMachine;
+        traits.wArchitecture = c.wArchitecture;
+        traits.wProcessMachine = c.wProcessMachine;
+        if (c.nQueries < 2)
+            traits.functions.erase("IsWow64Process2");
+        if (c.nQueries < 1)
+            traits.functions.clear();
+        ASSERT_EQ(bench.transport.InitProxyDriver(), 1) << bench.log.Dump();
+        EXPECT_EQ(bench.Access().Machine(), c.eMachine);
+        EXPECT_EQ(bench.Access().Wow64(), c.nWow64);
+        EXPECT_TRUE(bench.machine.Volume().Exists(kInstalled)) << "not into a redirected folder";
+        EXPECT_EQ(bench.machine.Process().IsRedirected(), c.nWow64 != 0)
+            << "redirection is as before";
+    }
+}
 
 TEST(Redirection, ThatCannotBeDisabledEndsTheStart)
 {

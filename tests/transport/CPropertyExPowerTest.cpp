@@ -50,45 +50,35 @@ TEST(SelectiveSuspend, GoesOnWhateverErrorASuccessfulSetLeaves)
     EXPECT_TRUE(bench.machine.Handles().Misuses().empty());
 }
 
-/// What a failing step gives back; every way leaves COM and gives all handles back.
-struct StepCase
+TEST(SelectiveSuspend, StepThatFailsLeavesNothingBehind)
 {
-    const char* pszOperation;
-    int nOff;
-    int nOn;
-};
-
-class SuspendStep : public testing::TestWithParam<StepCase>
-{};
-
-TEST_P(SuspendStep, ThatFailsLeavesNothingBehind)
-{
-    CBench bench;
-    bench.machine.Faults().FailNext(GetParam().pszOperation, kDenied);
-    EXPECT_EQ(bench.Access().TurnOff(CBench::kHub), GetParam().nOff);
-    bench.machine.Faults().FailNext(GetParam().pszOperation, kDenied);
-    EXPECT_EQ(bench.transport.KyHub_TurnOnHubSS(CBench::kHub), GetParam().nOn);
-    EXPECT_EQ(bench.machine.Faults().Fired(), 2u);
-    EXPECT_EQ(bench.machine.PowerSwitch().ComDepth(), 0);
-    EXPECT_TRUE(bench.machine.Handles().Misuses().empty());
-    EXPECT_EQ(bench.machine.Handles().Describe(), "");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Steps, SuspendStep,
-    testing::Values(
-        StepCase{"IDeviceTree::GetClassDevs", 0, 0}, StepCase{"IPowerSwitch::InitializeCom", 0, 0},
-        StepCase{"IPowerSwitch::InitializeSecurity", 0, 0},
-        StepCase{"IPowerSwitch::CreateLocator", 0, 0},
-        StepCase{"IPowerSwitch::ConnectServer", 0, 0},
-        StepCase{"IPowerSwitch::SetProxyBlanket", 0, 0}, StepCase{"IPowerSwitch::ExecQuery", 0, 0},
-        StepCase{"IPowerSwitch::Next", 1, 1}, StepCase{"IPowerSwitch::GetText", 1, 1},
+    // What switching off and on give back; every way leaves COM and gives all handles back.
+    const std::tuple<const char*, int, int> kSteps[] = {
+        {"IDeviceTree::GetClassDevs", 0, 0},
+        {"IPowerSwitch::InitializeCom", 0, 0},
+        {"IPowerSwitch::InitializeSecurity", 0, 0},
+        {"IPowerSwitch::CreateLocator", 0, 0},
+        {"IPowerSwitch::ConnectServer", 0, 0},
+        {"IPowerSwitch::SetProxyBlanket", 0, 0},
+        {"IPowerSwitch::ExecQuery", 0, 0},
+        {"IPowerSwitch::Next", 1, 1},
+        {"IPowerSwitch::GetText", 1, 1},
         // Deliberate: switching on counts as done whatever the writes gave.
-        StepCase{"IPowerSwitch::PutSwitch", 0, 1}, StepCase{"IPowerSwitch::PutInstance", 0, 1}),
-    [](const auto& tested) {
-        return std::string(tested.param.pszOperation)
-            .substr(tested.param.pszOperation[1] == 'D' ? 13 : 14);
-    });
+        {"IPowerSwitch::PutSwitch", 0, 1},
+        {"IPowerSwitch::PutInstance", 0, 1}};
+    for (const auto& [pszOperation, nOff, nOn] : kSteps) {
+        SCOPED_TRACE(pszOperation);
+        CBench bench;
+        bench.machine.Faults().FailNext(pszOperation, kDenied);
+        EXPECT_EQ(bench.Access().TurnOff(CBench::kHub), nOff);
+        bench.machine.Faults().FailNext(pszOperation, kDenied);
+        EXPECT_EQ(bench.transport.KyHub_TurnOnHubSS(CBench::kHub), nOn);
+        EXPECT_EQ(bench.machine.Faults().Fired(), 2u);
+        EXPECT_EQ(bench.machine.PowerSwitch().ComDepth(), 0);
+        EXPECT_TRUE(bench.machine.Handles().Misuses().empty());
+        EXPECT_EQ(bench.machine.Handles().Describe(), "");
+    }
+}
 
 TEST(SelectiveSuspend, IsSwitchedOffWhateverComSays)
 {
