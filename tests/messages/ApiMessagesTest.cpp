@@ -7,48 +7,32 @@ namespace
 {
 /// Listens from the moment on at which the starting library first touches the host's files: it
 /// has emptied the list of responders by then.
-class CListeningPlatform : public Platform
+class CListeningMachine : public CSimMachine
 {
 public:
-    CListeningPlatform(CMessageBench& bench, std::unique_ptr<CMessageLog>& pLog)
-        : m_machine(bench.machine), m_pLog(pLog)
-    {}
-
-    IHostFiles& HostFiles() override
+    using CSimMachine::CSimMachine;
+    CSimHostFiles& HostFiles() override
     {
-        if (!m_pLog)
-            m_pLog = std::make_unique<CMessageLog>();
-        return m_machine.HostFiles();
+        if (!pLog)
+            pLog = std::make_unique<CMessageLog>();
+        return CSimMachine::HostFiles();
     }
-    IDeviceTree& DeviceTree() override { return m_machine.DeviceTree(); }
-    IDeviceFile& DeviceFile() override { return m_machine.DeviceFile(); }
-    IServiceManager& ServiceManager() override { return m_machine.ServiceManager(); }
-    IFileSystem& FileSystem() override { return m_machine.FileSystem(); }
-    IPowerSwitch& PowerSwitch() override { return m_machine.PowerSwitch(); }
-    IEventPipe& EventPipe() override { return m_machine.EventPipe(); }
-    IWinUsb& WinUsb() override { return m_machine.WinUsb(); }
-    IHid& Hid() override { return m_machine.Hid(); }
-    IProcess& Process() override { return m_machine.Process(); }
-    IClock& Clock() override { return m_machine.Clock(); }
-
-private:
-    CSimMachine& m_machine;
-    std::unique_ptr<CMessageLog>& m_pLog;
+    std::unique_ptr<CMessageLog> pLog;
 };
 
 TEST(ApiMessages, OfAStart)
 {
     CMessageBench bench;
-    bench.machine.Traits().modulePath = "/opt/host/libZelhublib64.so";
-    std::unique_ptr<CMessageLog> pLog;
-    CListeningPlatform platform(bench, pLog);
-    SetCurrentPlatform(&platform);
+    CListeningMachine process(bench.machine.System());
+    process.CSimMachine::HostFiles().UseMemory();
+    process.Traits().modulePath = "/opt/host/libZelhublib64.so";
+    SetCurrentPlatform(&process);
 
     EXPECT_TRUE(XH_InitDevice(true));
-
+    ASSERT_TRUE(process.pLog);
+    ExpectTranscript("api_start", *process.pLog);
+    XH_UnInitDevice();
     SetCurrentPlatform(&bench.machine);
-    ASSERT_TRUE(pLog);
-    ExpectTranscript("api_start", *pLog);
 }
 
 struct ApiStory

@@ -39,9 +39,16 @@ struct StoryFault
 /// A name, which is the transcript's as well, and what is prepared before the story begins.
 struct Story
 {
+    using Prepares = void (*)(CMessageBench& bench);
+
+    Story(const char* pszStory, StoryFault first = {}, Prepares pfn = nullptr)
+        : pszName(pszStory), fault(first), pfnPrepare(pfn)
+    {}
+    Story(const char* pszStory, Prepares pfn) : Story(pszStory, {}, pfn) {}
+
     const char* pszName;
-    StoryFault fault = {};
-    void (*pfnPrepare)(CMessageBench& bench) = nullptr;
+    StoryFault fault;
+    Prepares pfnPrepare;
 
     void Prepare(CMessageBench& bench) const;
 };

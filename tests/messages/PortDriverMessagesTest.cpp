@@ -33,11 +33,8 @@ struct PortStage
 
 const Story kStarts[] = {
     {"voport_start"},
-    {"voport_start_wow64",
-     {},
-     [](CMessageBench& b) { b.machine.Traits().wProcessMachine = 0x014C; }},
+    {"voport_start_wow64", [](CMessageBench& b) { b.machine.Traits().wProcessMachine = 0x014C; }},
     {"voport_start_other_size",
-     {},
      [](CMessageBench& b) {
          b.machine.Volume().Put(kInstalled, {1, 2, 3});
      }},
@@ -45,7 +42,7 @@ const Story kStarts[] = {
 };
 
 const Story kFailedStarts[] = {
-    {"voport_no_resource", {}, [](CMessageBench& b) { b.machine.Traits().portDriver.clear(); }},
+    {"voport_no_resource", [](CMessageBench& b) { b.machine.Traits().portDriver.clear(); }},
     {"voport_not_fetched", {"IProcess::FetchResource", 1, 8}},
     {"voport_not_pinned", {"IProcess::PinResource", 1, 8}},
     {"voport_no_size", {"IProcess::ResourceSize", 1, 8}},
@@ -55,7 +52,6 @@ const Story kFailedStarts[] = {
     {"voport_no_windows_folder", {"IFileSystem::WindowsFolder", 2, 3}},
     {"voport_file_gone", {"IFileSystem::Open", 4, kErrFileNotFound}},
     {"voport_no_manager",
-     {},
      [](CMessageBench& b) { b.machine.Services().SetManagerError(kErrAccessDenied); }},
     {"voport_not_created", {"IServiceManager::Create", 0}},
     {"voport_never_starts", {"IServiceManager::Start", 0, 577}},
@@ -112,9 +108,9 @@ void AccessAll(CRequestCMD& cmd)
 }
 
 const Story kAccesses[] = {
-    {"voport_access", {}, [](CMessageBench&) { CRequestCMDTestAccess::SetMapping(1); }},
+    {"voport_access", [](CMessageBench&) { CRequestCMDTestAccess::SetMapping(1); }},
     {"voport_access_fails", {"IDeviceFile::Control", 0, 31}},
-    {"voport_access_short", {}, [](CMessageBench& b) { b.machine.PortDriver().LieAboutLength(2); }},
+    {"voport_access_short", [](CMessageBench& b) { b.machine.PortDriver().LieAboutLength(2); }},
 };
 
 TEST(PortDriverMessages, OfItsAccesses)

@@ -44,22 +44,21 @@ void DenyServices(CMessageBench& bench)
 
 const Story kStarts[] = {
     {"install_fresh"},
-    {"install_x86", {}, [](CMessageBench& b) { b.machine.Traits().wNativeMachine = 0x014C; }},
-    {"install_arm64", {}, [](CMessageBench& b) { b.machine.Traits().functions.clear(); }},
+    {"install_x86", [](CMessageBench& b) { b.machine.Traits().wNativeMachine = 0x014C; }},
+    {"install_arm64", [](CMessageBench& b) { b.machine.Traits().functions.clear(); }},
     {"install_by_architecture",
-     {},
      [](CMessageBench& b) { b.machine.Traits().functions.erase("IsWow64Process2"); }},
-    {"install_debug_file", {}, [](CMessageBench& b) { PutDriver(b, kDebug, 1); }},
-    {"install_newer_there", {}, [](CMessageBench& b) { PutDriver(b, kInstalled, 9); }},
+    {"install_debug_file", [](CMessageBench& b) { PutDriver(b, kDebug, 1); }},
+    {"install_newer_there", [](CMessageBench& b) { PutDriver(b, kInstalled, 9); }},
     {"install_flag_unclear", {"IFileSystem::Open", 3}},
     {"install_flag_not_made", {"IFileSystem::Open", 5}},
     {"install_flag_not_joined", {"IFileSystem::Open", 5}, Elsewhere},
 };
 
 const Story kFailedStarts[] = {
-    {"install_denied", {}, DenyServices},
+    {"install_denied", DenyServices},
     {"install_no_temporary_file", {"IFileSystem::Open", 2}},
-    {"install_disk_full", {}, [](CMessageBench& b) { b.machine.Volume().SetFreeBytes(16); }},
+    {"install_disk_full", [](CMessageBench& b) { b.machine.Volume().SetFreeBytes(16); }},
     {"install_no_control_device", {"IDeviceFile::Open"}},
 };
 
@@ -86,11 +85,10 @@ TEST(DriverMessages, OfItsInstallation)
 const Story kReleases[] = {
     {"release_last"},
     {"release_flag_unclear", {"IFileSystem::Open"}},
-    {"release_no_manager", {}, DenyServices},
+    {"release_no_manager", DenyServices},
     {"release_no_service", {"IServiceManager::OpenNamed"}},
     {"release_not_stopped", {"IServiceManager::Control"}},
     {"release_stuck_stop",
-     {},
      [](CMessageBench& b) { b.machine.Services().Find(WTEXT("ZelUpx"))->bStuckStop = true; }},
     {"release_no_status", {"IServiceManager::Query"}},
     {"release_not_deleted", {"IServiceManager::Remove"}},
@@ -119,7 +117,7 @@ const Story kOpens[] = {
     {"open_no_interface", {"IDeviceTree::EnumDeviceInterfaces"}},
     {"open_no_detail_size", {"IDeviceTree::GetInterfaceDetail"}},
     {"open_no_detail", {"IDeviceTree::GetInterfaceDetail", 2}},
-    {"open_no_file", {}, [](CMessageBench& b) { b.node.Spec().dwOpenError = kErrAccessDenied; }},
+    {"open_no_file", [](CMessageBench& b) { b.node.Spec().dwOpenError = kErrAccessDenied; }},
     {"open_refused_by_driver", {"IDeviceFile::Control", 1, kErrGenFailure}},
     {"close_refused_by_driver", {"IDeviceFile::Control", 2, kErrGenFailure}},
 };
@@ -129,16 +127,13 @@ const Story kIdentityTests[] = {
     {"identify_power_switch_fails", {"IPowerSwitch::CreateLocator", 1, 0x80040154}},
     {"identify_no_interface", {"IDeviceTree::EnumDeviceInterfaces"}},
     {"identify_refused_by_driver", {"IDeviceFile::Control", 1, kErrGenFailure}},
-    {"identify_resuming", {}, [](CMessageBench& b) { b.node.Suspend(500'000); }},
-    {"identify_never_resumes", {}, [](CMessageBench& b) { b.node.Suspend(60'000'000); }},
+    {"identify_resuming", [](CMessageBench& b) { b.node.Suspend(500'000); }},
+    {"identify_never_resumes", [](CMessageBench& b) { b.node.Suspend(60'000'000); }},
     {"identify_descriptor_status",
-     {},
      [](CMessageBench& b) { b.machine.Driver().FailTransferWithStatus(1, 0xC0000004); }},
     {"identify_no_string",
-     {},
      [](CMessageBench& b) { b.machine.Driver().FailTransfer(2, kErrGenFailure); }},
     {"identify_aborted",
-     {},
      [](CMessageBench& b) {
          for (unsigned n = 2; n < 10; ++n)
              b.machine.Driver().FailTransfer(n, kErrOperationAborted);
@@ -275,15 +270,14 @@ const Story kPowerSwitches[] = {
     {"power_no_blanket", {"IPowerSwitch::SetProxyBlanket", 0, kHResult}},
     {"power_no_query", {"IPowerSwitch::ExecQuery", 0, kHResult}},
     {"power_not_written", {"IPowerSwitch::PutInstance", 0, kHResult}},
-    {"power_by_companion", {}, ByCompanion},
+    {"power_by_companion", ByCompanion},
     {"power_companion_problem_node",
-     {},
      [](CMessageBench& b) {
          NotElevated(b);
          b.node.Spec().dwStatus |= kNodeHasProblem;
      }},
-    {"power_companion_absent", {}, [](CMessageBench& b) { NotElevated(b).Remove(); }},
-    {"power_companion_no_pipe", {}, [](CMessageBench& b) { NotElevated(b).SetPipePresent(false); }},
+    {"power_companion_absent", [](CMessageBench& b) { NotElevated(b).Remove(); }},
+    {"power_companion_no_pipe", [](CMessageBench& b) { NotElevated(b).SetPipePresent(false); }},
     {"power_companion_pipe_not_opened", {"IEventPipe::OpenPipe", 0}, ByCompanion},
     {"power_companion_not_written", {"IEventPipe::WritePipe", 0, kErrGenFailure}, ByCompanion},
     {"power_companion_wait_fails", {"IEventPipe::WaitEvent", 0, kErrInvalidHandle}, ByCompanion},

@@ -213,29 +213,22 @@ TEST_P(BillboardSweep, EveryFaultAtEveryTransfer)
 {
     const auto nTransfers = Whole([](BillboardBench& b) { return b.chip.Transfers(); });
     SweepTally tally(std::string("billboard transfers of ") + GetParam().pszName);
-    for (const NamedFault& named : UsbFaults()) {
-        for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
-            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
-            BillboardBench bench(GetParam());
-            bench.chip.Faults().At(n, named.fault);
-            BreakThenRepeat(bench, tally);
-        }
-    }
+    ForFaults(UsbFaults(), FirstPlaces(nTransfers), [&](auto n, const SimFault& fault) {
+        BillboardBench bench(GetParam());
+        bench.chip.Faults().At(n, fault);
+        BreakThenRepeat(bench, tally);
+    });
 }
 
 TEST_P(BillboardSweep, PowerLostAtEveryFlashOperation)
 {
     const auto nOperations = Whole([](BillboardBench& b) { return b.chip.FlashOperations(); });
     SweepTally tally(std::string("billboard flash operations of ") + GetParam().pszName);
-    for (const SimPowerCut eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
-        for (std::uint64_t n = 0; n < nOperations && !HasFailure(); ++n) {
-            SCOPED_TRACE(testing::Message() << "power lost at flash operation " << n << ", "
-                                            << static_cast<int>(eWhen));
-            BillboardBench bench(GetParam());
-            bench.chip.LosePowerAt(n, eWhen);
-            BreakThenRepeat(bench, tally);
-        }
-    }
+    ForPowerCuts(FirstPlaces(nOperations), [&](auto n, SimPowerCut eWhen) {
+        BillboardBench bench(GetParam());
+        bench.chip.LosePowerAt(n, eWhen);
+        BreakThenRepeat(bench, tally);
+    });
 }
 
 TEST_P(BillboardSweep, EveryCallOfAnUpdateFails)

@@ -71,14 +71,11 @@ TEST_P(HubSweep, EveryFaultAtEveryTransfer)
 {
     const auto nTransfers = CountIn(Update, &CSimHub::Transfers);
     SweepTally tally(std::string("transfers of ") + GetParam().pszName);
-    for (const NamedFault& named : UsbFaults()) {
-        for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
-            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
-            HubBench bench(Settings());
-            bench.hub.Faults().At(n, named.fault);
-            BreakThenRepeat(bench, tally);
-        }
-    }
+    ForFaults(UsbFaults(), FirstPlaces(nTransfers), [&](auto n, const SimFault& fault) {
+        HubBench bench(Settings());
+        bench.hub.Faults().At(n, fault);
+        BreakThenRepeat(bench, tally);
+    });
     // The sweep has teeth: without the host's own checks some of these would have passed.
     EXPECT_GT(tally.nBelieved, 0u);
 }
@@ -87,70 +84,53 @@ TEST_P(HubSweep, PowerLostAtEveryFlashOperation)
 {
     const auto nOperations = CountIn(Update, &CSimHub::FlashOperations);
     SweepTally tally(std::string("flash operations of ") + GetParam().pszName);
-    for (const SimPowerCut eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
-        for (std::uint64_t n = 0; n < nOperations && !HasFailure(); ++n) {
-            SCOPED_TRACE(testing::Message() << "power lost at flash operation " << n << ", "
-                                            << static_cast<int>(eWhen));
-            HubBench bench(Settings());
-            bench.hub.LosePowerAt(n, eWhen);
-            BreakThenRepeat(bench, tally);
-        }
-    }
+    ForPowerCuts(FirstPlaces(nOperations), [&](auto n, SimPowerCut eWhen) {
+        HubBench bench(Settings());
+        bench.hub.LosePowerAt(n, eWhen);
+        BreakThenRepeat(bench, tally);
+    });
 }
 
 TEST_P(HubSweep, EveryFaultAtEveryTransferOfAnErase)
 {
     const auto nTransfers = CountIn(Erase, &CSimHub::Transfers);
     SweepTally tally(std::string("transfers of an erase of ") + GetParam().pszName);
-    for (const NamedFault& named : UsbFaults()) {
-        for (std::uint64_t n = 0; n < nTransfers && !HasFailure(); ++n) {
-            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
-            HubBench bench(Settings());
-            bench.hub.Faults().At(n, named.fault);
-            bool bErased = false;
-            {
-                CHostRun run(bench);
-                bErased = run.Erase();
-                const bool bBlank = bench.hub.Banks().Bank(0) == Image(0x10000, 0xFF);
-                tally.Count(bErased, run.FlowSaidYes() && !bBlank);
-                EXPECT_TRUE(!bErased || bBlank);
-            }
-
-            bench.Heal();
-            CHostRun again(bench);
-            EXPECT_TRUE(again.Update(NewImage()));
-            EXPECT_TRUE(bench.hub.Runs(NewImage()));
+    ForFaults(UsbFaults(), FirstPlaces(nTransfers), [&](auto n, const SimFault& fault) {
+        HubBench bench(Settings());
+        bench.hub.Faults().At(n, fault);
+        {
+            CHostRun run(bench);
+            const bool bErased = run.Erase();
+            const bool bBlank = bench.hub.Banks().Bank(0) == Image(0x10000, 0xFF);
+            tally.Count(bErased, run.FlowSaidYes() && !bBlank);
+            EXPECT_TRUE(!bErased || bBlank);
         }
-    }
+        bench.Heal();
+        CHostRun again(bench);
+        EXPECT_TRUE(again.Update(NewImage()));
+        EXPECT_TRUE(bench.hub.Runs(NewImage()));
+    });
 }
-
-struct ReturnCase
-{
-    const char* pszCase;
-    SimReturn ret;
-};
 
 TEST_P(HubSweep, EveryWayOfComingBackFromEachReset)
 {
-    const SimReturn never = {50'000, 1'500'000, false, true};
-    const SimReturn other = {50'000, 1'500'000, true, false};
-    const ReturnCase cases[] = {
+    const std::pair<const char*, SimReturn> cases[] = {
         {"at once", {1'000, 1'000, false, false}},
         {"after 8 s", {50'000, 8'000'000, false, false}},
         {"after 30 s", {50'000, 30'000'000, false, false}},
         {"leaves after 5 s", {5'000'000, 1'000'000, false, false}},
-        {"as another node", other},
-        {"never", never},
+        {"as another node", {50'000, 1'500'000, true, false}},
+        {"never", {50'000, 1'500'000, false, true}},
     };
     SweepTally tally(std::string("ways of coming back of ") + GetParam().pszName);
-    for (const ReturnCase& c : cases) {
+    for (const auto& [pszCase, ret] : cases) {
         for (const bool bEveryReset : {true, false}) {
-            SCOPED_TRACE(testing::Message() << c.pszCase << (bEveryReset ? ", always" : ", once"));
+            SCOPED_TRACE(testing::Message() << pszCase << (bEveryReset ? ", always" : ", once"));
             HubBench bench(Settings());
             if (bEveryReset)
-                bench.hub.SetReturn(c.ret);
+                bench.hub.SetReturn(ret);
             else
-                bench.hub.SetNextReturn(c.ret);
+                bench.hub.SetNextReturn(ret);
             BreakThenRepeat(bench, tally);
         }
     }

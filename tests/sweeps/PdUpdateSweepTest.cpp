@@ -15,23 +15,10 @@ namespace
 constexpr BYTE kPdAddr = 0x42;
 constexpr BYTE kResetToRom = 0x02;
 
-/// A PD device as a careful host makes it; the read-back comes first, since the library's own
-/// check already marks the bank that runs.
-class CStrictPdDev : public CI2CPdDev
+/// The read-back comes first, since the library's own check already marks the bank that runs.
+class CStrictPdDev : public CStrict<CI2CPdDev>
 {
 public:
-    bool CheckFlashWithCmp() override { return ReadsBack() && CI2CPdDev::CheckFlashWithCmp(); }
-    bool CheckFlashInFlash() override { return ReadsBack() && CI2CPdDev::CheckFlashInFlash(); }
-
-    bool ReadsBack()
-    {
-        const Image& image = GetFwBuf();
-        Image back(image.size());
-        for (std::size_t i = 0; i < back.size(); ++i)
-            back[i] = static_cast<BYTE>(~image[i]);
-        return ReadFlashEx(back) && back == image;
-    }
-
     /// Reads back the bank that runs: the one that an update would not write now.
     bool RunningBankReadsBack()
     {
@@ -142,29 +129,16 @@ private:
     bool m_bFlowSaidYes = false;
 };
 
-const std::vector<NamedFault>& PdFaults()
+/// A controller on the bus of a hub neither stalls nor sees request blocks, and each of its
+/// transfers is sent once.
+std::vector<NamedFault> PdFaults()
 {
-    SimFault lost = {SimFaultKind::Fail};
-    lost.bActs = true;
-    SimFault timedOut = {SimFaultKind::TimeOut};
-    timedOut.bActs = true;
-    SimFault corruptEnd = {SimFaultKind::Corrupt};
-    corruptEnd.dwOffset = 0xFFFFFFFF;
-    corruptEnd.byMask = 0x80;
-    SimFault shortLeave = {SimFaultKind::Vanish};
-    shortLeave.dwBackMs = 700;
-    static const std::vector<NamedFault> s_faults = {
-        {"not acknowledged", {SimFaultKind::Fail}},
-        {"answer lost", lost},
-        {"bus held down", {SimFaultKind::TimeOut}},
-        {"bus held down after acting", timedOut},
-        {"first byte corrupt", {SimFaultKind::Corrupt}},
-        {"last byte corrupt", corruptEnd},
-        {"lies", {SimFaultKind::Lie}},
-        {"silent for a moment", shortLeave},
-        {"silent for good", {SimFaultKind::Vanish}},
-    };
-    return s_faults;
+    std::vector<NamedFault> faults = UsbFaults();
+    std::erase_if(faults, [](const NamedFault& f) {
+        return f.fault.eKind == SimFaultKind::Stall || f.fault.eKind == SimFaultKind::UrbStatus ||
+               f.fault.nTimes == 2;
+    });
+    return faults;
 }
 
 /// Whether everything is swept, or of the thousands of like flash units only some.
@@ -197,9 +171,9 @@ std::vector<BYTE> CommandsOf(const PdKind& kind)
 
 /// The transfers to break: all but the inner ones of long rows of the same flash command, of
 /// which every 97th.
-std::vector<std::uint64_t> Chosen(const std::vector<BYTE>& commands)
+Places Chosen(const std::vector<BYTE>& commands)
 {
-    std::vector<std::uint64_t> chosen;
+    Places chosen;
     for (std::size_t n = 0; n < commands.size(); ++n) {
         const auto IsLike = [&](std::size_t other) {
             return other < commands.size() && commands[other] == commands[n];
@@ -248,18 +222,13 @@ protected:
 
 TEST_P(PdSweep, EveryFaultAtTheTransfers)
 {
-    const std::vector<std::uint64_t> chosen = Chosen(CommandsOf(GetParam()));
+    const Places chosen = Chosen(CommandsOf(GetParam()));
     SweepTally tally(std::string("PD transfers of ") + GetParam().pszName);
-    for (const NamedFault& named : PdFaults()) {
-        for (const std::uint64_t n : chosen) {
-            if (HasFailure())
-                return;
-            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
-            PdBench bench(GetParam());
-            bench.pd.Faults().At(n, named.fault);
-            BreakThenRepeat(bench, tally);
-        }
-    }
+    ForFaults(PdFaults(), chosen, [&](auto n, const SimFault& fault) {
+        PdBench bench(GetParam());
+        bench.pd.Faults().At(n, fault);
+        BreakThenRepeat(bench, tally);
+    });
 }
 
 TEST_P(PdSweep, PowerLostAtTheFlashOperations)
@@ -272,18 +241,15 @@ TEST_P(PdSweep, PowerLostAtTheFlashOperations)
         nOperations = whole.pd.FlashOperations();
     }
     SweepTally tally(std::string("PD flash operations of ") + GetParam().pszName);
-    const std::uint64_t nStep = SweepsAll() ? 1 : 31;
-    for (const SimPowerCut eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
-        for (std::uint64_t n = 0; n < nOperations && !HasFailure(); ++n) {
-            if (n % nStep != 0 && n > 3 && n + 4 < nOperations)
-                continue;
-            SCOPED_TRACE(testing::Message() << "power lost at flash operation " << n << ", "
-                                            << static_cast<int>(eWhen));
-            PdBench bench(GetParam());
-            bench.pd.LosePowerAt(n, eWhen);
-            BreakThenRepeat(bench, tally);
-        }
-    }
+    Places places = FirstPlaces(nOperations);
+    std::erase_if(places, [&](std::uint64_t n) {
+        return !SweepsAll() && n % 31 != 0 && n > 3 && n + 4 < nOperations;
+    });
+    ForPowerCuts(places, [&](auto n, SimPowerCut eWhen) {
+        PdBench bench(GetParam());
+        bench.pd.LosePowerAt(n, eWhen);
+        BreakThenRepeat(bench, tally);
+    });
 }
 
 TEST_P(PdSweep, EveryKindOfCallFails)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <numeric>
 
 const Image& OldImage()
 {
@@ -19,15 +20,6 @@ const Image& NewImage()
     static const Image s_image =
         CSimImage(CSimImage::kMinSize + 1).Version(kNewVersion).Seed(2).Build();
     return s_image;
-}
-
-bool CStrictHubDev::ReadsBack()
-{
-    const Image& image = GetFwBuf();
-    Image back(image.size());
-    for (std::size_t i = 0; i < back.size(); ++i)
-        back[i] = static_cast<BYTE>(~image[i]); // what is not read cannot pass
-    return ReadFlashEx(back) && back == image;
 }
 
 HubBench::HubBench(const SimHubSettings& settings)
@@ -136,6 +128,40 @@ const std::vector<NamedFault>& UsbFaults()
         {"vanishes for a moment", shortLeave},
         {"vanishes for good", {SimFaultKind::Vanish}}};
     return s_faults;
+}
+
+Places FirstPlaces(std::uint64_t n)
+{
+    Places places(n);
+    std::iota(places.begin(), places.end(), std::uint64_t{0});
+    return places;
+}
+
+void ForFaults(const std::vector<NamedFault>& faults, const Places& transfers,
+               const std::function<void(std::uint64_t n, const SimFault& fault)>& fnRun)
+{
+    for (const NamedFault& named : faults) {
+        for (const std::uint64_t n : transfers) {
+            if (testing::Test::HasFailure())
+                return;
+            SCOPED_TRACE(testing::Message() << named.pszName << " at transfer " << n);
+            fnRun(n, named.fault);
+        }
+    }
+}
+
+void ForPowerCuts(const Places& operations,
+                  const std::function<void(std::uint64_t n, SimPowerCut eWhen)>& fnRun)
+{
+    for (const SimPowerCut eWhen : {SimPowerCut::Before, SimPowerCut::Middle, SimPowerCut::After}) {
+        for (const std::uint64_t n : operations) {
+            if (testing::Test::HasFailure())
+                return;
+            SCOPED_TRACE(testing::Message() << "power lost at flash operation " << n << ", "
+                                            << static_cast<int>(eWhen));
+            fnRun(n, eWhen);
+        }
+    }
 }
 
 SweepTally::~SweepTally()

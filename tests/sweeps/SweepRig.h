@@ -8,6 +8,7 @@
 #include "sim/CSimMachine.h"
 #include "transport/CPropertyEx.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,15 +23,26 @@ constexpr USHORT kNewVersion = 0x0222;
 const Image& OldImage();
 const Image& NewImage();
 
-/// A hub device as a careful host makes it: no check passes before the flash was read back and
-/// every byte was the image's.
-class CStrictHubDev : public CHubDev
+/// A device as a careful host makes it: no check passes before the flash was read back and every
+/// byte was the image's.
+template<typename Device>
+class CStrict : public Device
 {
 public:
-    bool CheckFlashWithCmp() override { return ReadsBack() && CHubDev::CheckFlashWithCmp(); }
-    bool CheckFlashInFlash() override { return ReadsBack() && CHubDev::CheckFlashInFlash(); }
-    bool ReadsBack();
+    bool CheckFlashWithCmp() override { return ReadsBack() && Device::CheckFlashWithCmp(); }
+    bool CheckFlashInFlash() override { return ReadsBack() && Device::CheckFlashInFlash(); }
+
+    bool ReadsBack()
+    {
+        const Image& image = this->GetFwBuf();
+        Image back(image.size());
+        for (std::size_t i = 0; i < back.size(); ++i)
+            back[i] = static_cast<BYTE>(~image[i]); // what is not read cannot pass
+        return this->ReadFlashEx(back) && back == image;
+    }
 };
+
+using CStrictHubDev = CStrict<CHubDev>;
 
 /// A computer with one hub on it that runs the old image, and the hub's model as the judge.
 struct HubBench
@@ -87,6 +99,15 @@ struct NamedFault
 
 /// What can happen to one transfer of a device with an endpoint 0.
 const std::vector<NamedFault>& UsbFaults();
+
+/// Runs something with every fault at every transfer, or with the power lost in every way at every
+/// flash operation, until the test fails. The chosen ones are given, or how many there are.
+using Places = std::vector<std::uint64_t>;
+Places FirstPlaces(std::uint64_t n);
+void ForFaults(const std::vector<NamedFault>& faults, const Places& transfers,
+               const std::function<void(std::uint64_t n, const SimFault& fault)>& fnRun);
+void ForPowerCuts(const Places& operations,
+                  const std::function<void(std::uint64_t n, SimPowerCut eWhen)>& fnRun);
 
 /// Counts what a sweep did, and prints it at its end.
 struct SweepTally
