@@ -48,25 +48,6 @@ protected:
     CSimNode& m_otherNode;
 };
 
-TEST_F(Api, TearDownNeedsNoStartAndMayBeRepeated)
-{
-    XH_UnInitDevice();
-    XH_ReleaseDevice();
-    EXPECT_TRUE(m_machine.Handles().Open().empty()) << m_machine.Handles().Describe();
-}
-
-TEST_F(Api, EveryStartEndsWithNothingLeftOpenOrInstalled)
-{
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_TRUE(XH_InitDevice(false));
-        EXPECT_TRUE(XH_InitDevice(false)) << "a second start discards the first";
-        EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
-        XH_ReleaseDevice();
-        EXPECT_TRUE(m_machine.Handles().Open().empty()) << m_machine.Handles().Describe();
-        EXPECT_EQ(m_machine.Services().Find(WTEXT("ZelUpx")), nullptr);
-    }
-}
-
 // Deliberate: deleting and writing cut the module's path differently where it has no separator.
 TEST_F(Api, LogOfAModuleWithoutFolderIsDeletedInTheWorkingFolder)
 {
@@ -75,30 +56,6 @@ TEST_F(Api, LogOfAModuleWithoutFolderIsDeletedInTheWorkingFolder)
     EXPECT_TRUE(XH_InitDevice(true));
     EXPECT_EQ(m_machine.HostFiles().Data("info.txt"), nullptr);
     EXPECT_NE(m_machine.HostFiles().Text("lib.soinfo.txt"), "");
-}
-
-TEST_F(Api, StartAndEndForgetTheHostsResponders)
-{
-    EXPECT_TRUE(XH_InitDevice(false));
-    CMessageLog host;
-    XH_UnInitDevice();
-    const std::size_t nHeard = host.Lines().size();
-    EXPECT_GT(nHeard, 0u);
-    XH_FreeAllDevice(nullptr);
-    EXPECT_EQ(host.Lines().size(), nHeard);
-}
-
-TEST_F(Api, ListingWithoutHubsFailsAndTouchesOnlyTheCount)
-{
-    m_first.Unplug();
-    m_second.Unplug();
-    EXPECT_TRUE(XH_InitDevice(false));
-    _Hub_Info untouched = {};
-    _Hub_Info* pList = &untouched;
-    DWORD dwCount = 77;
-    EXPECT_FALSE(XH_ListAllDevice(&pList, &dwCount));
-    EXPECT_EQ(pList, &untouched);
-    EXPECT_EQ(dwCount, 0u);
 }
 
 struct BadLocation
@@ -132,17 +89,6 @@ TEST_F(Api, LocationThatCannotBeReadDropsTheBindingAndWaitsForNothing)
         EXPECT_FALSE(ReadsStatus()) << bad.pszCase;
         m_otherNode.Spec().locationPaths = paths;
     }
-}
-
-TEST_F(Api, StatusIsTwentyBytes)
-{
-    EXPECT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
-    BYTE status[21];
-    std::fill(std::begin(status), std::end(status), BYTE{0xCC});
-    EXPECT_TRUE(XH_DetectHubStatusForTest(status));
-    EXPECT_NE(status[19], 0xCC);
-    EXPECT_EQ(status[20], 0xCC);
 }
 
 TEST_F(Api, I2cGoesThroughTheOpenHub)

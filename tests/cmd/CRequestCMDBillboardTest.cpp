@@ -114,18 +114,6 @@ TEST_F(Billboard, AFailedRequestOfTheSetIsSilent)
                                            "1" + kOpen + "VID is 5678,PID is 9001\n"));
 }
 
-TEST_F(Billboard, AnUnreadableHardwareIdMovesTheSearchOn)
-{
-    Device(1, 7, kPid, WTEXT("Billboard Device")).Spec().hardwareIds = {};
-    Device(2, 8, kPid, WTEXT("Billboard Device")).Spec().hardwareIds = {
-        WString(256, WTEXT('x'))}; // with its end more than 256 characters
-    Device(3, kInst, kPid, WTEXT("Billboard Device"));
-    EXPECT_NE(m_cmd.KyBBPD_OpenBillBoardDevice(kPid, kVid), 0);
-    EXPECT_THAT(
-        m_log.Lines(),
-        Contains("3" + kOpen + "SetupDiGetDeviceRegistryProperty Get Hwid FAIL\n").Times(2));
-}
-
 TEST_F(Billboard, ANewOpenReplacesTheOld)
 {
     OpenTheBillboard();

@@ -87,13 +87,6 @@ TEST_F(EcConversation, ACounterBelowOneMegahertzGivesNoWait)
     EXPECT_EQ(m_machine.Faults().Calls("IClock::Counter"), 0u);
 }
 
-TEST_F(EcConversation, AReadWaitsForItsAnswerWhateverTheBurstBit)
-{
-    m_status = {0x00, 0x00, 0x00, 0x10, 0x10, 0x11};
-    EXPECT_EQ(Read(), 0x5C);
-    EXPECT_EQ(m_transport.calls.size(), 3u + 2u + 3u + 1u);
-}
-
 TEST_F(EcConversation, AMissingControllerHoldsTheCallerForEver)
 {
     m_status = {0x02};

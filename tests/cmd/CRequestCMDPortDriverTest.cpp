@@ -30,14 +30,6 @@ TEST_F(PortDriver, IsExtractedInstalledStartedAndOpened)
     EXPECT_EQ(CRequestCMDTestAccess::Driver(), nullptr);
 }
 
-TEST_F(PortDriver, HasOtherFilesInA32BitProcess)
-{
-    m_machine.Traits().wProcessMachine = 0x014C;
-    EXPECT_EQ(Start(), 1);
-    EXPECT_TRUE(m_machine.Volume().Exists(kInstalled64));
-    m_cmd.XH_UnInitVoPortDriver();
-}
-
 TEST_F(PortDriver, SaysNothingOfWow64WhereNobodyCanBeAsked)
 {
     m_machine.Traits().functions.clear();
@@ -101,16 +93,6 @@ TEST_F(PortDriver, AFailedStartGivesZeroAndLeavesNothingOpen)
         EXPECT_EQ(CRequestCMDTestAccess::Driver(), InvalidHandle());
     }
     SetCurrentPlatform(&m_machine);
-}
-
-TEST_F(PortDriver, ThatStartsAtTheSecondTryIsReady)
-{
-    m_machine.Faults().FailNext("IServiceManager::Start", 31);
-    EXPECT_EQ(Start(), 1);
-    EXPECT_THAT(m_machine.Services().Log(),
-                ElementsAre("create voport", "stop voport -> 1062", "delete voport",
-                            "create voport", "start voport"));
-    m_cmd.XH_UnInitVoPortDriver();
 }
 
 TEST_F(PortDriver, ThatNeverStartsIsRemoved)

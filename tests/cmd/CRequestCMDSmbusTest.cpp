@@ -172,28 +172,6 @@ TEST_F(Smbus, AWriteGivesUpAfterAHundredTries)
         Contains("0|CRequestCMD::IntelBlockTransByBlk|[Block Write]Compare fail\n").Times(100));
 }
 
-TEST_F(Smbus, ABusFaultEndsEveryTransferAndOnlyABlocksCrcErrorIsCleared)
-{
-    for (const SimSmbusFault eFault : {SimSmbusFault::Failed, SimSmbusFault::DevErr,
-                                       SimSmbusFault::Crc, SimSmbusFault::BusErr}) {
-        SCOPED_TRACE(static_cast<int>(eFault));
-        for (const int nMode : {kWrite, kRead}) {
-            m_controller.FailTransaction(m_controller.Transactions(), eFault);
-            m_machine.PortDriver().ClearLog();
-            Fill(2);
-            EXPECT_EQ(Blk(nMode), 0);
-            const std::size_t nClears = eFault == SimSmbusFault::Crc ? 1 : 0;
-            EXPECT_EQ(WritesTo("0xEFAC"), std::vector<std::string>(nClears, "1 = 0x1"));
-        }
-        m_controller.FailTransaction(m_controller.Transactions(), eFault);
-        m_machine.PortDriver().ClearLog();
-        Fill(2);
-        EXPECT_EQ(Byte(kWrite), 0);
-        EXPECT_EQ(LastText(), "Error is Occuer\n") << "in its first wait";
-        EXPECT_THAT(WritesTo("0xEFAC"), IsEmpty());
-    }
-}
-
 TEST_F(Smbus, ABlockGoesByteByByte)
 {
     const std::vector<BYTE> vData = Fill(3);
@@ -205,18 +183,6 @@ TEST_F(Smbus, ABlockGoesByteByByte)
                 ElementsAre("1 = 0xFF", "1 = 0x80", "1 = 0x80", "1 = 0x80", "1 = 0xFE"));
 }
 
-TEST_F(Smbus, AReadByBytesTakesTheDevicesCount)
-{
-    m_device.Blocks()[kCommand] = {5, 6, 7};
-    m_machine.Ports().Write(CSimSmbusController::kPciAddressPort, 0x80018940, 4);
-    m_controller.SetHostc(1);
-    m_controller.Write(kBase + 5, 2, 1); // an old count
-    EXPECT_EQ(Byte(kRead), 1);
-    EXPECT_THAT(Got(), ElementsAre(5, 6, 7));
-    EXPECT_EQ(m_controller.Misuse().Text(), "");
-    EXPECT_THAT(WritesTo("0xEFA2"), ElementsAre("1 = 0x14", "1 = 0x54", "1 = 0x14", "1 = 0x34"));
-}
-
 TEST_F(Smbus, AReadOfOneByteAnnouncesItAtOnce)
 {
     m_device.Blocks()[kCommand] = {5};
@@ -225,15 +191,6 @@ TEST_F(Smbus, AReadOfOneByteAnnouncesItAtOnce)
     EXPECT_EQ(Byte(kRead), 1);
     EXPECT_THAT(Got(), ElementsAre(5));
     EXPECT_THAT(WritesTo("0xEFA2"), ElementsAre("1 = 0x34", "1 = 0x74"));
-}
-
-TEST_F(Smbus, AnEmptyReadByBytesEndsTheTransactionAndFails)
-{
-    m_device.Blocks()[kCommand] = {};
-    m_controller.SetHostc(1);
-    m_controller.Write(kBase + 5, 4, 1);
-    EXPECT_EQ(Byte(kRead), 0);
-    EXPECT_THAT(WritesTo("0xEFA0"), ElementsAre("1 = 0xFF", "1 = 0x80", "1 = 0x2"));
 }
 
 TEST_F(Smbus, AReadByBytesBehindACountOfZeroWaitsForEver)
@@ -255,16 +212,6 @@ TEST_F(Smbus, ABusyControllerHoldsTheCallerForEver)
     EXPECT_EQ(LastText(), "Step2\xA3\xBA\tcheck smbus busy\n");
 }
 
-TEST_F(Smbus, TheSoakTestEndsAtTheFirstDifferenceAndStartsNothing)
-{
-    Fill(4);
-    m_controller.CorruptBufferReads(33);         // the dump, and one byte of the first compare
-    for (const int nMode : {kWrite, kRead, 2}) { // in other modes it does nothing
-        EXPECT_EQ(BlkEx(nMode), 0);
-        EXPECT_EQ(m_controller.Transactions(), 0u);
-    }
-}
-
 TEST_F(Smbus, WithoutTheDriverEveryRegisterReadsZero)
 {
     CRequestCMDTestAccess::SetWinNT(0);
@@ -275,16 +222,6 @@ TEST_F(Smbus, WithoutTheDriverEveryRegisterReadsZero)
     EXPECT_THROW(Blk(kWrite), CWouldBlockForever);
     EXPECT_THAT(m_machine.PortDriver().Log(), IsEmpty());
     CRequestCMDTestAccess::SetWinNT(1);
-}
-
-TEST_F(Smbus, UnderWow64TheWideLayoutIsUsed)
-{
-    CRequestCMDTestAccess::SetWow64(1);
-    const std::vector<BYTE> vData = Fill(2);
-    EXPECT_EQ(Blk(kWrite), 1);
-    EXPECT_EQ(m_device.Blocks()[kCommand], vData);
-    EXPECT_THAT(m_log.LinesOf("CRequestCMD::VoWriteByte32"), IsEmpty());
-    EXPECT_THAT(m_log.LinesOf("CRequestCMD::VoWriteByte64"), Not(IsEmpty()));
 }
 
 TEST_F(Smbus, OfTheMaximumLengthStaysInItsBuffer)

@@ -147,33 +147,6 @@ TEST_F(PdDevTest, ResetsLeadToWaiting)
     EXPECT_TRUE(IsIn(FLASH_STATE));
 }
 
-TEST_F(PdDevTest, ChoosesTheBankThatDoesNotRun)
-{
-    StatusWith({{14, 0xEF}});
-    EXPECT_TRUE(m_dev.IsDualBank());
-    EXPECT_EQ(m_dev.FlashAddr(), 0x20000u);
-    StatusWith({{14, 0x10}});
-    EXPECT_TRUE(m_dev.IsDualBank());
-    EXPECT_EQ(m_dev.FlashAddr(), 0u);
-
-    m_dev.SetFlashAddr(0x20000);
-    m_transport.m_fails = {{2, 31}};
-    EXPECT_FALSE(m_dev.IsDualBank());
-    EXPECT_EQ(m_dev.FlashAddr(), 0x20000u);
-
-    EXPECT_THAT(Sent(), ElementsAre(kStatus, kStatus, kStatus));
-}
-
-TEST_F(PdDevTest, RunsRomCodeWhereTheFirstByteIsZero)
-{
-    StatusWith({{3, 7}, {4, 9}});
-    EXPECT_TRUE(m_dev.IsRomCode());
-    StatusWith({{0, 1}, {3, 7}, {4, 9}});
-    EXPECT_FALSE(m_dev.IsRomCode());
-    m_transport.m_fails = {{2, 31}};
-    EXPECT_FALSE(m_dev.IsRomCode()); // zeros that nobody sent are no ROM code
-}
-
 TEST_F(PdDevTest, ReadsTheVersionAndErasesAfterAnEnable)
 {
     StatusWith({{3, 0x12}, {4, 0x34}});
@@ -193,21 +166,6 @@ TEST_F(PdDevTest, ReadsTheVersionAndErasesAfterAnEnable)
         EXPECT_FALSE(m_dev.DevEraseEx());
         EXPECT_EQ(Sent().size(), nFail + 1);
     }
-}
-
-TEST_F(PdDevTest, PresenceIsAProbeThatMovesTheState)
-{
-    EXPECT_TRUE(m_dev.IsPresent());
-    EXPECT_TRUE(IsIn(UNKNOWN_STATE));
-    EXPECT_FALSE(m_dev.IsAbsent());
-    EXPECT_TRUE(m_dev.IsMeEx(0));
-
-    m_transport.m_fails = {{2, 31}, {3, 31}};
-    Enter(WAIT_STATE);
-    EXPECT_TRUE(m_dev.IsAbsent());
-    EXPECT_TRUE(IsIn(OFFLINE_STATE));
-    EXPECT_FALSE(m_dev.IsPresent());
-    EXPECT_THAT(Sent(), ElementsAre(kEnable1, kEnable1, kEnable1, kEnable1));
 }
 
 TEST_F(PdDevTest, ArrivesAndGoesLikeAHub)
@@ -381,39 +339,14 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
         m_transport.m_fails = c.fails;
 
         EXPECT_EQ(m_dev.CheckFlashInFlash(), c.bResult);
-
         EXPECT_EQ(Sent(), c.requests);
     }
+    Anew(); // in bank 0
+    m_transport.m_fails.clear();
+    m_dev.SetFlashAddr(0);
+    m_transport.AnswersBlock(0x35, {2});
+    EXPECT_TRUE(m_dev.MP_CheckCRC());
+    EXPECT_THAT(Sent(), ElementsAre(In(0x35, 0, 1), Out(0x13, 0x7EF0, {0, 0}, 20000)));
 }
 
-TEST_F(PdDevTest, AGoodCrcMarksTheOtherBank)
-{
-    const Request asks = In(0x35, 0, 1);
-    const Request marks = Out(0x13, 0x7EF0, {0, 0}, 20000);
-    const struct
-    {
-        const char* pszCase;
-        DWORD dwAddr;
-        BYTE byCrc;
-        bool bResult;
-        std::map<std::size_t, DWORD> fails;
-        Requests requests;
-    } cases[] = {
-        {"bank 0", 0, 2, true, {}, {asks, marks}},
-        {"bank 1", 0x20000, 2, true, {}, {In(0x35, 0x100, 1), Out(4, 0x7EF0, {0, 0}, 20000)}},
-        {"mark refused", 0, 2, false, {{1, 31}}, {asks, marks}},
-        {"bad", 0, 3, false, {}, {asks}},
-        {"unreadable", 0, 2, false, {{0, 31}}, {asks}},
-        {"no bank", 0x10000, 2, false, {}, {}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.pszCase);
-        Anew();
-        m_dev.SetFlashAddr(c.dwAddr);
-        m_transport.AnswersBlock(0x35, {c.byCrc});
-        m_transport.m_fails = c.fails;
-        EXPECT_EQ(m_dev.MP_CheckCRC(), c.bResult);
-        EXPECT_EQ(Sent(), c.requests);
-    }
-}
 } // namespace

@@ -109,18 +109,6 @@ TEST_F(StateTest, OnlyRomAndFlashModePassOperationsOnAndResultsBack)
     }
 }
 
-TEST_F(StateTest, FlashModeNeedsNoResetWithTwoBanks)
-{
-    CState* const pState = Enter(FLASH_STATE);
-    m_dev.m_bDualBank = true;
-    m_dev.m_bAnswer = false;
-
-    EXPECT_TRUE(m_dev.Reset2Rom());
-
-    EXPECT_THAT(m_dev.m_calls, IsEmpty());
-    EXPECT_EQ(m_dev.GetDevState(), pState);
-}
-
 TEST_F(StateTest, EventsMoveTheDeviceOnlyAlongTheCycle)
 {
     for (const auto& [eFrom, pszName] : kStates) {
@@ -133,16 +121,6 @@ TEST_F(StateTest, EventsMoveTheDeviceOnlyAlongTheCycle)
 
             EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(move.eTo));
         }
-    }
-}
-
-TEST_F(StateTest, OnlyOfflineIsAbsent)
-{
-    for (const auto& [eState, pszName] : kStates) {
-        CState* const pState = Enter(eState);
-        EXPECT_EQ(pState->GetName(), pszName);
-        EXPECT_EQ(m_dev.IsPresent(), eState != OFFLINE_STATE) << pszName;
-        EXPECT_EQ(m_dev.IsAbsent(), eState == OFFLINE_STATE) << pszName;
     }
 }
 

@@ -61,23 +61,6 @@ protected:
     COpenHub m_dev;
 };
 
-TEST_F(HubDevTest, AResetLeadsToWaitingUnlessItFails)
-{
-    Enter(FLASH_STATE);
-    EXPECT_TRUE(m_dev.Reset2RomEx());
-    EXPECT_TRUE(IsIn(WAIT_STATE));
-    Enter(ROM_STATE);
-    EXPECT_TRUE(m_dev.Reset2FlashEx());
-    EXPECT_TRUE(IsIn(WAIT_STATE));
-    EXPECT_THAT(Sent(), ElementsAre(kToRom, kToFlash));
-
-    m_transport.m_fails = {{2, 31}, {3, 31}};
-    Enter(FLASH_STATE);
-    EXPECT_FALSE(m_dev.Reset2RomEx());
-    EXPECT_FALSE(m_dev.Reset2FlashEx());
-    EXPECT_TRUE(IsIn(FLASH_STATE));
-}
-
 TEST_F(HubDevTest, NoResetWhereNoneIsNeeded)
 {
     class CContent : public CHubDev
@@ -286,14 +269,6 @@ TEST_F(HubDevTest, ByPassModeAnswersTrueWhenItFailed)
     EXPECT_TRUE(m_dev.MP_SetByPassMode(0x11, 0x22));
 }
 
-TEST_F(HubDevTest, EnablesVendorCommands)
-{
-    EXPECT_TRUE(m_dev.MP_Vdcmdenable(0xFE));
-    m_transport.m_fails = {{1, 5}};
-    EXPECT_FALSE(m_dev.MP_Vdcmdenable(0xFE));
-    EXPECT_THAT(Sent(), Each(Request{0x40, 0x02, 0xFE, 0x0A7C}));
-}
-
 TEST_F(HubDevTest, SendsBlocksOfAtMost61BytesAndZerosForNoData)
 {
     Bytes data = Pattern(62);
@@ -361,8 +336,12 @@ TEST_F(HubDevTest, MatchesEverythingUntilItIsToldWhatToMatch)
     const DWORD devInst = hub.DevInst();
     EXPECT_TRUE(m_dev.MatchDev(devInst));
 
+    m_dev.SetDevID(1, 2);
+    EXPECT_FALSE(m_dev.MatchDev(devInst));
     m_dev.AddDevID(0x1234, 0x5678); // (VID, PID)
+    Anew();
     EXPECT_TRUE(m_dev.MatchDev(devInst));
+    EXPECT_EQ(m_reports.Of("0|CVidPidMatch").size(), 1u) << "added once";
     WString strElsewhere = WTEXT("PCIROOT(9)#USBROOT(0)#USB(2)");
     m_dev.SetTopo(strElsewhere.data());
     EXPECT_FALSE(m_dev.MatchDev(devInst));
@@ -372,24 +351,6 @@ TEST_F(HubDevTest, MatchesEverythingUntilItIsToldWhatToMatch)
 
     m_dev.DeleteDevID(0x1234, 0x5678);
     EXPECT_FALSE(m_dev.MatchDev(devInst));
-}
-
-TEST_F(HubDevTest, MatchersAreAddedOnceAndAskedInOrder)
-{
-    CSimNode& hub = m_machine.Tree().AddHub(m_machine.RootHub(), 2, {});
-    WString strPath = WTEXT("x");
-    m_dev.SetDevID(1, 2);
-    m_dev.AddDevID(0x1234, 0x5678);
-    m_dev.SetTopo(1, 0);
-    m_dev.SetTopo(strPath.data());
-    Anew();
-
-    EXPECT_FALSE(m_dev.MatchDev(hub.DevInst()));
-
-    EXPECT_EQ(m_reports.Of("0|CVidPidMatch").size(), 1u);
-    EXPECT_EQ(m_reports.Of("1|CTopoMatch::Match|match").size(), 1u);
-    ASSERT_FALSE(m_reports.Lines().empty());
-    EXPECT_EQ(m_reports.Lines().front(), "0|CVidPidMatch::Match|match id return true.\n");
 }
 
 TEST_F(HubDevTest, SmallUnitsIgnoreTheirAddress)

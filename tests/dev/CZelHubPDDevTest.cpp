@@ -79,12 +79,6 @@ TEST_F(CommonDevTest, GivesIdentifiersInTheRecordsOrderAndRemovesTheFirstEqualPa
     EXPECT_EQ(dwSecond, 0xBBu);
 }
 
-TEST_F(CommonDevTest, ForcedResetAsksNoState)
-{
-    EXPECT_TRUE(m_dev.ForceReset2Rom());
-    EXPECT_THAT(m_dev.m_calls, ElementsAre("Reset2RomEx"));
-}
-
 TEST_F(CommonDevTest, AnUnknownStateValueHasNoState)
 {
     EXPECT_EQ(m_dev.GetCertainDevState(static_cast<DEVSTATE>(9)), nullptr);

@@ -129,12 +129,4 @@ TEST_F(DevProperty, AnyCompatibleIdMayTellASuperSpeedHub)
     EXPECT_FALSE(m_property.IsU3Hub(4711)) << "no such node";
 }
 
-TEST_F(DevProperty, HardwareIdsAreSearchedByCase)
-{
-    Spec().hardwareIds = {WTEXT("first"), WTEXT("USB\\VID_1A2B&PID_0001")};
-    EXPECT_TRUE(m_property.HasHardwareId(kHub, WTEXT("VID_1A2B&PID_0001")));
-    EXPECT_FALSE(m_property.HasHardwareId(kHub, WTEXT("VID_1a2b&PID_0001")));
-    m_machine.Faults().FailNext("IDeviceTree::GetNodeProperty", kCrFailure);
-    EXPECT_FALSE(m_property.HasHardwareId(kHub, WTEXT("VID_1A2B&PID_0001")));
-}
 } // namespace

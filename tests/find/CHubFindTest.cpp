@@ -77,14 +77,6 @@ TEST_F(HubFinder, ListsItsHubsWithIdentityAndPlace)
     EXPECT_EQ(m_pList[1].IsU3Hub, 1);
 }
 
-TEST_F(HubFinder, WithoutHubsOfItsOwnAllocatesNothing)
-{
-    Hub(1, 5);
-    EXPECT_FALSE(List());
-    EXPECT_EQ(m_dwCount, 0u);
-    EXPECT_EQ(m_pList, nullptr);
-}
-
 TEST_F(HubFinder, AFailedRequestKeepsTheHubsOfTheLastListing)
 {
     CSimNode& hub = MakersHub(1, 5);
@@ -94,6 +86,9 @@ TEST_F(HubFinder, AFailedRequestKeepsTheHubsOfTheLastListing)
     EXPECT_TRUE(List());
     EXPECT_EQ(m_dwCount, 1u);
     EXPECT_FALSE(List()) << "an empty set empties the list";
+    MakersHub(2, 6);
+    EXPECT_TRUE(List());
+    EXPECT_EQ(m_pList[0].DevInst, 6u);
 }
 
 struct IDENTITY

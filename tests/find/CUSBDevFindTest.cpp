@@ -144,31 +144,6 @@ TEST_F(Cycles, ARemovalClosesAndTellsTheFirstDeviceThatHoldsTheNode)
     EXPECT_EQ(holder.told.back(), "arrive 10 ss=0");
 }
 
-TEST_F(Cycles, AnExcludedNodeNeitherArrivesNorLeaves)
-{
-    CSimNode& hub = Hub(1, 10);
-    m_finder.excluded.insert(10);
-    m_finder.WatchAllDevs();
-    m_dev.held = 10;
-    hub.Plug(false);
-    m_finder.WatchAllDevs();
-    EXPECT_THAT(m_dev.told, IsEmpty());
-}
-
-TEST_F(Cycles, AFailedEnumerationChangesNothing)
-{
-    Hub(1, 10);
-    m_finder.WatchAllDevs();
-    (void)Calls();
-    m_machine.Faults().FailNext("IDeviceTree::GetClassDevs", 1167);
-    m_finder.WatchAllDevs();
-    EXPECT_THAT(m_dev.told, SizeIs(1));
-    EXPECT_THAT(Calls(), IsEmpty());
-    m_finder.pClass = nullptr;
-    m_finder.WatchAllDevs();
-    EXPECT_EQ(m_log.Lines().back(), "1|CUSBDevFind::EnumAllDevs|SetupDiGetClassDevs failed 87\n");
-}
-
 TEST_F(Cycles, ADummyOrForcedRemovalMakesEveryNodeArriveAnew)
 {
     Hub(1, 10);
@@ -183,39 +158,6 @@ TEST_F(Cycles, ADummyOrForcedRemovalMakesEveryNodeArriveAnew)
     m_finder.WatchAllDevs();
     EXPECT_THAT(m_dev.told, ElementsAre("arrive 10 ss=0", "remove", "arrive 10 ss=0",
                                         "force remove", "arrive 10 ss=0"));
-}
-
-TEST_F(Cycles, FiltersAreAskedInOrderUpToTheFirstYes)
-{
-    class CNamed : public IFilterEx
-    {
-    public:
-        CNamed(std::string& strAsked, char chName, bool bExcludes)
-            : m_strAsked(strAsked), m_chName(chName), m_bExcludes(bExcludes)
-        {}
-        bool Filter(DWORD /*devInst*/) override
-        {
-            m_strAsked.push_back(m_chName);
-            return m_bExcludes;
-        }
-
-    private:
-        std::string& m_strAsked;
-        char m_chName;
-        bool m_bExcludes;
-    };
-    std::string strAsked;
-    CNamed a(strAsked, 'a', false);
-    CNamed b(strAsked, 'b', true);
-    CNamed c(strAsked, 'c', true);
-    CUSBDevFind finder;
-    EXPECT_FALSE(finder.FilterDev(1));
-    finder.AddFilter(&a);
-    EXPECT_FALSE(finder.FilterDev(1));
-    finder.AddFilter(&b);
-    finder.AddFilter(&c);
-    EXPECT_TRUE(finder.FilterDev(1));
-    EXPECT_EQ(strAsked, "aab");
 }
 
 TEST_F(Cycles, AHidCycleSetsTheFlagOfTheFirstDeviceThatOpens)

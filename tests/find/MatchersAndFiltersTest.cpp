@@ -99,26 +99,4 @@ protected:
     CRootHubFilter m_rootFilter;
 };
 
-TEST_F(Filters, ARootHubIsExcludedAndTheHubOnItsPortIsNot)
-{
-    CSimNode& other = m_machine.Tree().AddRootHub(m_machine.Tree().AddHostController());
-    m_rootFilter.EnumHostController();
-    EXPECT_TRUE(m_rootFilter.Filter(Root().DevInst()));
-    EXPECT_TRUE(m_rootFilter.Filter(other.DevInst()));
-    EXPECT_FALSE(m_rootFilter.Filter(11));
-}
-
-TEST_F(Filters, WithoutTheListNoHubIsARootHub)
-{
-    m_machine.Faults().FailNext("IDeviceTree::GetClassDevs", 1167);
-    m_rootFilter.EnumHostController();
-    EXPECT_FALSE(m_rootFilter.Filter(Root().DevInst()));
-}
-
-TEST_F(Filters, AnUnknownParentKeepsTheNode)
-{
-    m_rootFilter.EnumHostController();
-    m_machine.Faults().FailNext("IDeviceTree::GetParent", kCrFailure);
-    EXPECT_FALSE(m_rootFilter.Filter(Root().DevInst()));
-}
 } // namespace

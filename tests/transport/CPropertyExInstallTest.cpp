@@ -127,15 +127,6 @@ TEST(ProxyDriver, IsRemovedByItsLastUserAlone)
     EXPECT_EQ(first.transport.XH_UnInitProxyDriver(), 1) << "releasing twice is harmless";
 }
 
-TEST(ProxyDriver, FailsToStartWithoutDeviceButKeepsItsMark)
-{
-    CBench bench;
-    bench.machine.Faults().FailNext("IDeviceFile::Open", 2);
-    EXPECT_EQ(bench.transport.InitProxyDriver(), 0);
-    EXPECT_NE(bench.Access().FlagFile(), InvalidHandle());
-    EXPECT_EQ(bench.machine.Handles().Open().size(), 1u) << bench.machine.Handles().Describe();
-}
-
 TEST(ProxyDriver, IsClosedWithItsObject)
 {
     CBench bench;
@@ -179,19 +170,6 @@ TEST(ProxyDriver, WithoutReadableVersionIsReplaced)
     bench.machine.Volume().Put(kInstalled, {'n', 'o', 'n', 'e'});
     ASSERT_EQ(bench.transport.InitProxyDriver(), 1);
     EXPECT_EQ(bench.machine.Volume().Data(kInstalled)->size(), EmbeddedDriverX64().size());
-}
-
-TEST(ProxyDriver, FromTheDebugFileReplacesTheServiceToo)
-{
-    CBench bench;
-    bench.machine.InstallRunningDriver();
-    const std::vector<BYTE> debug = Image({0, 0, 0, 1});
-    bench.machine.Volume().Put(kInstalled, Image({9, 9, 9, 9}));
-    bench.machine.Services().Find(kName)->dwState = kStateStopped;
-    bench.machine.Volume().Put(kDebug, debug);
-    ASSERT_EQ(bench.transport.InitProxyDriver(), 1) << bench.log.Dump();
-    EXPECT_EQ(*bench.machine.Volume().Data(kInstalled), debug);
-    EXPECT_TRUE(bench.machine.Volume().Exists(kDebug));
 }
 
 TEST(ProxyDriver, ThatCannotBeCopiedEndsTheStartSilently)

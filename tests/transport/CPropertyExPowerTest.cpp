@@ -11,23 +11,6 @@ constexpr DWORD kWasEnabled = 0xFFFFFFFF;
 
 } // namespace
 
-TEST(SelectiveSuspend, IsSwitchedOffAndTheOldValueHandedOut)
-{
-    CBench bench;
-    DWORD dwOld = 0;
-    EXPECT_EQ(bench.Access().TurnOff(CBench::kHub, dwOld), 1);
-    EXPECT_EQ(dwOld, kWasEnabled);
-    EXPECT_FALSE(bench.node.PowerSaving());
-
-    EXPECT_EQ(bench.Access().TurnOff(CBench::kHub, dwOld), 1);
-    EXPECT_EQ(dwOld, 0u) << "it is off by now";
-
-    EXPECT_EQ(bench.transport.KyHub_TurnOnHubSS(CBench::kHub), 1);
-    EXPECT_TRUE(bench.node.PowerSaving());
-    EXPECT_EQ(bench.machine.PowerSwitch().ComDepth(), 0);
-    EXPECT_EQ(bench.machine.Handles().Describe(), "");
-}
-
 TEST(SelectiveSuspend, OfANodeWithAProblemIsDoneWithoutAQuery)
 {
     CBench bench;
@@ -78,24 +61,6 @@ TEST(SelectiveSuspend, StepThatFailsLeavesNothingBehind)
         EXPECT_TRUE(bench.machine.Handles().Misuses().empty());
         EXPECT_EQ(bench.machine.Handles().Describe(), "");
     }
-}
-
-TEST(SelectiveSuspend, IsSwitchedOffWhateverComSays)
-{
-    CBench bench;
-    bench.machine.Faults().FailNext("IPowerSwitch::InitializeCom", 0x80010106);
-    bench.Access().TurnOff(CBench::kHub);
-    EXPECT_EQ(bench.machine.Faults().Calls("IPowerSwitch::InitializeSecurity"), 1u);
-    bench.machine.Faults().FailNext("IPowerSwitch::InitializeCom", 0x80010106);
-    bench.transport.KyHub_TurnOnHubSS(CBench::kHub);
-    EXPECT_EQ(bench.machine.Faults().Calls("IPowerSwitch::InitializeSecurity"), 1u);
-}
-
-TEST(SelectiveSuspend, TakesTooLateSecurityForSetUp)
-{
-    CBench bench;
-    bench.machine.Faults().FailNext("IPowerSwitch::InitializeSecurity", DWORD(kHrTooLate));
-    EXPECT_EQ(bench.Access().TurnOff(CBench::kHub), 1);
 }
 
 TEST(SelectiveSuspend, ResultIsThatOfTheLastObjectWritten)
