@@ -58,35 +58,21 @@ TEST_F(Api, LogOfAModuleWithoutFolderIsDeletedInTheWorkingFolder)
     EXPECT_NE(m_machine.HostFiles().Text("lib.soinfo.txt"), "");
 }
 
-struct BadLocation
-{
-    const char* pszCase;
-    void (*pfnBreak)(CSimMachine& machine, CSimNode& node);
-};
-
-const BadLocation kBadLocations[] = {
-    {"Unreadable",
-     [](CSimMachine& machine, CSimNode&) {
-         machine.Faults().FailNext("IDeviceTree::GetNodeProperty", kCrFailure);
-     }},
-    // An empty one would match by level: some other hub.
-    {"Empty", [](CSimMachine&, CSimNode& node) { node.Spec().locationPaths = {WString()}; }},
-    // Too long for the 1,024 bytes that the read offers.
-    {"TooLong",
-     [](CSimMachine&, CSimNode& node) { node.Spec().locationPaths = {WString(600, WTEXT('x'))}; }},
-};
+// An empty one would match by level: some other hub. The long one does not fit the 1,024 bytes
+// that the read offers.
+const std::vector<WString> kBadLocations[] = {{}, {WString()}, {WString(600, WTEXT('x'))}};
 
 TEST_F(Api, LocationThatCannotBeReadDropsTheBindingAndWaitsForNothing)
 {
     EXPECT_TRUE(XH_InitDevice(false));
-    for (const BadLocation& bad : kBadLocations) {
+    for (const std::vector<WString>& bad : kBadLocations) {
         const std::vector<WString> paths = m_otherNode.Spec().locationPaths;
-        ASSERT_TRUE(XH_OpenDeviceEx2(m_node.DevInst())) << bad.pszCase;
-        bad.pfnBreak(m_machine, m_otherNode);
+        ASSERT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
+        m_otherNode.Spec().locationPaths = bad;
         const unsigned nSleeps = m_machine.Faults().Calls("IClock::Sleep");
-        EXPECT_FALSE(XH_OpenDeviceEx2(m_otherNode.DevInst())) << bad.pszCase;
-        EXPECT_EQ(m_machine.Faults().Calls("IClock::Sleep"), nSleeps) << bad.pszCase;
-        EXPECT_FALSE(ReadsStatus()) << bad.pszCase;
+        EXPECT_FALSE(XH_OpenDeviceEx2(m_otherNode.DevInst()));
+        EXPECT_EQ(m_machine.Faults().Calls("IClock::Sleep"), nSleeps);
+        EXPECT_FALSE(ReadsStatus());
         m_otherNode.Spec().locationPaths = paths;
     }
 }

@@ -136,13 +136,7 @@ TEST_F(Billboard, ClosesOnceAndSucceedsWhenNothingWasOpen)
     EXPECT_THAT(m_device.requests, IsEmpty());
 }
 
-struct COMMAND
-{
-    const char* pszRequest;
-    int (*pfnSend)(CRequestCMD& cmd, BYTE* pBuf);
-};
-
-const COMMAND kCommands[] = {
+const std::pair<const char*, int (*)(CRequestCMD& cmd, BYTE* pBuf)> kCommands[] = {
     {"40/C8 v=7EF0 i=0002 len=2",
      [](CRequestCMD& c, BYTE* p) { return c.KyBBPD_WriteFlash2(0x00027EF0, p, 2); }},
     {"C0/D8 v=5678 i=1234 len=16",
@@ -168,13 +162,13 @@ const COMMAND kCommands[] = {
 TEST_F(Billboard, EveryCommandIsOneRequestThatFailsWithTheDevice)
 {
     OpenTheBillboard();
-    for (const COMMAND& command : kCommands) {
+    for (const auto& [pszRequest, pfnSend] : kCommands) {
         m_device.requests.clear();
         m_device.dwError = 0;
-        EXPECT_NE(command.pfnSend(m_cmd, m_buf), 0) << command.pszRequest;
-        EXPECT_THAT(m_device.requests, ElementsAre(command.pszRequest));
+        EXPECT_NE(pfnSend(m_cmd, m_buf), 0) << pszRequest;
+        EXPECT_THAT(m_device.requests, ElementsAre(pszRequest));
         m_device.dwError = 31;
-        EXPECT_EQ(command.pfnSend(m_cmd, m_buf), 0) << command.pszRequest;
+        EXPECT_EQ(pfnSend(m_cmd, m_buf), 0) << pszRequest;
     }
 }
 

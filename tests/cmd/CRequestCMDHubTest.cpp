@@ -32,18 +32,12 @@ _myUSB_DEVICE_SPEED g_eSpeed;
 HANDLE g_hInterface;
 const GUID g_guid = {0xABCD, 0, 0, {}};
 
-struct COMMAND
-{
-    DWORD (*pfnSend)(CRequestCMD& cmd);
-    const char* pszCall;
-};
-
 DWORD Bits(int n)
 {
     return static_cast<DWORD>(n);
 }
 
-const COMMAND kCommands[] = {
+const std::pair<DWORD (*)(CRequestCMD& cmd), const char*> kCommands[] = {
     {[](CRequestCMD& c) { return c.KyHub_FWReset(0x0102); }, "vd 40/00 v=0102 i=0000 len=0 t=5000"},
     {[](CRequestCMD& c) { return c.KyHub_FWReset(1, 10); }, "vd 40/00 v=0001 i=000A len=0 t=5000"},
     {[](CRequestCMD& c) { return c.KyHub_VdCmdEnable(3); }, "vd 40/02 v=0003 i=0A7C len=0 t=5000"},
@@ -90,10 +84,10 @@ const COMMAND kCommands[] = {
 TEST_F(HubCommands, EveryCommandIsOneCallWhoseStatusComesBackUnchanged)
 {
     m_transport.answer = [](const std::string&) { return 0x1234u; };
-    for (const COMMAND& command : kCommands) {
+    for (const auto& [pfnSend, pszCall] : kCommands) {
         m_transport.calls.clear();
-        EXPECT_EQ(command.pfnSend(*m_pCmd), 0x1234u) << command.pszCall;
-        EXPECT_THAT(m_transport.calls, ElementsAre(command.pszCall));
+        EXPECT_EQ(pfnSend(*m_pCmd), 0x1234u) << pszCall;
+        EXPECT_THAT(m_transport.calls, ElementsAre(pszCall));
     }
 }
 

@@ -33,14 +33,6 @@ protected:
     CEchoSpace m_echo;
 };
 
-struct ACCESS
-{
-    const char* pszDriver; ///< what the driver did
-    DWORD (*pfnDo)(CRequestCMD& cmd);
-    int nMapping;
-    DWORD dwValue;
-};
-
 DWORD Bits(int n)
 {
     return static_cast<DWORD>(n);
@@ -48,7 +40,8 @@ DWORD Bits(int n)
 
 constexpr ULONGLONG kHigh = 0x1FE000061;
 
-const ACCESS kAccesses[] = {
+// What the driver did, the access, whether by mapping, and what comes back.
+const std::tuple<const char*, DWORD (*)(CRequestCMD& cmd), int, DWORD> kAccesses[] = {
     {"read port 0x61 1 = 0xA5", [](CRequestCMD& c) { return Bits(c.VoReadByte32(0x61)); }, 0, 0xA5},
     {"read port 0xCFC 4 = 0x89ABCDEF", [](CRequestCMD& c) { return c.VoReadDword32(0xCFC); }, 0,
      0x89ABCDEF},
@@ -82,36 +75,28 @@ const ACCESS kAccesses[] = {
 
 TEST_F(PortAccess, ReachesTheDriverInItsLayoutAndFailsWithItsSign)
 {
-    for (const ACCESS& access : kAccesses) {
-        SCOPED_TRACE(std::string(access.pszDriver) + (access.nMapping != 0 ? " with mapping" : ""));
-        CRequestCMDTestAccess::SetMapping(access.nMapping);
-        const bool bRead = access.pszDriver[0] == 'r';
+    for (const auto& [pszDriver, pfnDo, nMapping, dwValue] : kAccesses) {
+        SCOPED_TRACE(std::string(pszDriver) + (nMapping != 0 ? " with mapping" : ""));
+        CRequestCMDTestAccess::SetMapping(nMapping);
+        const bool bRead = pszDriver[0] == 'r';
         const DWORD dwFailed = bRead ? 0xFFFFFFFF : 0;
 
         m_machine.PortDriver().ClearLog();
-        EXPECT_EQ(access.pfnDo(m_cmd), access.dwValue);
-        EXPECT_THAT(m_machine.PortDriver().Log(), ElementsAre(access.pszDriver));
+        EXPECT_EQ(pfnDo(m_cmd), dwValue);
+        EXPECT_THAT(m_machine.PortDriver().Log(), ElementsAre(pszDriver));
         EXPECT_THAT(m_machine.PortDriver().Rejections(), IsEmpty());
 
         m_machine.PortDriver().LieAboutLength(3); // a write asks for nothing back
-        EXPECT_EQ(access.pfnDo(m_cmd), bRead ? dwFailed : access.dwValue);
+        EXPECT_EQ(pfnDo(m_cmd), bRead ? dwFailed : dwValue);
         m_machine.PortDriver().LieAboutLength(0);
 
         m_machine.Faults().FailNext("IDeviceFile::Control", 1167);
-        EXPECT_EQ(access.pfnDo(m_cmd), dwFailed);
+        EXPECT_EQ(pfnDo(m_cmd), dwFailed);
     }
 }
 
-struct DISPATCH
-{
-    const char* pszCase;
-    int nWinNT;
-    int nMapping;
-    int nWow64;
-    const char* pszSpace; ///< null: nothing is reached
-};
-
-const DISPATCH kDispatches[] = {
+// Whether the driver was started, mapping, WOW64, and the space that is reached.
+const std::tuple<const char*, int, int, int, const char*> kDispatches[] = {
     {"not started", 0, 0, 0, nullptr},
     {"started", 1, 0, 0, "port"},
     {"started under WOW64", 1, 0, 1, "port"},
@@ -121,20 +106,20 @@ const DISPATCH kDispatches[] = {
 
 TEST_F(PortAccess, TheLayoutIsChosenByWhatIsSet)
 {
-    for (const DISPATCH& given : kDispatches) {
-        SCOPED_TRACE(given.pszCase);
-        CRequestCMDTestAccess::SetWinNT(given.nWinNT);
-        CRequestCMDTestAccess::SetMapping(given.nMapping);
-        CRequestCMDTestAccess::SetWow64(given.nWow64);
+    for (const auto& [pszCase, nWinNT, nMapping, nWow64, pszSpace] : kDispatches) {
+        SCOPED_TRACE(pszCase);
+        CRequestCMDTestAccess::SetWinNT(nWinNT);
+        CRequestCMDTestAccess::SetMapping(nMapping);
+        CRequestCMDTestAccess::SetWow64(nWow64);
         m_machine.PortDriver().ClearLog();
-        const bool bAny = given.pszSpace != nullptr;
+        const bool bAny = pszSpace != nullptr;
         EXPECT_EQ(m_cmd.VoInputByte(0x61), bAny ? 0xA5 : 0);
         EXPECT_EQ(m_cmd.VoInputDword(0x100), bAny ? 0x89ABCDEF : 0u);
         EXPECT_EQ(m_cmd.VoOutputByte(0x61, 1), bAny ? 1 : 0);
         EXPECT_EQ(m_cmd.VoOutputDword(0x100, 2), bAny ? 2u : 0u);
         std::vector<std::string> did;
         if (bAny) {
-            const std::string strSpace = given.pszSpace;
+            const std::string strSpace = pszSpace;
             did = {"read " + strSpace + " 0x61 1 = 0xA5",
                    "read " + strSpace + " 0x100 4 = 0x89ABCDEF",
                    "write " + strSpace + " 0x61 1 = 0x1", "write " + strSpace + " 0x100 4 = 0x2"};

@@ -86,16 +86,9 @@ TEST_F(PdDevTest, WithoutAMasterNothingIsReached)
     EXPECT_THAT(Sent(), IsEmpty());
 }
 
-struct Command
-{
-    const char* pszName;
-    bool (*pfnDo)(COpenPd& dev);
-    Request request;
-};
-
 TEST_F(PdDevTest, EveryCommandIsOneBlockTransfer)
 {
-    const Command commands[] = {
+    const std::tuple<const char*, bool (*)(COpenPd&), Request> commands[] = {
         {"Enable", [](COpenPd& d) { return d.MP_Vdcmdenable(1); }, kEnable1},
         {"EnableWithoutData", [](COpenPd& d) { return d.MP_Vdcmdenable(0); }, Out(1, 0x0A7C, {})},
         {"EnableOverLong", [](COpenPd& d) { return d.MP_Vdcmdenable(10); },
@@ -115,14 +108,14 @@ TEST_F(PdDevTest, EveryCommandIsOneBlockTransfer)
          },
          In(0x3A, 0, 5)},
     };
-    for (const Command& command : commands) {
-        SCOPED_TRACE(command.pszName);
+    for (const auto& [pszName, pfnDo, request] : commands) {
+        SCOPED_TRACE(pszName);
         Anew();
         m_transport.m_fails.clear();
-        EXPECT_TRUE(command.pfnDo(m_dev));
-        EXPECT_THAT(Sent(), ElementsAre(command.request));
+        EXPECT_TRUE(pfnDo(m_dev));
+        EXPECT_THAT(Sent(), ElementsAre(request));
         m_transport.m_fails = {{1, 31}};
-        EXPECT_FALSE(command.pfnDo(m_dev));
+        EXPECT_FALSE(pfnDo(m_dev));
     }
     Anew();
     EXPECT_FALSE(m_dev.MP_Vdcmdenable(0xFF)) << "more than a block holds";
@@ -204,22 +197,16 @@ TEST_F(PdDevTest, TheImagesVersionIsInOnePlace)
 
 TEST_F(PdDevTest, TheSegmentChoosesTheFlashCommand)
 {
-    const struct
-    {
-        DWORD dwAddr;
-        BYTE byWrite;
-        BYTE byRead;
-    } segments[] = {{0, 0x04, 0x24},       {0xFFFF, 0x04, 0x24},  {0x10000, 0x06, 0x26},
-                    {0x1FFFF, 0x06, 0x26}, {0x20000, 0x13, 0x33}, {0x2FFFF, 0x13, 0x33},
-                    {0x30000, 0x14, 0x34}, {0x51234, 0x14, 0x34}};
-    for (const auto& segment : segments) {
+    const std::tuple<DWORD, BYTE, BYTE> segments[] = {
+        {0, 0x04, 0x24},       {0xFFFF, 0x04, 0x24},  {0x10000, 0x06, 0x26}, {0x1FFFF, 0x06, 0x26},
+        {0x20000, 0x13, 0x33}, {0x2FFFF, 0x13, 0x33}, {0x30000, 0x14, 0x34}, {0x51234, 0x14, 0x34}};
+    for (const auto& [dwAddr, byWrite, byRead] : segments) {
         Bytes data(1);
         Anew();
-        EXPECT_TRUE(CI2CPdDevTestAccess::WriteUnits(m_dev, segment.dwAddr, data));
-        EXPECT_TRUE(CI2CPdDevTestAccess::ReadUnits(m_dev, segment.dwAddr, data));
-        const auto wOffset = static_cast<USHORT>(segment.dwAddr);
-        EXPECT_THAT(Sent(), ElementsAre(Out(segment.byWrite, wOffset, {0}, 20000),
-                                        In(segment.byRead, wOffset, 1)));
+        EXPECT_TRUE(CI2CPdDevTestAccess::WriteUnits(m_dev, dwAddr, data));
+        EXPECT_TRUE(CI2CPdDevTestAccess::ReadUnits(m_dev, dwAddr, data));
+        const auto wOffset = static_cast<USHORT>(dwAddr);
+        EXPECT_THAT(Sent(), ElementsAre(Out(byWrite, wOffset, {0}, 20000), In(byRead, wOffset, 1)));
     }
 }
 
@@ -303,15 +290,8 @@ TEST_F(PdDevTest, ReadsAsMuchAsTheFirmwareBufferHolds)
     EXPECT_TRUE(m_dev.ReadFlashEx(vOut));
 }
 
-struct CheckCase
-{
-    const char* pszCase;
-    bool bResult;
-    BYTE byCrc;
-    std::map<std::size_t, BYTE> status;
-    std::map<std::size_t, DWORD> fails;
-    Requests requests;
-};
+using Status = std::map<std::size_t, BYTE>;
+using Fails = std::map<std::size_t, DWORD>;
 
 TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
 {
@@ -319,7 +299,7 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
     const Request kMark = Out(0x04, 0x7EF0, {0, 0}, 20000);
     const Request kRead = In(0x33, 0, 4);
     const Requests validated = {kStatus, kEnable1, kIsp};
-    const CheckCase cases[] = {
+    const std::tuple<const char*, bool, BYTE, Status, Fails, Requests> cases[] = {
         {"validated", true, 0, {{0, 1}, {13, 0x08}}, {}, validated},
         {"enable fails", true, 0, {{0, 1}, {13, 0x08}}, {{1, 31}}, validated},
         {"validation fails", false, 2, {{0, 1}, {13, 0x0C}}, {{2, 31}}, validated},
@@ -331,15 +311,15 @@ TEST_F(PdDevTest, ChecksByTheMeansThatTheControllerOffers)
     };
     m_dev.SetFlashAddr(0x20000);
     m_dev.SetFwBuf(Bytes(4, 0xA5));
-    for (const CheckCase& c : cases) {
-        SCOPED_TRACE(c.pszCase);
+    for (const auto& [pszCase, bResult, byCrc, status, fails, requests] : cases) {
+        SCOPED_TRACE(pszCase);
         Anew();
-        StatusWith(c.status);
-        m_transport.AnswersBlock(0x35, {c.byCrc});
-        m_transport.m_fails = c.fails;
+        StatusWith(status);
+        m_transport.AnswersBlock(0x35, {byCrc});
+        m_transport.m_fails = fails;
 
-        EXPECT_EQ(m_dev.CheckFlashInFlash(), c.bResult);
-        EXPECT_EQ(Sent(), c.requests);
+        EXPECT_EQ(m_dev.CheckFlashInFlash(), bResult);
+        EXPECT_EQ(Sent(), requests);
     }
     Anew(); // in bank 0
     m_transport.m_fails.clear();

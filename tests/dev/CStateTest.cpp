@@ -31,13 +31,7 @@ const std::pair<DEVSTATE, const char*> kStates[] = {{OFFLINE_STATE, "OfflineStat
                                                     {FLASH_STATE, "FlashState"},
                                                     {WAIT_STATE, "WaitState"}};
 
-struct Event
-{
-    const char* pszName;
-    bool (*pfnFire)(CState& state);
-};
-
-const Event kEvents[] = {
+const std::pair<const char*, bool (*)(CState&)> kEvents[] = {
     {"Arrive", [](CState& s) { return s.Arrive(7, 8); }},
     {"Remove", [](CState& s) { return s.Remove(); }},
     {"ToRom", [](CState& s) { return s.ToRom(); }},
@@ -112,12 +106,12 @@ TEST_F(StateTest, OnlyRomAndFlashModePassOperationsOnAndResultsBack)
 TEST_F(StateTest, EventsMoveTheDeviceOnlyAlongTheCycle)
 {
     for (const auto& [eFrom, pszName] : kStates) {
-        for (const Event& event : kEvents) {
-            SCOPED_TRACE(testing::Message() << event.pszName << " in " << pszName);
-            const Move move = MoveOf(eFrom, event.pszName);
+        for (const auto& [pszEvent, pfnFire] : kEvents) {
+            SCOPED_TRACE(testing::Message() << pszEvent << " in " << pszName);
+            const Move move = MoveOf(eFrom, pszEvent);
             CState* const pState = Enter(eFrom);
 
-            EXPECT_EQ(event.pfnFire(*pState), move.bAnswer);
+            EXPECT_EQ(pfnFire(*pState), move.bAnswer);
 
             EXPECT_EQ(m_dev.GetDevState(), m_dev.GetCertainDevState(move.eTo));
         }

@@ -74,20 +74,15 @@ TEST_F(HubDevTest, NoResetWhereNoneIsNeeded)
 
 TEST_F(HubDevTest, ReadsBankAndCodeFromItsStatus)
 {
-    const struct
-    {
-        std::size_t at;
-        BYTE by;
-        bool bDual;
-        bool bRom;
-    } cases[] = {{7, 0x80, true, true},   {7, 0x7F, false, true},  {15, 0x02, false, false},
-                 {15, 0xFD, false, true}, {14, 0xFF, false, true}, {8, 0xFF, false, true}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "byte " << c.at << " = " << unsigned{c.by});
-        StatusWith(c.at, c.by);
+    const std::tuple<std::size_t, BYTE, bool, bool> cases[] = {
+        {7, 0x80, true, true},   {7, 0x7F, false, true},  {15, 0x02, false, false},
+        {15, 0xFD, false, true}, {14, 0xFF, false, true}, {8, 0xFF, false, true}};
+    for (const auto& [at, by, bDual, bRom] : cases) {
+        SCOPED_TRACE(testing::Message() << "byte " << at << " = " << unsigned{by});
+        StatusWith(at, by);
         Anew();
-        EXPECT_EQ(m_dev.IsDualBank(), c.bDual);
-        EXPECT_EQ(m_dev.IsRomCode(), c.bRom);
+        EXPECT_EQ(m_dev.IsDualBank(), bDual);
+        EXPECT_EQ(m_dev.IsRomCode(), bRom);
         EXPECT_THAT(Sent(), ElementsAre(kStatus, kStatus));
     }
     Anew();
@@ -235,14 +230,8 @@ TEST_F(HubDevTest, ReadsAsMuchAsTheFirmwareBufferHolds)
 
 TEST_F(HubDevTest, ChecksByTheChipWhereItCanAndByComparingElse)
 {
-    const struct
-    {
-        const char* pszCase;
-        bool bResult;
-        BYTE byCan;
-        std::map<std::size_t, DWORD> fails;
-        Requests requests;
-    } cases[] = {
+    using Fails = std::map<std::size_t, DWORD>;
+    const std::tuple<const char*, bool, BYTE, Fails, Requests> cases[] = {
         {"chip says good", true, 0x02, {}, {kStatus, kIsp}},
         {"chip says bad", false, 0x02, {{1, 31}}, {kStatus, kIsp}},
         {"chip cannot", true, 0xFD, {}, {kStatus, {0xC0, 0xD8, 0, 0, 4}}},
@@ -251,13 +240,13 @@ TEST_F(HubDevTest, ChecksByTheChipWhereItCanAndByComparingElse)
     };
     m_transport.m_flash = Bytes(4, 0xFF);
     m_dev.SetFwBuf(Bytes(4, 0xFF));
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.pszCase);
+    for (const auto& [pszCase, bResult, byCan, fails, requests] : cases) {
+        SCOPED_TRACE(pszCase);
         Anew();
-        StatusWith(13, c.byCan);
-        m_transport.m_fails = c.fails;
-        EXPECT_EQ(m_dev.CheckFlashInFlash(), c.bResult);
-        EXPECT_EQ(Sent(), c.requests);
+        StatusWith(13, byCan);
+        m_transport.m_fails = fails;
+        EXPECT_EQ(m_dev.CheckFlashInFlash(), bResult);
+        EXPECT_EQ(Sent(), requests);
     }
 }
 

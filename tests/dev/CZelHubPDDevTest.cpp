@@ -100,14 +100,7 @@ TEST_F(CommonDevTest, KeepsEarlierFirmwareFindersAlive)
 
 TEST_F(CommonDevTest, ComparingOnlyEverTurnsAFailedReadIntoSuccess)
 {
-    const struct
-    {
-        const char* pszCase;
-        Bytes vImage;
-        Bytes vFlash;
-        bool bRead;
-        bool bResult;
-    } cases[] = {
+    const std::tuple<const char*, Bytes, Bytes, bool, bool> cases[] = {
         {"equal", {1, 2, 3}, {1, 2, 3}, true, true},
         {"different bytes pass", {1, 2, 3}, {1, 9, 3}, true, true},
         {"another length passes", {1, 2, 3}, {1}, true, true},
@@ -116,13 +109,13 @@ TEST_F(CommonDevTest, ComparingOnlyEverTurnsAFailedReadIntoSuccess)
         {"nothing to compare", {}, {}, false, true},
     };
     m_dev.m_bOwnCompare = true;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.pszCase);
-        m_dev.SetFwBuf(c.vImage);
-        m_dev.m_vFlash = c.vFlash;
-        m_dev.m_bAnswer = c.bRead;
-        EXPECT_EQ(m_dev.CheckFlashWithCmp(), c.bResult);
-        EXPECT_EQ(m_dev.m_cbAsked, c.vImage.size());
+    for (const auto& [pszCase, vImage, vFlash, bRead, bResult] : cases) {
+        SCOPED_TRACE(pszCase);
+        m_dev.SetFwBuf(vImage);
+        m_dev.m_vFlash = vFlash;
+        m_dev.m_bAnswer = bRead;
+        EXPECT_EQ(m_dev.CheckFlashWithCmp(), bResult);
+        EXPECT_EQ(m_dev.m_cbAsked, vImage.size());
     }
 }
 } // namespace

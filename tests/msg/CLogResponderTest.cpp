@@ -53,21 +53,16 @@ TEST_F(LogFile, RecordsNothingButMessages)
 
 TEST_F(LogFile, PathIsCutBehindTheSystemsSeparator)
 {
-    const struct
-    {
-        const char* pszModule;
-        char chSeparator;
-        const char* pszLog;
-    } cases[] = {
+    const std::tuple<const char*, char, const char*> cases[] = {
         {"/opt/a\\b/lib.so", '/', "/opt/a\\b/info.txt"},
         {"C:\\zel\\Zelhublib64.dll", '\\', "C:\\zel\\info.txt"},
         {"lib.so", '/', "lib.soinfo.txt"}, // without a separator it stays whole
     };
-    for (const auto& c : cases) {
-        m_machine.Traits().modulePath = c.pszModule;
-        m_machine.HostFiles().SetSeparator(c.chSeparator);
+    for (const auto& [pszModule, chSeparator, pszLog] : cases) {
+        m_machine.Traits().modulePath = pszModule;
+        m_machine.HostFiles().SetSeparator(chSeparator);
         CLogResponder().ShowMsg("x", MSG_INFO);
-        EXPECT_EQ(Log(c.pszLog), "x") << c.pszModule;
+        EXPECT_EQ(Log(pszLog), "x") << pszModule;
     }
 }
 

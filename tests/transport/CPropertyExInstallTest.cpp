@@ -302,15 +302,10 @@ TEST(Redirection, ThatCannotBeDisabledEndsTheStart)
 
 TEST(StandInDriver, IsAnExecutableOfItsFamilyThatNeverCountsAsNewer)
 {
-    const struct
-    {
-        std::span<const BYTE> image;
-        size_t cb;
-        USHORT wMachine;
-    } kFamilies[] = {
+    const std::tuple<std::span<const BYTE>, size_t, USHORT> kFamilies[] = {
         {kFileX86, 35912, 0x014C}, {kFileX64, 38472, 0x8664}, {kFileArm64, 39496, 0xAA64}};
-    for (const auto& family : kFamilies) {
-        EXPECT_EQ(MachineOf(family.image), family.wMachine);
-        EXPECT_TRUE(IsStandIn(family.image, family.cb));
+    for (const auto& [image, cb, wMachine] : kFamilies) {
+        EXPECT_EQ(MachineOf(image), wMachine);
+        EXPECT_TRUE(IsStandIn(image, cb));
     }
 }
