@@ -4,14 +4,7 @@
 
 namespace
 {
-struct Edge
-{
-    const char* pszFile;
-    const char* pszLine;
-    bool bAllowed;
-};
-
-const Edge kEdges[] = {
+const std::tuple<const char*, const char*, bool> kEdges[] = {
     {"src/msg/CMsg.cpp", "#include \"msg/CMsg.h\"", true},
     {"src/msg/CMsg.cpp", "#include <mutex>", true},
     {"src/msg/CMsg.cpp", "int n = 0; // #include", true},
@@ -43,9 +36,9 @@ const Edge kEdges[] = {
 
 TEST(IncludeEdges, TheJudgeKnowsRightFromWrong)
 {
-    for (const Edge& edge : kEdges) {
-        const std::string sWhy = WhyNotAllowed({edge.pszFile, 1, edge.pszLine});
-        EXPECT_EQ(sWhy.empty(), edge.bAllowed) << edge.pszFile << ": " << edge.pszLine;
+    for (const auto& [pszFile, pszLine, bAllowed] : kEdges) {
+        const std::string sWhy = WhyNotAllowed({pszFile, 1, pszLine});
+        EXPECT_EQ(sWhy.empty(), bAllowed) << pszFile << ": " << pszLine;
     }
 }
 
