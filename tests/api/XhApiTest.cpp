@@ -65,15 +65,13 @@ const std::vector<WString> kBadLocations[] = {{}, {WString()}, {WString(600, WTE
 TEST_F(Api, LocationThatCannotBeReadDropsTheBindingAndWaitsForNothing)
 {
     EXPECT_TRUE(XH_InitDevice(false));
-    for (const std::vector<WString>& bad : kBadLocations) {
-        const std::vector<WString> paths = m_otherNode.Spec().locationPaths;
+    for (const std::vector<WString>& paths : kBadLocations) {
         ASSERT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
-        m_otherNode.Spec().locationPaths = bad;
+        m_otherNode.Spec().locationPaths = paths;
         const unsigned nSleeps = m_machine.Faults().Calls("IClock::Sleep");
         EXPECT_FALSE(XH_OpenDeviceEx2(m_otherNode.DevInst()));
         EXPECT_EQ(m_machine.Faults().Calls("IClock::Sleep"), nSleeps);
         EXPECT_FALSE(ReadsStatus());
-        m_otherNode.Spec().locationPaths = paths;
     }
 }
 

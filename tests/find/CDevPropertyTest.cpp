@@ -25,7 +25,16 @@ protected:
 
 using DevPropertyDeathTest = DevProperty;
 
-const std::tuple<const char*, std::vector<WString>, int, const WCHAR*, bool> kPlaces[] = {
+struct PLACE
+{
+    const char* pszCase;
+    std::vector<WString> paths;
+    int nLevel;
+    const WCHAR* pszPort;
+    bool bMatches;
+};
+
+const PLACE kPlaces[] = {
     {"OnARootPort", {WTEXT("PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(2)")}, 1, WTEXT("2"), true},
     {"OnARootPortWhateverThePort", {WTEXT("#USBROOT(0)#USB(2)")}, 1, WTEXT("9"), true},
     {"TooDeep", {WTEXT("#USBROOT(0)#USB(2)#USB(3)")}, 1, WTEXT("3"), false},
@@ -50,9 +59,11 @@ const std::tuple<const char*, std::vector<WString>, int, const WCHAR*, bool> kPl
 
 TEST_F(DevProperty, APlaceIsJudgedByLevelAndPort)
 {
-    for (const auto& [pszCase, paths, nLevel, pszPort, bMatches] : kPlaces) {
-        Spec().locationPaths = paths;
-        EXPECT_EQ(m_property.IsLevelAndPort(nLevel, kHub, Tail(pszPort)), bMatches) << pszCase;
+    for (const PLACE& place : kPlaces) {
+        Spec().locationPaths = place.paths;
+        EXPECT_EQ(m_property.IsLevelAndPort(place.nLevel, kHub, Tail(place.pszPort)),
+                  place.bMatches)
+            << place.pszCase;
     }
 }
 

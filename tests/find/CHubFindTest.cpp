@@ -94,7 +94,13 @@ TEST_F(HubFinder, AFailedRequestKeepsTheHubsOfTheLastListing)
 TEST_F(HubFinder, ReadsTheIdsBehindTheirMarks)
 {
     CSimNode& hub = MakersHub(1, 5);
-    const std::tuple<const WCHAR*, const WCHAR*, const WCHAR*> kIdentities[] = {
+    struct IDENTITY
+    {
+        const WCHAR* pszHwId;
+        const WCHAR* pszVid;
+        const WCHAR* pszPid;
+    };
+    const IDENTITY kIdentities[] = {
         {WTEXT("USB\\VID_12345&PID_6789A"), WTEXT("1234"), WTEXT("6789")},
         {WTEXT("USB\\PID_6789&VID_1234"), WTEXT("1234"), WTEXT("6789")},
         {WTEXT("USB\\PID_6789"), WTEXT(""), WTEXT("")}, // without a vendor no product
@@ -102,18 +108,24 @@ TEST_F(HubFinder, ReadsTheIdsBehindTheirMarks)
         {WTEXT("USB\\VID_1"), WTEXT("1"), WTEXT("")},
         {WTEXT("nothing"), WTEXT(""), WTEXT("")},
     };
-    for (const auto& [pszHwId, pszVid, pszPid] : kIdentities) {
-        hub.Spec().hardwareIds = {pszHwId, WTEXT("USB\\VID_9999&PID_9999")};
+    for (const IDENTITY& identity : kIdentities) {
+        hub.Spec().hardwareIds = {identity.pszHwId, WTEXT("USB\\VID_9999&PID_9999")};
         ASSERT_TRUE(List());
-        EXPECT_EQ(Text(m_pList[0].VID), Text(pszVid));
-        EXPECT_EQ(Text(m_pList[0].PID), Text(pszPid));
+        EXPECT_EQ(Text(m_pList[0].VID), Text(identity.pszVid));
+        EXPECT_EQ(Text(m_pList[0].PID), Text(identity.pszPid));
     }
 }
 
 TEST_F(HubFinder, ReadsLevelAndPortFromTheFirstPath)
 {
     CSimNode& hub = MakersHub(1, 5);
-    const std::tuple<const WCHAR*, DWORD, DWORD> kPlaces[] = {
+    struct PLACE
+    {
+        const WCHAR* pszPath;
+        DWORD dwLevel;
+        DWORD dwPort;
+    };
+    const PLACE kPlaces[] = {
         {WTEXT("PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(2)#USB(14)"), 2, 14},
         {WTEXT("USBROOT(7)"), 0, 0},                  // nothing is closed before the last opening
         {WTEXT("PCIROOT(0)#USBROOT(7)"), 0, 7},       // but here it is
@@ -123,11 +135,11 @@ TEST_F(HubFinder, ReadsLevelAndPortFromTheFirstPath)
         {WTEXT("USBROOT#A"), 1, 0}, // no parentheses
         {WTEXT("PCIROOT(0)#USB(4)"), 0, 0},
     };
-    for (const auto& [pszPath, dwLevel, dwPort] : kPlaces) {
-        hub.Spec().locationPaths = {pszPath, WTEXT("USBROOT(0)#USB(9)#USB(9)")};
+    for (const PLACE& place : kPlaces) {
+        hub.Spec().locationPaths = {place.pszPath, WTEXT("USBROOT(0)#USB(9)#USB(9)")};
         ASSERT_TRUE(List());
-        EXPECT_EQ(m_pList[0].Level, dwLevel) << testing::PrintToString(Text(pszPath));
-        EXPECT_EQ(m_pList[0].Port, dwPort) << testing::PrintToString(Text(pszPath));
+        EXPECT_EQ(m_pList[0].Level, place.dwLevel) << testing::PrintToString(Text(place.pszPath));
+        EXPECT_EQ(m_pList[0].Port, place.dwPort) << testing::PrintToString(Text(place.pszPath));
     }
 }
 

@@ -63,9 +63,15 @@ TEST_F(Matchers, LevelAndPortDecideWhereNoPathIsHeld)
     }
 }
 
-using Ids = std::vector<std::pair<DWORD, DWORD>>;
+struct IDENTITY
+{
+    const char* pszCase;
+    std::vector<std::pair<DWORD, DWORD>> ids;
+    const WCHAR* pszHardwareId;
+    bool bMatches;
+};
 
-const std::tuple<const char*, Ids, const WCHAR*, bool> kIdentities[] = {
+const IDENTITY kIdentities[] = {
     // The first value is the product, the second the vendor.
     {"Same", {{0x5678, 0x1234}}, WTEXT("USB\\VID_1234&PID_5678&REV_0100"), true},
     {"Swapped", {{0x1234, 0x5678}}, WTEXT("USB\\VID_1234&PID_5678&REV_0100"), false},
@@ -79,10 +85,10 @@ const std::tuple<const char*, Ids, const WCHAR*, bool> kIdentities[] = {
 
 TEST_F(Matchers, AnIdentityIsFoundInTheHardwareIds)
 {
-    for (const auto& [pszCase, ids, pszHardwareId, bMatches] : kIdentities) {
-        m_dev.ids = ids;
-        m_hub.Spec().hardwareIds = {WTEXT("USB\\OTHER"), pszHardwareId};
-        EXPECT_EQ(m_vidPid.Match(kHub, &m_dev), bMatches) << pszCase;
+    for (const IDENTITY& identity : kIdentities) {
+        m_dev.ids = identity.ids;
+        m_hub.Spec().hardwareIds = {WTEXT("USB\\OTHER"), identity.pszHardwareId};
+        EXPECT_EQ(m_vidPid.Match(kHub, &m_dev), identity.bMatches) << identity.pszCase;
     }
 }
 

@@ -117,7 +117,7 @@ const Story kOpens[] = {
     {"open_no_interface", {"IDeviceTree::EnumDeviceInterfaces"}},
     {"open_no_detail_size", {"IDeviceTree::GetInterfaceDetail"}},
     {"open_no_detail", {"IDeviceTree::GetInterfaceDetail", 2}},
-    {"open_no_file", [](CMessageBench& b) { b.node.Spec().dwOpenError = kErrAccessDenied; }},
+    {"open_no_file", {}, [](CMessageBench& b) { b.node.Spec().dwOpenError = kErrAccessDenied; }},
     {"open_refused_by_driver", {"IDeviceFile::Control", 1, kErrGenFailure}},
     {"close_refused_by_driver", {"IDeviceFile::Control", 2, kErrGenFailure}},
 };
