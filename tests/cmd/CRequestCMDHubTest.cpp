@@ -4,7 +4,6 @@
 #include "support/CFakeTransport.h"
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace
 {

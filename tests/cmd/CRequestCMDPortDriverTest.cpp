@@ -8,7 +8,6 @@ using testing::Not;
 namespace
 {
 const WCHAR* const kInstalled = WTEXT("C:\\Windows\\system32\\drivers\\voport.sys");
-const WCHAR* const kInstalled64 = WTEXT("C:\\Windows\\SysWOW64\\drivers\\voport64.sys");
 
 using PortDriver = PortDriverTest;
 

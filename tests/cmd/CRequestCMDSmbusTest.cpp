@@ -6,7 +6,6 @@
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 namespace
 {
@@ -40,11 +39,6 @@ protected:
     {
         m_log.Clear();
         return m_cmd.IntelBlockTransByBlk(kBase, kDevice, kCommand, m_buf, nMode);
-    }
-    short BlkEx(int nMode)
-    {
-        m_log.Clear();
-        return m_cmd.IntelBlockTransByBlkEx(kBase, kDevice, kCommand, m_buf, nMode);
     }
     short Byte(int nMode)
     {

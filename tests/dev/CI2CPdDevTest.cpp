@@ -27,7 +27,6 @@ class COpenPd : public CI2CPdDev
 {
 public:
     void SetFlashAddr(DWORD dwAddr) { m_dwFlashAddr = dwAddr; }
-    DWORD FlashAddr() const { return m_dwFlashAddr; }
 };
 
 /// A command to the controller, as its master sends it.

@@ -4,7 +4,6 @@
 #include "dev/DevFixture.h"
 #include "wire/HubRequests.h"
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -29,8 +28,6 @@ const Request kEnable1 = {0x40, 0x02, 1, 0x0A7C};
 const Request kEnable3 = {0x40, 0x02, 3, 0x0A7C};
 const Request kStatus = {0xC0, 0x09, 0, 0, 20};
 const Request kIsp = {0x40, 0xD9, 1, 0, 0, 50000};
-const Request kToRom = {0x40, 0x00, 0, 0};
-const Request kToFlash = {0x40, 0xE9, 0x0101, 0};
 
 /// A hub device whose code area can be moved.
 class COpenHub : public CHubDev

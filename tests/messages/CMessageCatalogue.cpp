@@ -9,27 +9,15 @@ namespace
 {
 const std::pair<char, char> kEscapes[] = {{'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}, {'\\', '\\'}};
 
-/// What one conversion of a format can print.
+/// What one conversion of a format can print; an unknown one throws.
 std::string PatternOf(const std::string& strConversion)
 {
+    static const std::map<char, std::string> s_patterns = {
+        {'%', "%"},         {'d', "-?[0-9]+"},     {'x', "[0-9a-f]+"},
+        {'X', "[0-9A-F]+"}, {'p', "[0-9A-F]{16}"}, {'s', "[\\s\\S]*"},
+        {'S', "[\\s\\S]*"}};
     const bool bAlternate = strConversion.find('#') != std::string::npos;
-    switch (strConversion.back()) {
-    case '%':
-        return "%";
-    case 'd':
-        return "-?[0-9]+";
-    case 'x':
-        return bAlternate ? "(0|0x[0-9a-f]+)" : "[0-9a-f]+";
-    case 'X':
-        return "[0-9A-F]+";
-    case 'p':
-        return "[0-9A-F]{16}";
-    case 's':
-    case 'S':
-        return "[\\s\\S]*";
-    default:
-        throw std::logic_error("conversion without a pattern: " + strConversion);
-    }
+    return bAlternate ? "(0|0x[0-9a-f]+)" : s_patterns.at(strConversion.back());
 }
 
 std::regex PatternOfFormat(const std::string& strFormat)

@@ -15,10 +15,16 @@ struct FinderStory
 
 void Nothing(CMessageBench&) {}
 
-void WithOtherNodes(CMessageBench& bench)
+/// A hub on port 2 whose halves the hub's model plays, or nobody.
+void WithHalves(CMessageBench& bench, CSimHub* pHub)
 {
     CSimNode& superRoot = bench.machine.Tree().AddRootHub(bench.machine.HostController());
-    bench.machine.Tree().AddHubPair(bench.machine.RootHub(), 2, superRoot, 2, HubNodeOptions{});
+    bench.machine.Tree().AddHubPair(bench.machine.RootHub(), 2, superRoot, 2, {}, pHub);
+}
+
+void WithOtherNodes(CMessageBench& bench)
+{
+    WithHalves(bench, nullptr);
     bench.machine.Tree().AddDevice(bench.node, 3, DeviceNodeOptions{});
 }
 
@@ -105,6 +111,7 @@ const FinderStory kStories[] = {
          EXPECT_TRUE(h.finder.ForceRemove(&h.dev));
      }},
     {"list", WithOtherNodes, List},
+    {"list_halves", [](CMessageBench& b) { WithHalves(b, &b.hub); }, List},
     {"list_no_set", FailSets, List},
     {"list_ports", WithOtherNodes, ListPorts},
     {"list_ports_none", Nothing, ListPorts},
@@ -141,20 +148,6 @@ TEST(FinderMessages, TellsThatADeviceDidNotLeave)
     EXPECT_FALSE(host.finder.WaitDevUnconnect(&host.dev, 1));
 
     ExpectTranscript("find_unconnect_timeout", log);
-}
-
-TEST(FinderMessages, TellsTheHalvesOfAHubApart)
-{
-    CMessageBench bench;
-    CMessageHost<> host(bench);
-    CSimNode& superRoot = bench.machine.Tree().AddRootHub(bench.machine.HostController());
-    bench.machine.Tree().AddHubPair(bench.machine.RootHub(), 2, superRoot, 2, HubNodeOptions{},
-                                    &bench.hub);
-    const CMessageLog log;
-
-    List(bench, host);
-
-    ExpectTranscript("list_halves", log);
 }
 
 TEST(FinderMessages, TellsThatAHidDeviceCame)

@@ -138,6 +138,7 @@ const Story kIdentityTests[] = {
          for (unsigned n = 2; n < 10; ++n)
              b.machine.Driver().FailTransfer(n, kErrOperationAborted);
      }},
+    {"identify_sm_bus", [](CMessageBench& b) { b.hub.Identity().strings[0x34] = WTEXT("Sm Bus"); }},
     {"identify_not_restored", {"IPowerSwitch::InitializeCom", 2, 0x80010106}},
 };
 
@@ -167,18 +168,6 @@ TEST(TransferMessages, OfTheIdentityTest)
         transport.KyHub_IsVoHub(bench.HubInst(), 1);
         ExpectTranscript(story.pszName, log);
     }
-}
-
-TEST(TransferMessages, OfTheIdentityTestOfAnSmBusHub)
-{
-    SimHubSettings settings;
-    settings.identity = WTEXT("Sm Bus");
-    CMessageBench bench(settings);
-    CPropertyEx transport;
-    ASSERT_NE(transport.InitProxyDriver(), 0);
-    const CMessageLog log;
-    EXPECT_EQ(transport.KyHub_IsVoHub(bench.HubInst(), 1), 1);
-    ExpectTranscript("identify_sm_bus", log);
 }
 
 struct RequestStory

@@ -33,43 +33,31 @@ std::string Wide(const WCHAR* pszFormat, ...)
     return ToNarrow(szOut);
 }
 
-struct NumberCase
+TEST(Formatter, PrintsNumbersOfThirtyTwoBits)
 {
-    const char* pszFormat;
-    int nValue;
-    const char* pszOut;
-};
-
-class NumberFormat : public testing::TestWithParam<NumberCase>
-{};
-
-TEST_P(NumberFormat, PrintsThirtyTwoBits)
-{
-    const NumberCase& c = GetParam();
-    EXPECT_EQ(Narrow(c.pszFormat, c.nValue), c.pszOut) << c.pszFormat;
+    const std::tuple<const char*, int, const char*> kNumbers[] = {
+        {"%d", 0, "0"},
+        {"%d", -2147483647 - 1, "-2147483648"},
+        {"%ld", -5, "-5"},
+        {"%u", -1, "4294967295"},
+        {"%x", 0xBEEF, "beef"},
+        {"%X", 0xBEEF, "BEEF"},
+        {"0x%08x \n", static_cast<int>(0x80041003), "0x80041003 \n"},
+        {"%02x", 0xA, "0a"},
+        {"%02x", 0x123, "123"},
+        {"%#x", 0x10, "0x10"},
+        {"%#x", 0, "0"},
+        {"%5d|", 42, "   42|"},
+        {"%-5d|", 42, "42   |"},
+        {"%05d", -42, "-0042"},
+        {"%.3d", 7, "007"},
+        {"%+d", 7, "+7"},
+        {"%c", 'Z', "Z"},
+        {"%3c|", 'Z', "  Z|"},
+    };
+    for (const auto& [pszFormat, nValue, pszOut] : kNumbers)
+        EXPECT_EQ(Narrow(pszFormat, nValue), pszOut) << pszFormat;
 }
-
-const NumberCase kNumbers[] = {
-    {"%d", 0, "0"},
-    {"%d", -2147483647 - 1, "-2147483648"},
-    {"%ld", -5, "-5"},
-    {"%u", -1, "4294967295"},
-    {"%x", 0xBEEF, "beef"},
-    {"%X", 0xBEEF, "BEEF"},
-    {"0x%08x \n", 0x80041003 - 0x100000000, "0x80041003 \n"},
-    {"%02x", 0xA, "0a"},
-    {"%02x", 0x123, "123"},
-    {"%#x", 0x10, "0x10"},
-    {"%#x", 0, "0"},
-    {"%5d|", 42, "   42|"},
-    {"%-5d|", 42, "42   |"},
-    {"%05d", -42, "-0042"},
-    {"%.3d", 7, "007"},
-    {"%+d", 7, "+7"},
-    {"%c", 'Z', "Z"},
-    {"%3c|", 'Z', "  Z|"},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, NumberFormat, testing::ValuesIn(kNumbers));
 
 TEST(Formatter, SixtyFourBitsNeedTwoLs)
 {

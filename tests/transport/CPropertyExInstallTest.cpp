@@ -5,7 +5,6 @@
 #include "transport/StandInDriver.h"
 
 #include <array>
-#include <cstring>
 #include <span>
 
 namespace
@@ -13,7 +12,6 @@ namespace
 constexpr const WCHAR* kInstalled = WTEXT("C:\\Windows\\system32\\drivers\\ZelUpx.sys");
 constexpr const WCHAR* kTemporary = WTEXT("C:\\Temp\\ZelUpx.sys");
 constexpr const WCHAR* kFlag = WTEXT("C:\\Temp\\ZelUpx.flag");
-constexpr const WCHAR* kDebug = WTEXT("C:\\ZelUpx.sys");
 constexpr const WCHAR* kName = WTEXT("ZelUpx");
 
 using Version = std::array<USHORT, 4>;
@@ -50,29 +48,6 @@ SimService Service(DWORD dwState)
     service.dwState = dwState;
     return service;
 }
-
-bool IsStandIn(std::span<const BYTE> image, size_t cb)
-{
-    static constexpr std::array<BYTE, 4> kSignature = {0xBD, 0x04, 0xEF, 0xFE};
-    const auto at = std::search(image.begin(), image.end(), kSignature.begin(), kSignature.end());
-    if (image.size() != cb || image.end() - at < std::ptrdiff_t(sizeof(FIXED_FILE_INFO)))
-        return false;
-    FIXED_FILE_INFO info = {};
-    std::memcpy(&info, &*at, sizeof(info));
-    return info.dwFileVersionMS == 0 && info.dwFileVersionLS == 0;
-}
-
-USHORT MachineOf(std::span<const BYTE> image)
-{
-    DWORD dwPe = 0;
-    std::memcpy(&dwPe, image.data() + 0x3C, sizeof(dwPe));
-    USHORT wMachine = 0;
-    std::memcpy(&wMachine, image.data() + dwPe + 4, sizeof(wMachine));
-    return wMachine;
-}
-constexpr auto kFileX86 = stand_in::MakeFile<35912>(stand_in::kX86);
-constexpr auto kFileX64 = stand_in::MakeFile<38472>(stand_in::kX64);
-constexpr auto kFileArm64 = stand_in::MakeFile<39496>(stand_in::kArm64);
 } // namespace
 
 TEST(ProxyDriver, IsInstalledStartedAndMarkedOnFirstUse)
@@ -302,10 +277,18 @@ TEST(Redirection, ThatCannotBeDisabledEndsTheStart)
 
 TEST(StandInDriver, IsAnExecutableOfItsFamilyThatNeverCountsAsNewer)
 {
-    const std::tuple<std::span<const BYTE>, size_t, USHORT> kFamilies[] = {
-        {kFileX86, 35912, 0x014C}, {kFileX64, 38472, 0x8664}, {kFileArm64, 39496, 0xAA64}};
-    for (const auto& [image, cb, wMachine] : kFamilies) {
-        EXPECT_EQ(MachineOf(image), wMachine);
-        EXPECT_TRUE(IsStandIn(image, cb));
+    const auto x86 = stand_in::MakeFile<35912>(stand_in::kX86);
+    const auto x64 = stand_in::MakeFile<38472>(stand_in::kX64);
+    const auto arm64 = stand_in::MakeFile<39496>(stand_in::kArm64);
+    const std::pair<std::span<const BYTE>, int> kFamilies[] = {
+        {x86, 0x014C}, {x64, 0x8664}, {arm64, 0xAA64}};
+    for (const auto& [image, nMachine] : kFamilies) {
+        const size_t nPe = image[0x3C];
+        EXPECT_EQ(image[nPe + 4] | image[nPe + 5] << 8, nMachine);
+        // The signature of the version record, its own version, and the file's.
+        const std::vector<BYTE> record = {0xBD, 0x04, 0xEF, 0xFE, 0, 0, 1, 0,
+                                          0,    0,    0,    0,    0, 0, 0, 0};
+        EXPECT_NE(std::search(image.begin(), image.end(), record.begin(), record.end()),
+                  image.end());
     }
 }

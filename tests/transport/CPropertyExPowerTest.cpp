@@ -7,8 +7,6 @@
 namespace
 {
 constexpr DWORD kDenied = 0x80070005;
-constexpr DWORD kWasEnabled = 0xFFFFFFFF;
-
 } // namespace
 
 TEST(SelectiveSuspend, OfANodeWithAProblemIsDoneWithoutAQuery)

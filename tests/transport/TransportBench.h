@@ -40,7 +40,6 @@ public:
     explicit CPropertyExTestAccess(CPropertyEx& transport) : m_t(transport) {}
 
     _KYHUB_INST& Instance() { return m_t.m_inst; }
-    HANDLE FlagFile() const { return m_t.m_hFlagFile; }
     MachineType& Machine() { return m_t.m_eMachine; }
     int& Wow64() { return m_t.m_nWow64; }
 
