@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Builds and tests. Usage: scripts/test.sh [--quick|--full|--windows]
 #   (default)  release build and sanitizer build with their tests, among them the installed tool
-#              on a real kernel in a virtual machine (not where ZELHUB_NO_VM=1 is set), format of
-#              the whole tree, clang-tidy on what changed, a short run of the fuzz targets
+#              on a real kernel in a virtual machine (not where ZELHUB_NO_VM=1 is set), what
+#              --windows does, format of the whole tree, clang-tidy on what changed, a short run
+#              of the fuzz targets
 #   --quick    the release build and its tests alone, without packages and virtual machine
-#   --full     also the clang build, the whole tree under clang-tidy, the planted faults, and what
-#              --windows does
+#   --full     also the clang build, the whole tree under clang-tidy, and the planted faults
 #   --windows  the library, the tool and all tests cross-built for Windows and run under Wine,
 #              in a prefix of their own that is removed again; nothing else
 # Every step runs even when an earlier one failed; the release build's summary comes last, and
@@ -25,7 +25,7 @@ case "${1:-}" in
 esac
 
 groups=(build)
-[ $mode != windows ] && [ $mode != full ] || groups+=(windows)
+[ $mode = quick ] || groups+=(windows)
 [ $mode = quick ] || [ $mode = windows ] || groups+=(lint fuzz package)
 [ $mode != full ] || groups+=(clang bench)
 [ $mode = quick ] || [ $mode = windows ] || [ "${ZELHUB_NO_VM:-}" = 1 ] || groups+=(vm)
@@ -90,8 +90,8 @@ step "release build" build release || release_built=no
 
 if [ $mode != quick ]; then
     step "sanitizer build" build sanitize && step "sanitizer tests" tests sanitize
+    windows
     if [ $mode = full ]; then
-        windows
         step "clang build" build clang && step "clang tests" tests clang
     fi
     step "format" scripts/format.sh --check
