@@ -106,6 +106,22 @@ DWORD WriteFileAt(const std::string& strPath, DWORD dwDisposition, const void* p
     return dwError;
 }
 
+/// Puts one file in another's place. Who reads that one at the moment is waited for.
+DWORD Replace(const std::string& strPart, const std::string& strPath)
+{
+    constexpr int kTries = 100;
+    constexpr DWORD kPauseMs = 10;
+    for (int i = 0;; ++i) {
+        if (::MoveFileExA(strPart.c_str(), strPath.c_str(),
+                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE)
+            return 0;
+        const DWORD dwError = ::GetLastError();
+        if ((dwError != ERROR_SHARING_VIOLATION && dwError != ERROR_ACCESS_DENIED) || i == kTries)
+            return dwError;
+        ::Sleep(kPauseMs);
+    }
+}
+
 bool IsDeviceOrPipe(const std::string& strPath)
 {
     HANDLE const hFile =
@@ -186,9 +202,8 @@ std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData
     }
     const std::string strPart = strPath + ".part" + std::to_string(::GetCurrentProcessId());
     DWORD dwError = WriteFileAt(strPart, CREATE_ALWAYS, pData, cb, bSync);
-    if (dwError == 0 && ::MoveFileExA(strPart.c_str(), strPath.c_str(),
-                                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE)
-        dwError = ::GetLastError();
+    if (dwError == 0)
+        dwError = Replace(strPart, strPath);
     if (dwError == 0)
         return {};
     ::DeleteFileA(strPart.c_str());
