@@ -2,12 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "api/zelhub_bench.h"
 #include "sim/CSimHub.h"
 #include "sim/CSimMachine.h"
-#include "support/CMessageLog.h"
 
 namespace
 {
@@ -32,13 +29,6 @@ protected:
         m_machine.Faults().Clear();
         XH_UnInitDevice();
         ZelSetPlatform(nullptr);
-    }
-
-    /// Whether some hub is open and answers.
-    bool ReadsStatus()
-    {
-        BYTE status[20];
-        return XH_DetectHubStatusForTest(status);
     }
 
     CSimMachine m_machine;
@@ -71,28 +61,9 @@ TEST_F(Api, LocationThatCannotBeReadDropsTheBindingAndWaitsForNothing)
         const unsigned nSleeps = m_machine.Faults().Calls("IClock::Sleep");
         EXPECT_FALSE(XH_OpenDeviceEx2(m_otherNode.DevInst()));
         EXPECT_EQ(m_machine.Faults().Calls("IClock::Sleep"), nSleeps);
-        EXPECT_FALSE(ReadsStatus());
+        BYTE status[20];
+        EXPECT_FALSE(XH_DetectHubStatusForTest(status)) << "no hub is open";
     }
-}
-
-TEST_F(Api, I2cGoesThroughTheOpenHub)
-{
-    const auto pMemory = std::make_shared<CSimI2cMemory>(0x20000);
-    m_first.AttachI2cMemory(pMemory);
-    EXPECT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
-    BYTE out[4] = {1, 2, 3, 4};
-    EXPECT_EQ(XH_I2CWriteImpl(0x10002, out, 4), 0u) << "not before its configuration";
-    EXPECT_EQ(XH_I2CConfigImpl(1, 2, 3), 1u);
-    EXPECT_EQ(XH_I2CWriteImpl(0x10002, out, 4), 1u);
-    EXPECT_EQ(pMemory->Bytes()[0x10003], 2);
-    BYTE in[4] = {};
-    EXPECT_EQ(XH_I2CReadImpl(0x10001, in, 3), 1u);
-    EXPECT_EQ(in[0], 0xFF);
-    EXPECT_EQ(in[1], 1);
-    EXPECT_EQ(in[3], 0);
-    m_first.Unplug();
-    EXPECT_EQ(XH_I2CReadImpl(0x10001, in, 3), 0u);
 }
 
 TEST(ApiPlatform, NullBringsTheRealSystemBack)

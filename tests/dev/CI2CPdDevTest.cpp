@@ -48,7 +48,7 @@ const Request kEnable3 = Out(0x01, 0x0A7C, {1, 0, 0});
 const Request kStatus = In(0x3A, 0, 20);
 const Request kIsp = Out(0x16, 1, {}, 30000);
 
-class PdDevTest : public DevFixture
+class PdDevTest : public FixtureOf<COpenPd>
 {
 protected:
     PdDevTest()
@@ -58,9 +58,6 @@ protected:
         Anew();
     }
 
-    void Enter(DEVSTATE eState) { m_dev.SetDevState(m_dev.GetCertainDevState(eState)); }
-    bool IsIn(DEVSTATE eState) { return m_dev.GetDevState() == m_dev.GetCertainDevState(eState); }
-
     void StatusWith(const std::map<std::size_t, BYTE>& bytes)
     {
         Bytes status(20);
@@ -69,10 +66,7 @@ protected:
         m_transport.AnswersBlock(0x3A, status);
     }
 
-    const Requests& Sent() const { return m_transport.m_requests; }
-
     CHubDev m_hub;
-    COpenPd m_dev;
 };
 
 TEST_F(PdDevTest, WithoutAMasterNothingIsReached)

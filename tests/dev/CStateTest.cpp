@@ -66,19 +66,10 @@ Move MoveOf(DEVSTATE eFrom, const std::string& strEvent)
     return {eFrom, "", eFrom, false};
 }
 
-class StateTest : public DevFixture
+class StateTest : public FixtureOf<CCountingDev>
 {
 protected:
     StateTest() { Anew(); }
-
-    CState* Enter(DEVSTATE eState)
-    {
-        CState* const pState = m_dev.GetCertainDevState(eState);
-        m_dev.SetDevState(pState);
-        return pState;
-    }
-
-    CCountingDev m_dev;
 };
 
 TEST_F(StateTest, OnlyRomAndFlashModePassOperationsOnAndResultsBack)

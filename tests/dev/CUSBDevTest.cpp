@@ -37,13 +37,10 @@ public:
     DWORD OldSS() const { return dwOldSSValue; }
 };
 
-class HubDevTest : public DevFixture
+class HubDevTest : public FixtureOf<COpenHub>
 {
 protected:
     HubDevTest() { Anew(); }
-
-    void Enter(DEVSTATE eState) { m_dev.SetDevState(m_dev.GetCertainDevState(eState)); }
-    bool IsIn(DEVSTATE eState) { return m_dev.GetDevState() == m_dev.GetCertainDevState(eState); }
 
     /// The next status reads give zeros with one byte set.
     void StatusWith(std::size_t at, BYTE by)
@@ -52,10 +49,6 @@ protected:
         status[at] = by;
         m_transport.Answers(REQ_STATUS, status);
     }
-
-    const Requests& Sent() const { return m_transport.m_requests; }
-
-    COpenHub m_dev;
 };
 
 TEST_F(HubDevTest, NoResetWhereNoneIsNeeded)

@@ -8,7 +8,7 @@ using testing::ElementsAre;
 
 namespace
 {
-class CommonDevTest : public DevFixture
+class CommonDevTest : public FixtureOf<CCountingDev>
 {
 protected:
     CommonDevTest() { Anew(); }
@@ -23,8 +23,6 @@ protected:
             ids.push_back(id);
         return ids;
     }
-
-    CCountingDev m_dev;
 };
 
 TEST(BareDevice, SupportsNothing)

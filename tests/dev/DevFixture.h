@@ -25,3 +25,19 @@ protected:
     CBoundRequestObj m_bound{m_transport};
     CReports m_reports;
 };
+
+/// The same with a device.
+template<typename Device>
+class FixtureOf : public DevFixture
+{
+protected:
+    CState* Enter(DEVSTATE eState)
+    {
+        m_dev.SetDevState(m_dev.GetCertainDevState(eState));
+        return m_dev.GetDevState();
+    }
+    bool IsIn(DEVSTATE eState) { return m_dev.GetDevState() == m_dev.GetCertainDevState(eState); }
+    const Requests& Sent() const { return m_transport.m_requests; }
+
+    Device m_dev;
+};

@@ -94,17 +94,27 @@ const Story kReleases[] = {
     {"release_not_deleted", {"IServiceManager::Remove"}},
 };
 
-TEST(DriverMessages, OfItsRelease)
+/// Tells each story: the driver is started, what it prepares is done, and the log listens to an
+/// act.
+template<std::size_t nStories>
+void Tell(const Story (&stories)[nStories], void (*pfnAct)(CMessageBench&, CPropertyEx&))
 {
-    for (const Story& story : kReleases) {
+    for (const Story& story : stories) {
         CMessageBench bench;
         CPropertyEx transport;
         ASSERT_NE(transport.InitProxyDriver(), 0);
         story.Prepare(bench);
         const CMessageLog log;
-        EXPECT_EQ(transport.XH_UnInitProxyDriver(), 1) << story.pszName;
+        pfnAct(bench, transport);
         ExpectTranscript(story.pszName, log);
     }
+}
+
+TEST(DriverMessages, OfItsRelease)
+{
+    Tell(kReleases, [](CMessageBench&, CPropertyEx& transport) {
+        EXPECT_EQ(transport.XH_UnInitProxyDriver(), 1);
+    });
 }
 
 const Story kOpens[] = {
@@ -144,30 +154,18 @@ const Story kIdentityTests[] = {
 
 TEST(TransferMessages, OfOpening)
 {
-    for (const Story& story : kOpens) {
-        CMessageBench bench;
-        CPropertyEx transport;
-        ASSERT_NE(transport.InitProxyDriver(), 0);
-        story.Prepare(bench);
-        const CMessageLog log;
+    Tell(kOpens, [](CMessageBench& bench, CPropertyEx& transport) {
         DWORD dwOld = 0;
         transport.KyHub_OpenDeviceByDevInst(bench.HubInst(), dwOld);
         transport.KyHub_CloseDevice();
-        ExpectTranscript(story.pszName, log);
-    }
+    });
 }
 
 TEST(TransferMessages, OfTheIdentityTest)
 {
-    for (const Story& story : kIdentityTests) {
-        CMessageBench bench;
-        CPropertyEx transport;
-        ASSERT_NE(transport.InitProxyDriver(), 0);
-        story.Prepare(bench);
-        const CMessageLog log;
+    Tell(kIdentityTests, [](CMessageBench& bench, CPropertyEx& transport) {
         transport.KyHub_IsVoHub(bench.HubInst(), 1);
-        ExpectTranscript(story.pszName, log);
-    }
+    });
 }
 
 struct RequestStory
@@ -274,19 +272,11 @@ const Story kPowerSwitches[] = {
 
 TEST(PowerMessages, AreThese)
 {
-    for (const Story& story : kPowerSwitches) {
-        CMessageBench bench;
-        CPropertyEx transport;
-        ASSERT_NE(transport.InitProxyDriver(), 0);
-        story.Prepare(bench);
-        const CMessageLog log;
-
+    Tell(kPowerSwitches, [](CMessageBench& bench, CPropertyEx& transport) {
         transport.KyHub_OpenDeviceByDevInst(bench.HubInst());
         transport.KyHub_CloseDevice();
         transport.KyHub_TurnOnHubSS(bench.HubInst());
-
-        ExpectTranscript(story.pszName, log);
-    }
+    });
 }
 
 const Story kHidOpens[] = {

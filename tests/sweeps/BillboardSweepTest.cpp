@@ -18,24 +18,10 @@ constexpr DWORD kMarkOfBank1 = 0x27EF0;
 constexpr DWORD kRequestBytes = 4096;
 constexpr BYTE kCrcGood = 2;
 
-struct BillboardKind
-{
-    const char* pszName;
-    bool bIspValidation;
-    bool bCrcCheck;
-    unsigned nBank; ///< that runs at first
-};
-
-const BillboardKind kKinds[] = {
-    {"CrcFromBank0", false, true, 0},
-    {"IspFromBank1", true, true, 1},
-    {"ReadBack", false, false, 0},
-};
-
 /// A computer with one billboard device that runs the old image.
 struct BillboardBench
 {
-    explicit BillboardBench(const BillboardKind& kind) : chip(machine.Time(), Settings(kind))
+    explicit BillboardBench(const BankKind& kind) : chip(machine.Time(), Settings(kind))
     {
         DeviceNodeOptions options;
         options.wVid = static_cast<USHORT>(kVid);
@@ -50,7 +36,7 @@ struct BillboardBench
     BillboardBench& operator=(const BillboardBench&) = delete;
     ~BillboardBench() { SetCurrentPlatform(nullptr); }
 
-    static SimBillboardSettings Settings(const BillboardKind& kind)
+    static SimBillboardSettings Settings(const BankKind& kind)
     {
         SimBillboardSettings settings;
         settings.pd.bIspValidation = kind.bIspValidation;
@@ -169,7 +155,7 @@ private:
     bool m_bAllSaidYes = true;
 };
 
-class BillboardSweep : public testing::TestWithParam<BillboardKind>
+class BillboardSweep : public testing::TestWithParam<BankKind>
 {
 protected:
     /// What a whole update needs, as fnCount counts it.
@@ -249,6 +235,6 @@ TEST_P(BillboardSweep, EveryCallOfAnUpdateFails)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Billboard, BillboardSweep, testing::ValuesIn(kKinds),
+INSTANTIATE_TEST_SUITE_P(Billboard, BillboardSweep, testing::ValuesIn(kBankKinds),
                          [](const auto& test) { return test.param.pszName; });
 } // namespace

@@ -29,24 +29,11 @@ public:
     }
 };
 
-struct PdKind
-{
-    const char* pszName;
-    bool bIspValidation;
-    bool bCrcCheck;
-    unsigned nBank; ///< that runs at first
-};
-
-const PdKind kPdKinds[] = {
-    {"CrcFromBank0", false, true, 0},
-    {"IspFromBank1", true, true, 1},
-    {"ReadBack", false, false, 0},
-};
-
 /// A hub that stays as it is, and the controller behind it.
 struct PdBench : HubBench
 {
-    explicit PdBench(const PdKind& kind) : HubBench(SmallHub()), pd(machine.Time(), Settings(kind))
+    explicit PdBench(const BankKind& kind)
+        : HubBench(SmallHub()), pd(machine.Time(), Settings(kind))
     {
         pd.LoadImage(OldImage(), kind.nBank);
         hub.AttachI2cTarget(kPdAddr, &pd);
@@ -77,7 +64,7 @@ struct PdBench : HubBench
         settings.cbBank = 0x10000;
         return settings;
     }
-    static SimPdSettings Settings(const PdKind& kind)
+    static SimPdSettings Settings(const BankKind& kind)
     {
         SimPdSettings settings;
         settings.bIspValidation = kind.bIspValidation;
@@ -148,7 +135,7 @@ bool SweepsAll()
 }
 
 /// The controller's command in each transfer of a whole update.
-std::vector<BYTE> CommandsOf(const PdKind& kind)
+std::vector<BYTE> CommandsOf(const BankKind& kind)
 {
     PdBench whole(kind);
     whole.machine.Driver().KeepLog(true);
@@ -185,7 +172,7 @@ Places Chosen(const std::vector<BYTE>& commands)
     return chosen;
 }
 
-class PdSweep : public testing::TestWithParam<PdKind>
+class PdSweep : public testing::TestWithParam<BankKind>
 {
 protected:
     static void BreakThenRepeat(PdBench& bench, SweepTally& tally,
@@ -272,6 +259,6 @@ TEST_P(PdSweep, EveryKindOfCallFails)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Controller, PdSweep, testing::ValuesIn(kPdKinds),
+INSTANTIATE_TEST_SUITE_P(Controller, PdSweep, testing::ValuesIn(kBankKinds),
                          [](const auto& test) { return test.param.pszName; });
 } // namespace

@@ -23,6 +23,21 @@ constexpr USHORT kNewVersion = 0x0222;
 const Image& OldImage();
 const Image& NewImage();
 
+/// A chip with two banks: what it offers for checking a bank, and the bank that runs at first.
+struct BankKind
+{
+    const char* pszName;
+    bool bIspValidation;
+    bool bCrcCheck;
+    unsigned nBank;
+};
+
+inline const BankKind kBankKinds[] = {
+    {"CrcFromBank0", false, true, 0},
+    {"IspFromBank1", true, true, 1},
+    {"ReadBack", false, false, 0},
+};
+
 /// A device as a careful host makes it: no check passes before the flash was read back and every
 /// byte was the image's.
 template<typename Device>
