@@ -2,11 +2,13 @@
 
 #include "tools/zelhub/BenchFlashText.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <random>
 #include <sstream>
 
@@ -49,8 +51,9 @@ std::vector<BYTE> CBenchFolder::ReadBytes(const std::string& strName) const
     return {strText.begin(), strText.end()};
 }
 
-void CBenchFolder::UseBench(const std::string& strJson)
+void CBenchFolder::UseBench(std::string strJson)
 {
+    std::replace(strJson.begin(), strJson.end(), '\'', '"');
     m_strBench = Write("bench.json", strJson);
     std::filesystem::remove(Path("state"));
 }
@@ -64,19 +67,19 @@ void CBenchFolder::UseExample(const char* pszName)
 void CBenchFolder::UseHub(const std::string& strMore, const std::string& strFlash,
                           const std::string& strFile)
 {
-    UseBench(R"({"schema": 1, "controllers": [{"id": "xhci"}], "hubs": [
-        {"id": "hub", "parent": "xhci", "port": 1, "instance": 11,
-         "flash": {"size": 65536, "image": {"version": "0x0100"})" +
+    UseBench("{'schema': 1, 'controllers': [{'id': 'xhci'}], 'hubs': [{'id': 'hub', "
+             "'parent': 'xhci', 'port': 1, 'instance': 11, "
+             "'flash': {'size': 65536, 'image': {'version': '0x0100'}" +
              strFlash + "}" + strMore + "}]" + strFile + "}");
 }
 
-std::string CBenchFolder::Image(const char* pszVersion, const std::vector<std::string>& more) const
+std::string CBenchFolder::Image(const std::string& strVersion, const std::string& strMore) const
 {
-    const std::string strPath = Path(std::string(pszVersion) + ".bin");
-    std::vector<std::string> arguments = {"bench",       "image",     strPath,
-                                          "--overwrite", "--version", pszVersion};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    EXPECT_EQ(RunTool(arguments).nExit, 0);
+    const std::string strPath = Path(strVersion + ".bin");
+    EXPECT_EQ(RunTool(Typed("bench image @" + strVersion + ".bin --overwrite --version " +
+                            strVersion + " " + strMore))
+                  .nExit,
+              0);
     return strPath;
 }
 
@@ -87,33 +90,62 @@ std::vector<std::string> CBenchFolder::Arguments(const std::vector<std::string>&
     return all;
 }
 
+std::vector<std::string> CBenchFolder::Typed(const std::string& strLine) const
+{
+    std::vector<std::string> words;
+    std::istringstream line(strLine);
+    for (std::string strWord; line >> std::quoted(strWord, '\'');)
+        words.push_back(strWord[0] == '@' ? Path(strWord.substr(1)) : strWord);
+    return words;
+}
+
 ToolResult CBenchFolder::Run(const std::vector<std::string>& arguments) const
 {
     return RunTool(Arguments(arguments));
 }
 
-nlohmann::json CBenchFolder::HubState(const std::string& strId) const
+ToolResult CBenchFolder::Type(const std::string& strLine) const
+{
+    return Run(Typed(strLine));
+}
+
+ToolResult CBenchFolder::Expect(int nExit, const std::string& strLine) const
+{
+    const ToolResult result = Type(strLine);
+    EXPECT_EQ(result.nExit, nExit) << strLine << ": " << result.strErr;
+    return result;
+}
+
+void CBenchFolder::Expect(int nExit, const std::string& strLine, const std::string& strWhat,
+                          const std::string& strNext, const std::string& strState) const
+{
+    const nlohmann::json error = Expect(nExit, "--json " + strLine).Json()["error"];
+    EXPECT_THAT(error.value("what", ""), testing::HasSubstr(strWhat)) << strLine;
+    EXPECT_FALSE(error.value("next", "").empty()) << strLine;
+    EXPECT_THAT(error.value("next", ""), testing::HasSubstr(strNext)) << strLine;
+    EXPECT_THAT(error.value("state", ""), testing::HasSubstr(strState)) << strLine;
+}
+
+nlohmann::json CBenchFolder::StateOf(const std::string& strId, const std::string& strList) const
 {
     const nlohmann::json state = nlohmann::json::parse(ReadText("state"), nullptr, false);
     if (!state.is_discarded())
-        for (const nlohmann::json& hub : state["hubs"])
-            if (hub["id"] == strId)
-                return hub;
-    ADD_FAILURE() << "no state of hub " << strId;
+        for (const nlohmann::json& device : state[strList])
+            if (device["id"] == strId)
+                return device;
+    ADD_FAILURE() << "no state of " << strId;
     return {};
 }
 
-bool CBenchFolder::Runs(const std::string& strImage, const std::string& strId) const
+bool CBenchFolder::Runs(const std::string& strImage, const nlohmann::json& device)
 {
-    const nlohmann::json hub = HubState(strId);
-    if (hub["onBus"] != true)
+    if (device["onBus"] != true || device["runsFlash"] != true)
         return false;
-    const std::vector<BYTE> flash = FlashOf(hub);
-    std::ifstream file(strImage, std::ios::binary);
-    const std::vector<char> image((std::istreambuf_iterator<char>(file)), {});
-    const size_t nBank = hub["activeBank"] == 1 ? flash.size() / 2 : 0;
-    return hub["runsFlash"] == true && !image.empty() && image.size() <= flash.size() - nBank &&
-           std::memcmp(image.data(), flash.data() + nBank, image.size()) == 0;
+    const std::vector<BYTE> flash = FlashOf(device);
+    const std::string strWanted = ReadFile(strImage);
+    const size_t nBank = device["activeBank"] == 1 ? flash.size() / 2 : 0;
+    return !strWanted.empty() && strWanted.size() <= flash.size() - nBank &&
+           std::memcmp(strWanted.data(), flash.data() + nBank, strWanted.size()) == 0;
 }
 
 std::vector<BYTE> FlashOf(const nlohmann::json& device)

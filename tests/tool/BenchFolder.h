@@ -23,28 +23,38 @@ public:
     static std::string ReadFile(const std::string& strPath);
     std::vector<BYTE> ReadBytes(const std::string& strName) const;
 
-    /// Uses a bench for the runs that follow; its state is forgotten.
-    void UseBench(const std::string& strJson);
+    /// Uses a bench for the runs that follow; its state is forgotten. Apostrophes stand for quotes.
+    void UseBench(std::string strJson);
     void UseExample(const char* pszName);
 
     /// One hub "hub" at port 1 with an image of version 0x0100, and whatever is added to it:
-    /// hub members (", \"timing\": {...}"), members of its flash, members of the file.
+    /// hub members (", 'timing': {...}"), members of its flash, members of the file.
     void UseHub(const std::string& strMore = {}, const std::string& strFlash = {},
                 const std::string& strFile = {});
 
     /// An image of chip 0x6560 in a file of the folder. @return its path
-    std::string Image(const char* pszVersion, const std::vector<std::string>& more = {}) const;
+    std::string Image(const std::string& strVersion, const std::string& strMore = {}) const;
 
-    /// Runs a command on the bench, with its state.
+    /// Runs a command on the bench, with its state. A line is split at blanks outside of
+    /// apostrophes; "@name" is a file of the folder.
     ToolResult Run(const std::vector<std::string>& arguments) const;
+    ToolResult Type(const std::string& strLine) const;
     std::vector<std::string> Arguments(const std::vector<std::string>& arguments) const;
+    std::vector<std::string> Typed(const std::string& strLine) const;
 
-    /// What the state file says about a hub: the model is the judge.
-    nlohmann::json HubState(const std::string& strId = "hub") const;
+    /// Types a command that has to end so; then also with parts of its error's texts.
+    ToolResult Expect(int nExit, const std::string& strLine) const;
+    void Expect(int nExit, const std::string& strLine, const std::string& strWhat,
+                const std::string& strNext = {}, const std::string& strState = {}) const;
+
+    /// What the state file says about a device: the model is the judge.
+    nlohmann::json StateOf(const std::string& strId = "hub",
+                           const std::string& strList = "hubs") const;
 
     /// Whether the model is on the bus, runs flash code, and the bank that runs holds exactly this
     /// image.
-    bool Runs(const std::string& strImage, const std::string& strId = "hub") const;
+    static bool Runs(const std::string& strImage, const nlohmann::json& device);
+    bool Runs(const std::string& strImage) const { return Runs(strImage, StateOf()); }
 
 private:
     std::string m_strFolder;

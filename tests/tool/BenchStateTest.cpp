@@ -13,7 +13,7 @@ class KeptBench : public testing::Test
 protected:
     KeptBench() { m_bench.UseHub(); }
 
-    size_t Listed() const { return m_bench.Run({"--json", "list"}).Json()["hubs"].size(); }
+    size_t Listed() const { return m_bench.Type("--json list").Json()["hubs"].size(); }
 
     CBenchFolder m_bench;
 };
@@ -23,63 +23,49 @@ protected:
 TEST_F(KeptBench, RemembersWhatIsPlugged)
 {
     EXPECT_EQ(Listed(), 1u);
-    EXPECT_EQ(m_bench.Run({"bench", "unplug", "hub"}).nExit, 0);
+    m_bench.Expect(0, "bench unplug hub");
     EXPECT_EQ(Listed(), 0u);
-    EXPECT_EQ(m_bench.Run({"version"}).nExit, 3);
-    EXPECT_EQ(m_bench.Run({"bench", "plug", "hub"}).nExit, 0);
+    m_bench.Expect(3, "version");
+    m_bench.Expect(0, "bench plug hub");
     EXPECT_EQ(Listed(), 1u);
 }
 
 TEST_F(KeptBench, LosesPowerInTheMiddleOfAnUpdateAndRecoversAsTold)
 {
     const std::string strImage = m_bench.Image("0x0200");
-    ASSERT_EQ(m_bench.Run({"bench", "power-cut", "hub", "--at", "12"}).nExit, 0);
-    const ToolResult first = m_bench.Run({"--json", "update", strImage});
-    EXPECT_EQ(first.nExit, 8);
-    const nlohmann::json error = first.Json()["error"];
+    m_bench.Expect(0, "bench power-cut hub --at 12");
+    const nlohmann::json error = m_bench.Expect(8, "--json update @0x0200.bin").Json()["error"];
     EXPECT_EQ(error["phase"], "write");
     EXPECT_EQ(error["state"], "the hub is not on the bus; its flash is incomplete; its ROM code "
                               "keeps it updatable");
     EXPECT_THAT(error["next"].get<std::string>(), HasSubstr(" bench plug hub, then: zelhub"));
     EXPECT_THAT(error["next"].get<std::string>(), EndsWith(" --force"));
     EXPECT_EQ(Listed(), 0u);
-    ASSERT_EQ(m_bench.Run({"bench", "plug", "hub"}).nExit, 0);
-    EXPECT_EQ(m_bench.Run({"update", strImage, "--force"}).nExit, 0);
+    m_bench.Expect(0, "bench plug hub");
+    m_bench.Expect(0, "update @0x0200.bin --force");
     EXPECT_TRUE(m_bench.Runs(strImage));
 }
 
 TEST_F(KeptBench, KeepsAFaultUntilItHasHappenedSoOften)
 {
     // A list with details reads each hub's status once.
-    ASSERT_EQ(m_bench
-                  .Run({"bench", "fault", "hub", "--request", "status", "--nth", "1", "--times",
-                        "2", "--kind", "stall"})
-                  .nExit,
-              0);
-    const auto code = [&] {
-        return m_bench.Run({"--json", "list", "--details"}).Json()["hubs"][0]["code"];
-    };
-    EXPECT_EQ(code(), "flash") << "the first is carried";
-    EXPECT_EQ(code(), nullptr);
-    EXPECT_EQ(code(), nullptr);
-    EXPECT_EQ(code(), "flash") << "it is used up";
+    m_bench.Expect(0, "bench fault hub --request status --nth 1 --times 2 --kind stall");
+    for (const char* const pszCode : {"\"flash\"", "null", "null", "\"flash\""})
+        EXPECT_EQ(m_bench.Type("--json list --details").Json()["hubs"][0]["code"].dump(), pszCode);
 }
 
 TEST_F(KeptBench, RefusesWhatIsNotOnTheBench)
 {
-    EXPECT_EQ(m_bench.Run({"bench", "unplug", "nobody"}).nExit, 3);
+    m_bench.Expect(3, "bench unplug nobody");
     m_bench.UseExample("desk.json");
-    const ToolResult result = m_bench.Run({"bench", "fault", "keyboard", "--kind", "stall"});
-    EXPECT_EQ(result.nExit, 3);
-    EXPECT_THAT(result.strErr,
-                HasSubstr("keyboard has no model in which something could go wrong"));
+    m_bench.Expect(3, "bench fault keyboard --kind stall",
+                   "keyboard has no model in which something could go wrong");
 }
 
 TEST_F(KeptBench, SaysWhenItCannotBeKept)
 {
-    const std::string strFile = m_bench.Write("file", std::string());
     std::vector<std::string> arguments = m_bench.Arguments({"list"});
-    arguments[3] = strFile + "/state";
+    arguments[3] = m_bench.Write("file", std::string()) + "/state";
     const ToolResult result = RunTool(arguments);
     EXPECT_EQ(result.nExit, 1);
     EXPECT_THAT(result.strErr, HasSubstr("cannot be written"));
@@ -94,12 +80,12 @@ TEST_F(KeptBench, RefusesAStateWhoseFlashIsNone)
           "*65535 ====", "*65533 AA%A"}) {
         state["hubs"][0]["flash"] = pszFlash;
         (void)m_bench.Write("state", state.dump());
-        EXPECT_EQ(m_bench.Run({"list"}).nExit, 2) << pszFlash;
+        EXPECT_EQ(m_bench.Type("list").nExit, 2) << pszFlash;
     }
     state["hubs"][0]["flash"] = "*65532 AAECAw==";
     (void)m_bench.Write("state", state.dump());
-    EXPECT_EQ(m_bench.Run({"list"}).nExit, 0);
+    m_bench.Expect(0, "list");
     std::vector<BYTE> flash(65532, 0xFF);
     flash.insert(flash.end(), {0, 1, 2, 3});
-    EXPECT_EQ(FlashOf(m_bench.HubState()), flash) << "as it was, also after another saving";
+    EXPECT_EQ(FlashOf(m_bench.StateOf()), flash) << "as it was, also after another saving";
 }

@@ -13,53 +13,39 @@ namespace
 class Output : public testing::Test
 {
 protected:
-    Output() { m_bench.UseHub(R"(, "i2cMemory": 256)"); }
+    Output() { m_bench.UseHub(", 'i2cMemory': 256"); }
 
     CBenchFolder m_bench;
 };
 
-/// Every line has to be a JSON object; returns the last one.
-nlohmann::json ExpectJsonLines(const std::string& strText)
+/// Every line has to be a JSON object; returns them.
+std::vector<nlohmann::json> ExpectJsonLines(const std::string& strText)
 {
-    nlohmann::json last;
+    std::vector<nlohmann::json> all;
     std::istringstream lines(strText);
     for (std::string strLine; std::getline(lines, strLine);) {
-        last = nlohmann::json::parse(strLine, nullptr, false);
-        EXPECT_TRUE(last.is_object()) << "no JSON line: " << strLine;
-        EXPECT_EQ(last["schema"], 1);
+        all.push_back(nlohmann::json::parse(strLine, nullptr, false));
+        EXPECT_TRUE(all.back().is_object()) << "no JSON line: " << strLine;
+        EXPECT_EQ(all.back()["schema"], 1);
     }
-    return last;
+    return all;
 }
 
 } // namespace
 
 TEST_F(Output, IsOneJsonDocumentForEveryCommand)
 {
-    const std::string strImage = m_bench.Image("0x0200");
-    const std::vector<std::vector<std::string>> kCommands = {
-        {"list"},
-        {"status"},
-        {"ports"},
-        {"version"},
-        {"info", strImage},
-        {"update", strImage},
-        {"verify", strImage},
-        {"dump", m_bench.Path("dump.bin"), "--size", "65536"},
-        {"reset"},
-        {"i2c", "write", "--address", "0x10", "--data", "01 02", "--yes"},
-        {"i2c", "read", "--address", "0x10", "--length", "2"},
-        {"bench", "check"},
-        {"erase", "--yes"},
-        {"version"}, // fails: there is none any more
-    };
-    for (const std::vector<std::string>& command : kCommands) {
-        SCOPED_TRACE(command.front());
-        std::vector<std::string> arguments = {"--json"};
-        arguments.insert(arguments.end(), command.begin(), command.end());
-        const ToolResult result = m_bench.Run(arguments);
+    (void)m_bench.Image("0x0200");
+    for (const std::string strLine :
+         {"list", "status", "ports", "version", "info @0x0200.bin", "update @0x0200.bin",
+          "verify @0x0200.bin", "dump @dump.bin --size 65536", "reset",
+          "i2c write --address 0x10 --data '01 02' --yes", "i2c read --address 0x10 --length 2",
+          "bench check", "erase --yes", "version"}) { // the last fails: there is none any more
+        SCOPED_TRACE(strLine);
+        const ToolResult result = m_bench.Type("--json " + strLine);
         const nlohmann::json document = result.Json();
         EXPECT_EQ(document["schema"], 1);
-        EXPECT_EQ(document["command"], command.front());
+        EXPECT_EQ(document["command"], strLine.substr(0, strLine.find(' ')));
         EXPECT_EQ(document["exit"], result.nExit);
         EXPECT_EQ(document.contains("error"), result.nExit != 0);
         (void)ExpectJsonLines(result.strErr);
@@ -68,23 +54,20 @@ TEST_F(Output, IsOneJsonDocumentForEveryCommand)
 
 TEST_F(Output, OfAWatchIsJsonLinesWithTheDocumentLast)
 {
-    m_bench.UseHub("", "", R"(, "events": [{"atMs": 500, "unplug": "hub"},
-                                           {"atMs": 900, "plug": "hub"}])");
-    const ToolResult result = m_bench.Run({"--json", "watch"});
-    EXPECT_EQ(result.nExit, 0);
-    const nlohmann::json last = ExpectJsonLines(result.strOut);
-    EXPECT_EQ(last["command"], "watch");
+    m_bench.UseHub("", "",
+                   ", 'events': [{'atMs': 500, 'unplug': 'hub'}, {'atMs': 900, 'plug': 'hub'}]");
+    const auto lines = ExpectJsonLines(m_bench.Expect(0, "--json watch").strOut);
     std::string strEvents;
-    std::istringstream lines(result.strOut);
-    for (std::string strLine; std::getline(lines, strLine);)
-        strEvents += nlohmann::json::parse(strLine).value("event", "") + " ";
+    for (const nlohmann::json& line : lines)
+        strEvents += line.value("event", "") + " ";
     EXPECT_EQ(strEvents, "present removed arrived  ");
+    EXPECT_EQ(lines.back()["command"], "watch");
 }
 
 TEST_F(Output, MarksForeignHubsInTheList)
 {
     m_bench.UseExample("troubled.json");
-    const nlohmann::json hubs = m_bench.Run({"--json", "list", "--details"}).Json()["hubs"];
+    const nlohmann::json hubs = m_bench.Type("--json list --details").Json()["hubs"];
     ASSERT_EQ(hubs.size(), 6u);
     EXPECT_EQ(hubs[0]["kind"], "own");
     EXPECT_EQ(hubs[4]["code"], "rom");
@@ -92,91 +75,57 @@ TEST_F(Output, MarksForeignHubsInTheList)
     EXPECT_EQ(hubs[5]["reason"], "you may not open it");
     EXPECT_THAT(hubs[5]["cure"].get<std::string>(), HasSubstr(kRightToOpenHint));
     m_bench.UseExample("desk.json");
-    EXPECT_EQ(m_bench.Run({"--json", "list"}).Json()["hubs"][2]["kind"], "foreign");
+    EXPECT_EQ(m_bench.Type("--json list").Json()["hubs"][2]["kind"], "foreign");
 }
 
 TEST_F(Output, KeepsMessagesAwayFromData)
 {
-    const std::string strImage = m_bench.Image("0x0200");
-    const ToolResult quiet = m_bench.Run({"--quiet", "update", strImage});
+    (void)m_bench.Image("0x0200");
+    const ToolResult quiet = m_bench.Type("--quiet update @0x0200.bin");
     EXPECT_EQ(quiet.strErr, "");
     EXPECT_THAT(quiet.strOut, HasSubstr("updated"));
-    const ToolResult verbose = m_bench.Run({"--verbose", "version"});
+    const ToolResult verbose = m_bench.Type("--verbose version");
     EXPECT_THAT(verbose.strErr, HasSubstr("CUSBDev::Arrive, current state is UnknownState"));
     EXPECT_THAT(verbose.strOut, Not(HasSubstr("CUSBDev")));
 }
 
 TEST_F(Output, WritesItsOwnLog)
 {
-    ASSERT_EQ(m_bench.Run({"--log", m_bench.Path("log"), "version"}).nExit, 0);
+    m_bench.Expect(0, "--log @log version");
     EXPECT_THAT(m_bench.ReadText("log"), HasSubstr("In CUSBDev::Arrive, current state is"));
-    EXPECT_EQ(m_bench.Run({"--log", "/nowhere/log", "version"}).nExit, 1);
+    m_bench.Expect(1, "--log /nowhere/log version");
 }
 
 TEST_F(Output, DumpsExactlyTheFlashAndReplacesAFileOnlyWhenTold)
 {
-    const std::vector<std::string> arguments = {"dump", m_bench.Path("dump.bin"), "--size", "5000"};
-    ASSERT_EQ(m_bench.Run(arguments).nExit, 0);
+    m_bench.Expect(0, "dump @dump.bin --size 5000");
     (void)m_bench.Image("0x0100");
     std::vector<BYTE> image = m_bench.ReadBytes("0x0100.bin");
     image.resize(5000);
     EXPECT_EQ(m_bench.ReadBytes("dump.bin"), image);
-    EXPECT_EQ(m_bench.Run(arguments).nExit, 1);
-    std::vector<std::string> again = arguments;
-    again.emplace_back("--overwrite");
-    EXPECT_EQ(m_bench.Run(again).nExit, 0);
+    m_bench.Expect(1, "dump @dump.bin --size 5000");
+    m_bench.Expect(0, "dump @dump.bin --size 5000 --overwrite");
 }
 
-namespace
+TEST_F(Output, OfAUsageErrorSaysSoInJsonTooAndExitsWith2)
 {
-
-struct BadLine
-{
-    const char* pszCase;
-    std::vector<std::string> arguments;
-};
-
-const BadLine kBadLines[] = {
-    {"Nothing", {}},
-    {"UnknownCommand", {"flash"}},
-    {"UnknownOption", {"list", "--all"}},
-    {"NoImage", {"update"}},
-    {"TwoImages", {"update", "a", "b"}},
-    {"SizeThatIsNoNumber", {"dump", "f", "--size", "many"}},
-    {"SizeZero", {"dump", "f", "--size", "0"}},
-    {"NegativeTimeout", {"--timeout", "-1", "list"}},
-    {"TimeoutThatIsNoNumber", {"--timeout", "soon", "list"}},
-    {"TimeoutBeyondATimersReach", {"--timeout", "1e10", "list"}},
-    {"TimeoutNotComparable", {"--timeout", "nan", "list"}},
-    {"EraseWithoutYes", {"erase"}},
-    {"I2cWithoutDirection", {"i2c"}},
-    {"I2cWriteWithoutYes", {"i2c", "write", "--address", "0", "--data", "00"}},
-    {"I2cDataThatIsNoHex", {"i2c", "write", "--address", "0", "--data", "0x", "--yes"}},
-    {"BadVersion", {"bench", "image", "f", "--version", "new"}},
-    {"UnknownFault", {"bench", "fault", "hub", "--kind", "magic"}},
-    {"PlugWithoutABench", {"bench", "plug", "hub"}},
-};
-
-class UsageError : public testing::TestWithParam<BadLine>
-{};
-
-} // namespace
-
-TEST_P(UsageError, ExitsWith2AndSaysSoInJsonToo)
-{
-    const ToolResult text = RunTool(GetParam().arguments);
-    EXPECT_EQ(text.nExit, 2) << text.strErr;
-    EXPECT_EQ(text.strErr.rfind("error: ", 0), 0u) << text.strErr;
-    EXPECT_EQ(text.strOut, "");
-    std::vector<std::string> arguments = GetParam().arguments;
-    arguments.insert(arguments.begin(), "--json");
-    const ToolResult json = RunTool(arguments);
-    EXPECT_EQ(json.nExit, 2);
-    EXPECT_EQ(json.Json()["exit"], 2);
+    for (const char* const pszLine :
+         {"", "flash", "list --all", "update", "update a b", "dump f --size many",
+          "dump f --size 0", "--timeout -1 list", "--timeout soon list", "--timeout 1e10 list",
+          "--timeout nan list", "erase", "i2c", "i2c write --address 0 --data 00",
+          "i2c write --address 0 --data 0x --yes", "bench image f --version new",
+          "bench fault hub --kind magic", "bench plug hub"}) {
+        std::vector<std::string> arguments = m_bench.Typed(pszLine);
+        const ToolResult text = RunTool(arguments);
+        EXPECT_EQ(text.nExit, 2) << text.strErr;
+        EXPECT_EQ(text.strErr.rfind("error: ", 0), 0u) << text.strErr;
+        EXPECT_EQ(text.strOut, "");
+        arguments.insert(arguments.begin(), "--json");
+        const ToolResult json = RunTool(arguments);
+        EXPECT_EQ(json.nExit, 2) << pszLine;
+        EXPECT_EQ(json.Json()["exit"], 2);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Of, UsageError, testing::ValuesIn(kBadLines),
-                         [](const auto& test) { return test.param.pszCase; });
 
 TEST(Help, GoesToStandardOutputAndDocumentsExitStatus)
 {

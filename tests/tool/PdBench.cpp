@@ -3,14 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 
-nlohmann::json PdBench::State(const std::string& strId) const
+void PdBench::UseBenchWithFault(const std::string& strFault)
 {
-    const nlohmann::json state = nlohmann::json::parse(m_bench.ReadText("state"));
-    for (const nlohmann::json& pd : state[m_strList])
-        if (pd["id"] == strId)
-            return pd;
-    ADD_FAILURE() << "no state of " << strId;
-    return {};
+    UseBench(", 'faults': [{'" + m_strTarget + "': 'pd', " + strFault + "}]");
 }
 
 PdBench::Bytes PdBench::BankOf(const nlohmann::json& pd, unsigned nBank)
@@ -20,52 +15,45 @@ PdBench::Bytes PdBench::BankOf(const nlohmann::json& pd, unsigned nBank)
     return {it, it + kBankSize};
 }
 
-bool PdBench::Runs(const nlohmann::json& pd, const std::string& strImage) const
+std::string PdBench::Line(const std::string& strLine) const
 {
-    const Bytes image = m_bench.ReadBytes(strImage);
-    const Bytes bank = BankOf(pd, pd["activeBank"]);
-    return pd["onBus"] == true && pd["runsFlash"] == true && !image.empty() &&
-           std::equal(image.begin(), image.end(), bank.begin());
+    return m_strCommand + " " + strLine + " " + m_strSelector;
 }
 
-ToolResult PdBench::RunPd(std::vector<std::string> arguments) const
+ToolResult PdBench::Expect(int nExit, const std::string& strLine) const
 {
-    arguments.insert(arguments.begin(), {"--json", m_strCommand});
-    const std::vector<std::string> selector = Selector();
-    arguments.insert(arguments.end(), selector.begin(), selector.end());
-    return m_bench.Run(arguments);
+    return m_bench.Expect(nExit, "--json " + Line(strLine));
 }
 
-std::string PdBench::PdImage(const char* pszVersion) const
+void PdBench::Expect(int nExit, const std::string& strLine, const std::string& strWhat,
+                     const std::string& strNext, const std::string& strState) const
 {
-    (void)m_bench.Image(pszVersion, {"--chip", "0x7310", "--size", "32768"});
-    return std::string(pszVersion) + ".bin";
+    m_bench.Expect(nExit, Line(strLine), strWhat, strNext, strState);
 }
 
-std::string PdBench::UsePdFault(const std::string& strFault) const
+std::string PdBench::PdImage(const std::string& strVersion) const
 {
-    return R"(, "faults": [{")" + m_strTarget + R"(": "pd", )" + strFault + "}]";
+    return m_bench.Image(strVersion, "--chip 0x7310 --size 32768");
 }
 
 void PdBench::BreakUpdates(const std::vector<std::string>& faults)
 {
-    const std::string strImage = PdImage("0x0222");
-    (void)m_bench.Run({m_strCommand, "list"});
+    (void)m_bench.Type(m_strCommand + " list");
     const Bytes old = BankOf(State(), 0);
     for (const std::string& strFault : faults) {
         SCOPED_TRACE(strFault);
-        UseBench(UsePdFault(strFault));
-        BreakUpdate(strImage, old);
+        UseBenchWithFault(strFault);
+        BreakUpdate(old);
     }
     std::printf("%zu broken updates\n", faults.size());
 }
 
-void PdBench::BreakUpdate(const std::string& strImage, const Bytes& old)
+void PdBench::BreakUpdate(const Bytes& old)
 {
-    const ToolResult first = RunPd({"update", m_bench.Path(strImage)});
+    const ToolResult first = m_bench.Type("--json " + Line("update @0x0222.bin"));
     ASSERT_GE(first.nExit, 0) << "it crashed";
     const nlohmann::json state = State();
-    EXPECT_EQ(first.nExit == 0, Runs(state, strImage)) << first.strOut << first.strErr;
+    EXPECT_EQ(first.nExit == 0, CBenchFolder::Runs(m_strImage, state)) << first.strOut;
     Bytes bank = BankOf(state, 0);
     std::copy_n(old.begin() + kMarkAt, 2, bank.begin() + kMarkAt);
     EXPECT_TRUE(bank == old) << "the bank that ran is damaged";
@@ -73,8 +61,7 @@ void PdBench::BreakUpdate(const std::string& strImage, const Bytes& old)
         return;
     EXPECT_FALSE(first.Json()["error"]["next"].get<std::string>().empty());
     if (state["onBus"] == false)
-        (void)m_bench.Run({"bench", "plug", "pd"});
-    const ToolResult second = RunPd({"update", m_bench.Path(strImage), "--force"});
-    EXPECT_EQ(second.nExit, 0) << second.strOut << second.strErr;
-    EXPECT_TRUE(Runs(strImage));
+        (void)m_bench.Type("bench plug pd");
+    Expect(0, "update @0x0222.bin --force");
+    EXPECT_TRUE(Runs(m_strImage));
 }

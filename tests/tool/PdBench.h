@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-/// A bench with a PD controller, by whatever road it is reached. The state file says what came of
-/// the models, which are the judges.
+/// A bench with a PD controller "pd", by whatever road it is reached. The state file says what
+/// came of the models, which are the judges.
 class PdBench : public testing::Test
 {
 protected:
@@ -14,44 +14,44 @@ protected:
     static constexpr size_t kMarkAt = 0x7EF0;
 
     /// @param pszCommand "pd" @param pszList of the state file @param pszTarget of its faults
-    PdBench(const char* pszCommand, const char* pszList, const char* pszTarget)
-        : m_strCommand(pszCommand), m_strList(pszList), m_strTarget(pszTarget)
+    /// @param pszSelector what chooses it
+    PdBench(const char* pszCommand, const char* pszList, const char* pszTarget,
+            const char* pszSelector)
+        : m_strCommand(pszCommand),
+          m_strList(pszList),
+          m_strTarget(pszTarget),
+          m_strSelector(pszSelector)
     {}
 
     /// @param strMore members of the file
     virtual void UseBench(const std::string& strMore) = 0;
-    virtual std::vector<std::string> Selector() const { return {}; }
+    void UseBenchWithFault(const std::string& strFault);
 
-    /// What the state file says of a PD controller.
-    nlohmann::json State(const std::string& strId = "pd") const;
+    nlohmann::json State() const { return m_bench.StateOf("pd", m_strList); }
     static Bytes BankOf(const nlohmann::json& pd, unsigned nBank);
+    bool Runs(const std::string& strImage) const { return CBenchFolder::Runs(strImage, State()); }
 
-    /// It answers, runs flash code, and its bank begins with the image.
-    bool Runs(const nlohmann::json& pd, const std::string& strImage) const;
-    bool Runs(const std::string& strImage) const { return Runs(State(), strImage); }
+    /// As the bench's own, with a command of the PD controller's and its selector.
+    ToolResult Expect(int nExit, const std::string& strLine) const;
+    void Expect(int nExit, const std::string& strLine, const std::string& strWhat,
+                const std::string& strNext = {}, const std::string& strState = {}) const;
 
-    /// A command of the PD controller's, with --json and its selector.
-    ToolResult RunPd(std::vector<std::string> arguments) const;
-
-    /// An image for it. @return its name in the folder
-    std::string PdImage(const char* pszVersion) const;
-    std::string UsePdFault(const std::string& strFault) const;
+    /// An image for it. @return its path
+    std::string PdImage(const std::string& strVersion) const;
 
     /// Updates with each fault: done is said exactly when the model runs the image, the bank that
     /// ran stays as it was but for its mark, and a second update completes.
     void BreakUpdates(const std::vector<std::string>& faults);
 
     CBenchFolder m_bench;
+    std::string m_strImage = PdImage("0x0222");
 
 private:
-    void BreakUpdate(const std::string& strImage, const Bytes& old);
+    void BreakUpdate(const Bytes& old);
+    std::string Line(const std::string& strLine) const;
 
     std::string m_strCommand;
     std::string m_strList;
     std::string m_strTarget;
+    std::string m_strSelector;
 };
-
-inline std::string ErrorOf(const ToolResult& result)
-{
-    return result.Json()["error"]["what"];
-}

@@ -9,8 +9,7 @@ namespace
 
 struct Selection
 {
-    const char* pszCase;
-    const char* pszHub; ///< null: none given
+    const char* pszHub; ///< behind "version"
     int nExit;
     const char* pszSays; ///< on success the hub's place
 };
@@ -18,86 +17,73 @@ struct Selection
 /// The desk: #1 port 1 and #2 port 1.3 are the maker's, #3 port 4 is somebody else's, #4 and #5
 /// are SuperSpeed halves.
 const Selection kSelections[] = {
-    {"ByIndex", "#2", 0, "#USB(1)#USB(3)"},
-    {"ByInstance", "inst:13", 0, "#USB(1)#USB(3)"},
-    {"ByInstanceInHex", "inst:0xd", 0, "#USB(1)#USB(3)"},
-    {"ByPorts", "port:1.3", 0, "#USB(1)#USB(3)"},
-    {"ByPath", "path:PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(1)#USB(3)", 0, "#USB(1)#USB(3)"},
-    {"NoneAmongSeveral", nullptr, 2, "2 hubs are here and none was chosen"},
-    {"IndexBehindTheEnd", "#9", 3, "there is no hub #9"},
-    {"IndexZero", "#0", 2, "is no selector"},
-    {"UnknownInstance", "inst:99", 3, "there is no hub inst:99"},
-    {"UnknownPath", "path:nowhere", 3, "there is no hub path:nowhere"},
-    {"PartOfAPath", "path:PCIROOT(0)", 3, "there is no hub"},
-    {"UnknownPorts", "port:1.3.1", 3, "there is no hub port:1.3.1"},
-    {"NoNumber", "inst:eleven", 2, "is no selector"},
-    {"NumberTooLarge", "inst:99999999999999999999", 2, "is no selector"},
-    {"NoKind", "monitor", 2, "is no selector"},
-    {"EmptyPath", "path:", 2, "is no selector"},
-    {"ForeignHub", "#3", 3, "is not one of the maker's"},
-    {"SuperSpeedHalf", "#4", 3, "this is the SuperSpeed half of a hub"},
+    {"--hub #2", 0, "#USB(1)#USB(3)"},
+    {"--hub inst:13", 0, "#USB(1)#USB(3)"},
+    {"--hub inst:0xd", 0, "#USB(1)#USB(3)"},
+    {"--hub port:1.3", 0, "#USB(1)#USB(3)"},
+    {"--hub path:PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(1)#USB(3)", 0, "#USB(1)#USB(3)"},
+    {"", 2, "2 hubs are here and none was chosen"},
+    {"--hub #9", 3, "there is no hub #9"},
+    {"--hub #0", 2, "is no selector"},
+    {"--hub inst:99", 3, "there is no hub inst:99"},
+    {"--hub path:nowhere", 3, "there is no hub path:nowhere"},
+    {"--hub path:PCIROOT(0)", 3, "there is no hub"},
+    {"--hub port:1.3.1", 3, "there is no hub port:1.3.1"},
+    {"--hub inst:eleven", 2, "is no selector"},
+    {"--hub inst:99999999999999999999", 2, "is no selector"},
+    {"--hub monitor", 2, "is no selector"},
+    {"--hub path:", 2, "is no selector"},
+    {"--hub #3", 3, "is not one of the maker's"},
+    {"--hub #4", 3, "this is the SuperSpeed half of a hub"},
 };
 
-class Selector : public testing::TestWithParam<Selection>
+class Selector : public testing::Test
 {
 protected:
+    Selector() { m_bench.UseExample("desk.json"); }
+
     CBenchFolder m_bench;
 };
 
 } // namespace
 
-TEST_P(Selector, ChoosesOneHubOrSaysWhyNot)
+TEST_F(Selector, ChoosesOneHubOrSaysWhyNot)
 {
-    m_bench.UseExample("desk.json");
-    std::vector<std::string> arguments = {"--json", "version"};
-    if (GetParam().pszHub != nullptr)
-        arguments.insert(arguments.end(), {"--hub", GetParam().pszHub});
-    const ToolResult result = m_bench.Run(arguments);
-    EXPECT_EQ(result.nExit, GetParam().nExit) << result.strErr;
-    const nlohmann::json document = result.Json();
-    const std::string strSays = result.nExit == 0 ? document["hub"].get<std::string>()
-                                                  : document["error"]["what"].get<std::string>();
-    EXPECT_THAT(strSays, HasSubstr(GetParam().pszSays));
+    for (const Selection& selection : kSelections) {
+        const std::string strLine = std::string("version ") + selection.pszHub;
+        if (selection.nExit == 0)
+            EXPECT_THAT(m_bench.Expect(0, "--json " + strLine).Json()["hub"].get<std::string>(),
+                        HasSubstr(selection.pszSays));
+        else
+            m_bench.Expect(selection.nExit, strLine, selection.pszSays);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, Selector, testing::ValuesIn(kSelections),
-                         [](const auto& test) { return test.param.pszCase; });
-
-TEST(SelectorWithoutChoice, ShowsTheHubsWhereThereAreSeveral)
+TEST_F(Selector, ShowsTheHubsWhereThereAreSeveralAndNoneIsChosen)
 {
-    CBenchFolder bench;
-    bench.UseExample("desk.json");
-    const ToolResult result = bench.Run({"status"});
-    EXPECT_EQ(result.nExit, 2);
-    EXPECT_THAT(result.strOut, HasSubstr("#2  13        1.3   5678:4321  hub"));
+    EXPECT_THAT(m_bench.Expect(2, "status").strOut,
+                HasSubstr("#2  13        1.3   5678:4321  hub"));
 }
 
-TEST(SelectorOfPorts, IsAmbiguousAcrossControllers)
+TEST_F(Selector, OfPortsIsAmbiguousAcrossControllers)
 {
-    CBenchFolder bench;
-    bench.UseBench(R"({"schema": 1, "controllers": [{"id": "a"}, {"id": "b"}], "hubs": [
-        {"id": "left", "parent": "a", "port": 1}, {"id": "right", "parent": "b", "port": 1}]})");
-    const ToolResult result = bench.Run({"status", "--hub", "port:1"});
-    EXPECT_EQ(result.nExit, 2);
-    EXPECT_THAT(result.strErr, HasSubstr("--hub port:1 names 2 hubs"));
+    m_bench.UseBench("{'schema': 1, 'controllers': [{'id': 'a'}, {'id': 'b'}], 'hubs': ["
+                     "{'id': 'left', 'parent': 'a', 'port': 1}, "
+                     "{'id': 'right', 'parent': 'b', 'port': 1}]}");
+    m_bench.Expect(2, "status --hub port:1", "--hub port:1 names 2 hubs");
 }
 
-TEST(SelectorOfAnUnknownHub, RefusesWhatCannotBeAskedWhoMadeIt)
+TEST_F(Selector, RefusesAHubThatCannotBeAskedWhoMadeIt)
 {
-    CBenchFolder bench;
-    bench.UseExample("troubled.json");
-    const ToolResult result = bench.Run({"status", "--hub", "#6"});
-    EXPECT_EQ(result.nExit, 4);
+    m_bench.UseExample("troubled.json");
+    const ToolResult result = m_bench.Expect(4, "status --hub #6");
     EXPECT_THAT(result.strErr, HasSubstr("cannot be asked who made it: you may not open it"));
     EXPECT_THAT(result.strErr, HasSubstr(kRightToOpenHint));
 }
 
-TEST(SelectorOnAnEmptyMachine, FindsNoDeviceWhileListIsContent)
+TEST_F(Selector, FindsNoDeviceOnAnEmptyMachineWhileListIsContent)
 {
-    CBenchFolder bench;
-    bench.UseBench(R"({"schema": 1, "controllers": [{"id": "xhci"}]})");
-    EXPECT_EQ(bench.Run({"version"}).nExit, 3);
-    const ToolResult list = bench.Run({"--json", "list"});
-    EXPECT_EQ(list.nExit, 0);
-    EXPECT_EQ(list.Json()["hubs"], nlohmann::json::array());
+    m_bench.UseBench("{'schema': 1, 'controllers': [{'id': 'xhci'}]}");
+    m_bench.Expect(3, "version");
+    EXPECT_EQ(m_bench.Expect(0, "--json list").Json()["hubs"], nlohmann::json::array());
 }

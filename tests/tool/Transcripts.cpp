@@ -4,23 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 namespace
 {
-
-struct Transcript
-{
-    const char* pszFile;
-    std::vector<std::string> arguments;
-};
-
-std::string Whole(const std::string& strPath)
-{
-    std::ifstream file(strPath, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// The folder differs from run to run.
 std::string WithoutFolder(std::string strText, const std::string& strFolder)
@@ -36,23 +21,22 @@ void ExpectTheTranscripts(const std::string& strProgram, const std::vector<std::
 {
     CBenchFolder bench;
     bench.UseExample("dock.json");
-    const Transcript transcripts[] = {
-        {"list", {"list", "--details"}},
-        {"list-json", {"--json", "list"}},
-        {"update", {"update", bench.Image("0x0200")}},
-        {"pd-list", {"pd", "list"}},
-    };
+    (void)bench.Image("0x0200");
+    const std::pair<const char*, const char*> transcripts[] = {{"list", "list --details"},
+                                                               {"list-json", "--json list"},
+                                                               {"update", "update @0x0200.bin"},
+                                                               {"pd-list", "pd list"}};
     CToolProcess::Setting setting;
     setting.strProgram = strProgram;
-    for (const Transcript& transcript : transcripts) {
-        SCOPED_TRACE(transcript.pszFile);
-        std::vector<std::string> arguments = bench.Arguments(transcript.arguments);
+    for (const auto& [pszFile, pszLine] : transcripts) {
+        SCOPED_TRACE(pszFile);
+        std::vector<std::string> arguments = bench.Arguments(bench.Typed(pszLine));
         arguments.insert(arguments.begin(), road.begin(), road.end());
         const ToolResult result = CToolProcess(arguments, setting).Finish();
         const std::string strSaid =
             WithoutFolder(result.strOut + "--\n" + result.strErr, bench.Path(""));
         EXPECT_EQ(result.nExit, 0);
-        EXPECT_EQ(strSaid, Whole(std::string(ZELHUB_SOURCE_DIR) + "/tests/tool/transcripts/" +
-                                 transcript.pszFile + ".txt"));
+        EXPECT_EQ(strSaid, CBenchFolder::ReadFile(std::string(ZELHUB_SOURCE_DIR) +
+                                                  "/tests/tool/transcripts/" + pszFile + ".txt"));
     }
 }

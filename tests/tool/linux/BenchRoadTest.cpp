@@ -1,15 +1,11 @@
 #include "tool/BenchFolder.h"
 
-#include <gmock/gmock.h>
-
-using testing::HasSubstr;
+#include <gtest/gtest.h>
 
 TEST(BenchRoad, OfTheDriverNeedsWindows)
 {
     CBenchFolder bench;
     bench.UseHub();
-    const ToolResult result = bench.Run({"--bench-road", "driver", "list"});
-    EXPECT_EQ(result.nExit, 2);
-    EXPECT_THAT(result.strErr, HasSubstr("--bench-road driver needs Windows"));
-    EXPECT_EQ(bench.Run({"--bench-road", "simulated", "list"}).nExit, 0);
+    bench.Expect(2, "--bench-road driver list", "--bench-road driver needs Windows");
+    bench.Expect(0, "--bench-road simulated list");
 }

@@ -14,78 +14,72 @@ namespace
 class Interrupted : public testing::Test
 {
 protected:
-    Interrupted() { m_bench.UseHub(R"(, "timing": {"returnMs": 800})"); }
+    Interrupted() { m_bench.UseHub(", 'timing': {'returnMs': 800}"); }
 
     /// A hub whose update begins with writing: it needs no reset to ROM code.
-    void UseDualBank() { m_bench.UseHub(R"(, "timing": {"returnMs": 100})", R"(, "banks": 2)"); }
+    void UseDualBank() { m_bench.UseHub(", 'timing': {'returnMs': 100}", ", 'banks': 2"); }
 
-    std::vector<std::string> UpdateAt(const char* pszPace)
+    /// Starts a command and sends it each signal once it has said the text before it.
+    ToolResult Interrupt(const std::string& strLine,
+                         const std::vector<std::pair<const char*, int>>& signals) const
     {
-        return m_bench.Arguments(
-            {"--json", "--bench-pace", pszPace, "update", m_bench.Image("0x0200")});
+        CToolProcess process(m_bench.Arguments(m_bench.Typed(strLine)));
+        for (const auto& [pszSaid, nSignal] : signals) {
+            EXPECT_TRUE(process.WaitForError(pszSaid));
+            process.Signal(nSignal);
+        }
+        return process.Finish();
     }
 
     CBenchFolder m_bench;
+    std::string m_strOld = m_bench.Image("0x0100");
+    std::string m_strImage = m_bench.Image("0x0200");
 };
 
-nlohmann::json Last(const std::string& strOut)
-{
-    return nlohmann::json::parse(strOut, nullptr, false);
-}
+constexpr const char* kHalf = "\"write\",\"percent\":40";
 
 } // namespace
 
 TEST_F(Interrupted, StopsAtTheNextStepBeforeFlashIsTouchedAndRestartsTheOldFirmware)
 {
-    CToolProcess process(UpdateAt("2"));
-    ASSERT_TRUE(process.WaitForError("reset to ROM code"));
-    process.Signal(SIGINT);
-    const ToolResult result = process.Finish();
+    const ToolResult result =
+        Interrupt("--json --bench-pace 2 update @0x0200.bin", {{"reset to ROM code", SIGINT}});
     EXPECT_EQ(result.nExit, 1);
     EXPECT_THAT(result.strErr, HasSubstr("stopping before the flash is touched"));
     EXPECT_EQ(result.Json()["error"]["what"], "interrupted before the flash was touched");
-    EXPECT_TRUE(m_bench.Runs(m_bench.Image("0x0100"))) << "the old firmware runs again";
+    EXPECT_TRUE(m_bench.Runs(m_strOld)) << "the old firmware runs again";
 }
 
 TEST_F(Interrupted, GoesOnToItsEndOnceFlashIsTouched)
 {
     UseDualBank();
-    CToolProcess process(UpdateAt("1"));
-    ASSERT_TRUE(process.WaitForError("\"write\",\"percent\":40"));
-    process.Signal(SIGINT);
-    const ToolResult result = process.Finish();
+    const ToolResult result =
+        Interrupt("--json --bench-pace 1 update @0x0200.bin", {{kHalf, SIGINT}});
     EXPECT_EQ(result.nExit, 0) << result.strErr;
     EXPECT_THAT(result.strErr, HasSubstr("press Ctrl-C again to leave at once"));
-    EXPECT_TRUE(m_bench.Runs(m_bench.Path("0x0200.bin")));
+    EXPECT_TRUE(m_bench.Runs(m_strImage));
 }
 
 TEST_F(Interrupted, TwiceLeavesAtOnceWithTheStateAndHowToRecover)
 {
     UseDualBank();
-    CToolProcess process(UpdateAt("0.1"));
-    ASSERT_TRUE(process.WaitForError("\"write\",\"percent\":40"));
-    process.Signal(SIGINT);
-    ASSERT_TRUE(process.WaitForError("press Ctrl-C again"));
-    process.Signal(SIGINT);
-    const ToolResult result = process.Finish();
+    const ToolResult result = Interrupt("--json --bench-pace 0.1 update @0x0200.bin",
+                                        {{kHalf, SIGINT}, {"press Ctrl-C again", SIGINT}});
     EXPECT_EQ(result.nExit, 6);
     EXPECT_THAT(result.strErr, HasSubstr("left at once"));
     EXPECT_THAT(result.strErr, HasSubstr("its other bank is incomplete"));
     const nlohmann::json error = result.Json()["error"];
     EXPECT_EQ(error["phase"], "write");
     EXPECT_THAT(error["next"].get<std::string>(), HasSubstr("0x0200.bin --hub 'path:PCIROOT(0)"));
-    // What it says to type does it.
-    EXPECT_EQ(m_bench.Run({"update", m_bench.Path("0x0200.bin")}).nExit, 0);
-    EXPECT_TRUE(m_bench.Runs(m_bench.Path("0x0200.bin")));
+    m_bench.Expect(0, "update @0x0200.bin"); // what it says to type does it
+    EXPECT_TRUE(m_bench.Runs(m_strImage));
 }
 
 TEST_F(Interrupted, ByTheTimeLimitLeavesWithTheStateAsWell)
 {
-    m_bench.UseHub(R"(, "timing": {"returnMs": 9000})");
-    CToolProcess process(m_bench.Arguments(
-        {"--json", "--timeout", "1", "--bench-pace", "real", "update", m_bench.Image("0x0200")}));
-    const ToolResult result = process.Finish();
-    EXPECT_EQ(result.nExit, 8);
+    m_bench.UseHub(", 'timing': {'returnMs': 9000}");
+    const ToolResult result =
+        m_bench.Expect(8, "--json --timeout 1 --bench-pace real update @0x0200.bin");
     EXPECT_THAT(result.strErr, HasSubstr("the time of --timeout is over"));
     EXPECT_THAT(result.Json()["error"]["state"].get<std::string>(),
                 HasSubstr("its flash was not touched"));
@@ -93,44 +87,34 @@ TEST_F(Interrupted, ByTheTimeLimitLeavesWithTheStateAsWell)
 
 TEST_F(Interrupted, EndsAWatchWell)
 {
-    CToolProcess process(m_bench.Arguments({"--verbose", "--bench-pace", "real", "watch"}));
-    ASSERT_TRUE(process.WaitForError("CRootHubFilter::Filter"));
-    process.Signal(SIGINT);
-    const ToolResult result = process.Finish();
+    const ToolResult result =
+        Interrupt("--verbose --bench-pace real watch", {{"CRootHubFilter::Filter", SIGINT}});
     EXPECT_EQ(result.nExit, 0);
     EXPECT_THAT(result.strOut, HasSubstr("present"));
 }
 
 TEST_F(Interrupted, StopsReadingWithoutAFile)
 {
-    CToolProcess process(m_bench.Arguments(
-        {"--bench-pace", "0.05", "dump", m_bench.Path("dump.bin"), "--size", "65536"}));
-    ASSERT_TRUE(process.WaitForError("read"));
-    process.Signal(SIGTERM);
-    const ToolResult result = process.Finish();
-    EXPECT_EQ(result.nExit, 1);
+    EXPECT_EQ(Interrupt("--bench-pace 0.05 dump @dump.bin --size 65536", {{"read", SIGTERM}}).nExit,
+              1);
     EXPECT_EQ(m_bench.ReadText("dump.bin"), "");
 }
 
 TEST_F(Interrupted, ASecondUpdateOfTheSameHubIsRefusedAndTheFirstGoesOn)
 {
     UseDualBank();
-    CToolProcess first(UpdateAt("0.3"));
+    CToolProcess first(
+        m_bench.Arguments(m_bench.Typed("--json --bench-pace 0.3 update @0x0200.bin")));
     ASSERT_TRUE(first.WaitForError("\"write\""));
-    const ToolResult second = m_bench.Run({"--json", "update", m_bench.Path("0x0200.bin")});
-    EXPECT_EQ(second.nExit, 4);
-    EXPECT_THAT(Last(second.strOut)["error"]["what"].get<std::string>(),
-                HasSubstr("another zelhub is working on the hub at PCIROOT(0)"));
+    m_bench.Expect(4, "update @0x0200.bin", "another zelhub is working on the hub at PCIROOT(0)");
     EXPECT_EQ(first.Finish().nExit, 0);
 }
 
 TEST_F(Interrupted, TheLockEndsWithItsProcessHoweverThatEnds)
 {
-    {
-        CToolProcess first(UpdateAt("1"));
-        ASSERT_TRUE(first.WaitForError("reset to ROM code"));
-        first.Signal(SIGKILL);
-        EXPECT_EQ(first.Finish().nExit, -SIGKILL);
-    }
-    EXPECT_EQ(m_bench.Run({"update", m_bench.Path("0x0200.bin")}).nExit, 0);
+    EXPECT_EQ(
+        Interrupt("--json --bench-pace 1 update @0x0200.bin", {{"reset to ROM code", SIGKILL}})
+            .nExit,
+        -SIGKILL);
+    m_bench.Expect(0, "update @0x0200.bin");
 }

@@ -14,44 +14,43 @@ class Terminal : public testing::Test
 protected:
     Terminal() { m_bench.UseHub(); }
 
+    /// What is said on a terminal.
+    std::string SaidTo(const std::string& strLine, const char* pszNoColour)
+    {
+        CToolProcess::Setting setting;
+        setting.bTerminal = true;
+        setting.environment = {"TERM=xterm", pszNoColour};
+        return CToolProcess(m_bench.Arguments(m_bench.Typed(strLine)), setting).Finish().strErr;
+    }
+
     CBenchFolder m_bench;
+    std::string m_strOld = m_bench.Image("0x0100");
+    std::string m_strImage = m_bench.Image("0x0200");
 };
 
-class OddFile : public Terminal
-{};
+using OddFile = Terminal;
 
 } // namespace
 
 TEST_F(Terminal, DrawsABarOnATerminalAndLinesElsewhere)
 {
-    const std::string strImage = m_bench.Image("0x0200");
-    CToolProcess::Setting terminal;
-    terminal.bTerminal = true;
-    terminal.environment = {"TERM=xterm", "NO_COLOR="};
-    const ToolResult bar = CToolProcess(m_bench.Arguments({"update", strImage}), terminal).Finish();
-    EXPECT_THAT(bar.strErr, HasSubstr("\r[############............]  50 % write, "));
-    EXPECT_THAT(bar.strErr, HasSubstr(" KiB/s"));
-    const ToolResult lines = m_bench.Run({"update", strImage, "--force"});
-    EXPECT_THAT(lines.strErr, HasSubstr(" 50 % write\n"));
-    EXPECT_THAT(lines.strErr, Not(HasSubstr("\r")));
+    EXPECT_THAT(
+        SaidTo("update @0x0200.bin", "NO_COLOR="),
+        AllOf(HasSubstr("\r[############............]  50 % write, "), HasSubstr(" KiB/s")));
+    EXPECT_THAT(m_bench.Type("update @0x0200.bin --force").strErr,
+                AllOf(HasSubstr(" 50 % write\n"), Not(HasSubstr("\r"))));
 }
 
 TEST_F(Terminal, ColoursErrorsOnATerminalUnlessTold)
 {
-    const std::vector<std::string> arguments = m_bench.Arguments({"status", "--hub", "#7"});
-    CToolProcess::Setting setting;
-    setting.bTerminal = true;
-    setting.environment = {"TERM=xterm", "NO_COLOR="};
-    EXPECT_THAT(CToolProcess(arguments, setting).Finish().strErr, HasSubstr("\033[31m"));
-    setting.environment = {"TERM=xterm", "NO_COLOR=1"};
-    EXPECT_THAT(CToolProcess(arguments, setting).Finish().strErr, Not(HasSubstr("\033[31m")));
+    EXPECT_THAT(SaidTo("status --hub #7", "NO_COLOR="), HasSubstr("\033[31m"));
+    EXPECT_THAT(SaidTo("status --hub #7", "NO_COLOR=1"), Not(HasSubstr("\033[31m")));
 }
 
 TEST_F(OddFile, FailsWhenTheDiskIsFull)
 {
-    const ToolResult dump = m_bench.Run({"dump", "/dev/full", "--size", "65536"});
-    EXPECT_EQ(dump.nExit, 1);
-    EXPECT_THAT(dump.strErr, HasSubstr("/dev/full cannot be written: No space left on device"));
+    m_bench.Expect(1, "dump /dev/full --size 65536",
+                   "/dev/full cannot be written: No space left on device");
     CToolProcess::Setting full;
     full.strOutFile = "/dev/full";
     EXPECT_EQ(CToolProcess(m_bench.Arguments({"list"}), full).Finish().nExit, 1);
@@ -59,14 +58,11 @@ TEST_F(OddFile, FailsWhenTheDiskIsFull)
 
 TEST_F(OddFile, StopsBeforeFlashIsTouchedWhenTheBackupCannotBeWritten)
 {
-    const std::string strImage = m_bench.Image("0x0200");
-    EXPECT_EQ(m_bench.Run({"update", strImage, "--backup", "/dev/full"}).nExit, 1);
-    EXPECT_TRUE(m_bench.Runs(m_bench.Image("0x0100")));
+    m_bench.Expect(1, "update @0x0200.bin --backup /dev/full");
+    EXPECT_TRUE(m_bench.Runs(m_strOld));
 }
 
 TEST_F(OddFile, IsNoImage)
 {
-    const ToolResult result = m_bench.Run({"update", "/dev/null"});
-    EXPECT_EQ(result.nExit, 5);
-    EXPECT_THAT(result.strErr, HasSubstr("is not a regular file"));
+    m_bench.Expect(5, "update /dev/null", "is not a regular file");
 }

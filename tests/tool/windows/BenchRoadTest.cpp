@@ -19,13 +19,13 @@ class BenchRoad : public testing::Test
 protected:
     BenchRoad() { m_bench.UseHub(); }
 
-    ToolResult OnDriver(const std::vector<std::string>& arguments) const
+    ToolResult OnDriver(const std::string& strLine) const
     {
         CToolProcess::Setting setting;
         setting.strProgram = ZELHUB_BENCH_TOOL;
-        std::vector<std::string> all = m_bench.Arguments(arguments);
-        all.insert(all.begin(), {"--bench-road", "driver"});
-        return CToolProcess(all, setting).Finish();
+        return CToolProcess(m_bench.Arguments(m_bench.Typed("--bench-road driver " + strLine)),
+                            setting)
+            .Finish();
     }
 
     CBenchFolder m_bench;
@@ -40,23 +40,22 @@ TEST_F(BenchRoad, OfTheDriverSaysTheSame)
 
 TEST_F(BenchRoad, OfTheDriverKeepsTheSameState)
 {
-    const std::string strImage = m_bench.Image("0x0200");
-    ASSERT_EQ(m_bench.Run({"update", strImage}).nExit, 0);
+    (void)m_bench.Image("0x0200");
+    m_bench.Expect(0, "update @0x0200.bin");
     const std::string strSimulated = m_bench.ReadText("state");
     m_bench.UseHub();
-    const ToolResult result = OnDriver({"update", strImage});
+    const ToolResult result = OnDriver("update @0x0200.bin");
     EXPECT_EQ(result.nExit, 0) << result.strErr;
     EXPECT_EQ(m_bench.ReadText("state"), strSimulated);
 }
 
 TEST_F(BenchRoad, OfTheDriverHasTheFaultsOfTheBench)
 {
-    m_bench.UseHub("", "", R"(, "faults": [{"hub": "hub", "powerCut": 8}])");
+    m_bench.UseHub("", "", ", 'faults': [{'hub': 'hub', 'powerCut': 8}]");
     const std::string strImage = m_bench.Image("0x0200");
-    const ToolResult first = OnDriver({"update", strImage});
-    EXPECT_EQ(first.nExit, 8) << first.strErr;
-    ASSERT_EQ(m_bench.Run({"bench", "plug", "hub"}).nExit, 0);
-    EXPECT_EQ(OnDriver({"update", strImage, "--force"}).nExit, 0);
+    EXPECT_EQ(OnDriver("update @0x0200.bin").nExit, 8);
+    m_bench.Expect(0, "bench plug hub");
+    EXPECT_EQ(OnDriver("update @0x0200.bin --force").nExit, 0);
     EXPECT_TRUE(m_bench.Runs(strImage));
 }
 
@@ -67,15 +66,14 @@ TEST_F(BenchRoad, OfTheDriverNeedsTheLibraryThatCarriesIt)
     RealPlatform().FileSystem().SystemFolder(szFolder, 260);
     RealPlatform().FileSystem().Remove(
         (WString(szFolder) + WTEXT("\\drivers\\ZelUpx.sys")).c_str());
-    const ToolResult result = m_bench.Run({"--bench-road", "driver", "list"});
-    EXPECT_EQ(result.nExit, 4);
+    const ToolResult result = m_bench.Expect(4, "--bench-road driver list");
     EXPECT_THAT(result.strErr, HasSubstr("the hub driver could not be started"));
     EXPECT_THAT(result.strErr, HasSubstr("carries a stand-in instead of a driver"));
 }
 
 TEST_F(BenchRoad, NamesItsDriver)
 {
-    EXPECT_THAT(OnDriver({"--version"}).strOut, HasSubstr("carries the bench driver"));
+    EXPECT_THAT(OnDriver("--version").strOut, HasSubstr("carries the bench driver"));
 }
 
 // The library would end the process: its log's path has to fit 260 bytes.
