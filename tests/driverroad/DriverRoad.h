@@ -2,18 +2,15 @@
 
 #include "api/zelhub.h"
 #include "api/zelhub_bench.h"
-#include "dev/CHubDev.h"
-#include "find/CHubFind.h"
-#include "flow/CUniversalFlow.h"
 #include "platform/IFileSystem.h"
 #include "platform/IServiceManager.h"
 #include "sim/driver/CBenchBus.h"
 #include "sim/driver/CBenchRoad.h"
+#include "support/HubJob.h"
 #include "wire/DriverNames.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -50,27 +47,4 @@ protected:
     CBenchBus m_bus;
     CSimMachine m_machine{m_bus.Shared()};
     CBenchRoad m_road{m_machine};
-};
-
-/// What a host keeps for the bench's hub.
-struct BenchJob
-{
-    explicit BenchJob(const CSimNode& node) : pDev(GetHubDev())
-    {
-        WString strPath = node.Spec().locationPaths.front();
-        pDev->SetTopo(strPath.data());
-        finder.Attach(pDev.get());
-        pFlow.reset(GetUniversalFlow(&finder, pDev.get()));
-    }
-    ~BenchJob()
-    {
-        (void)finder.DummyRemove(pDev.get());
-        finder.Detach(pDev.get());
-    }
-    BenchJob(const BenchJob&) = delete;
-    BenchJob& operator=(const BenchJob&) = delete;
-
-    CHubFind finder;
-    std::unique_ptr<CHubDev> pDev;
-    std::unique_ptr<CUniversalFlow> pFlow;
 };

@@ -2,6 +2,7 @@
 #include "NormalisedLog.h"
 
 #include <fstream>
+#include <functional>
 
 namespace
 {
@@ -20,10 +21,17 @@ std::string NewImageFile()
     return strPath;
 }
 
-bool Update(const CSimNode& node, const std::string& strFile)
+/// What the library does with the simulated machine. @return the requests that the driver got
+std::string OnTheSimulatedMachine(CSimMachine& machine, const std::function<void()>& work)
 {
-    BenchJob job(node);
-    return job.pFlow->InitFwFinder(strFile) && job.pFlow->DevUpdate();
+    ZelSetPlatform(&machine);
+    EXPECT_TRUE(XH_InitDevice(true));
+    work();
+    XH_UnInitDevice();
+    std::string strRequests;
+    for (const std::string& strLine : machine.Driver().Lines())
+        strRequests += strLine + "\n";
+    return strRequests;
 }
 
 TEST_F(DriverRoad, ServiceIsMadeStartedStoppedAndDeleted)
@@ -51,63 +59,20 @@ TEST_F(DriverRoad, HubIsListedThroughTheDriver)
     XH_FreeAllDevice(pHubs);
 }
 
-TEST_F(DriverRoad, UpdateSendsTheDriverWhatItSendsTheSimulatedMachine)
-{
-    const std::string strFile = NewImageFile();
-    ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(Update(m_bus.HubNode(), strFile));
-    const std::string strDriver = m_road.RequestLog();
-    USHORT wVersion = 0;
-    EXPECT_TRUE(BenchJob(m_bus.HubNode()).pFlow->DevReadVersion(wVersion));
-    EXPECT_EQ(wVersion, 0x0222);
-    XH_UnInitDevice();
-
-    CBenchBus bus;
-    CSimMachine machine(bus.Shared());
-    ZelSetPlatform(&machine);
-    ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(Update(bus.HubNode(), strFile));
-    std::string strSimulated;
-    for (const std::string& strLine : machine.Driver().Lines())
-        strSimulated += strLine + "\n";
-    XH_UnInitDevice();
-    ZelSetPlatform(&m_road);
-
-    EXPECT_TRUE(bus.Hub().Runs(NewImage()));
-    EXPECT_GT(strDriver.size(), 1000u);
-    EXPECT_EQ(strDriver, strSimulated);
-}
-
-TEST_F(DriverRoad, EraseSendsTheDriverWhatItSendsTheSimulatedMachine)
-{
-    ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(BenchJob(m_bus.HubNode()).pFlow->DevErase());
-    const std::string strDriver = m_road.RequestLog();
-    XH_UnInitDevice();
-
-    CBenchBus bus;
-    CSimMachine machine(bus.Shared());
-    ZelSetPlatform(&machine);
-    ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(BenchJob(bus.HubNode()).pFlow->DevErase());
-    std::string strSimulated;
-    for (const std::string& strLine : machine.Driver().Lines())
-        strSimulated += strLine + "\n";
-    XH_UnInitDevice();
-    ZelSetPlatform(&m_road);
-
-    EXPECT_FALSE(bus.Hub().RunsFlash());
-    EXPECT_EQ(strDriver, strSimulated);
-}
-
 // What the two logs say differently, and nothing else: the stamps and the interfaces' handles.
-TEST_F(DriverRoad, UpdateIsLoggedAsOnTheSimulatedMachine)
+TEST_F(DriverRoad, UpdateSendsAndLogsWhatItDoesOnTheSimulatedMachine)
 {
     const std::string strFile = NewImageFile();
     ASSERT_TRUE(XH_InitDevice(true));
-    EXPECT_TRUE(Update(m_bus.HubNode(), strFile));
+    EXPECT_TRUE(HubJob(m_bus.HubNode()).Update(strFile));
+    const std::string strDriver = m_road.RequestLog();
     XH_UnInitDevice();
     const std::string strReal = NormalisedLog(Log());
+    ASSERT_TRUE(XH_InitDevice(false));
+    USHORT wVersion = 0;
+    EXPECT_TRUE(HubJob(m_bus.HubNode()).pFlow->DevReadVersion(wVersion));
+    EXPECT_EQ(wVersion, 0x0222);
+    XH_UnInitDevice();
 
     CBenchBus bus;
     CSimMachine machine(bus.Shared());
@@ -118,16 +83,33 @@ TEST_F(DriverRoad, UpdateIsLoggedAsOnTheSimulatedMachine)
     Files().TemporaryFolder(szTemporary, 260);
     machine.FileSystem().SetTemporaryFolder(szTemporary);
     machine.Volume().AddFolder(szTemporary);
-    ZelSetPlatform(&machine);
-    ASSERT_TRUE(XH_InitDevice(true));
-    EXPECT_TRUE(Update(bus.HubNode(), strFile));
-    XH_UnInitDevice();
-    ZelSetPlatform(&m_road);
     const std::string strSimulated =
-        NormalisedLog(LinesBehindStamps(machine.HostFiles().Text("/host/info.txt")));
+        OnTheSimulatedMachine(machine, [&] { EXPECT_TRUE(HubJob(bus.HubNode()).Update(strFile)); });
+    ZelSetPlatform(&m_road);
 
+    EXPECT_TRUE(bus.Hub().Runs(NewImage()));
+    EXPECT_GT(strDriver.size(), 1000u);
+    EXPECT_EQ(strDriver, strSimulated);
     EXPECT_GT(strReal.size(), 10000u);
-    EXPECT_EQ(strReal, strSimulated);
+    EXPECT_EQ(strReal,
+              NormalisedLog(LinesBehindStamps(machine.HostFiles().Text("/host/info.txt"))));
+}
+
+TEST_F(DriverRoad, EraseSendsTheDriverWhatItSendsTheSimulatedMachine)
+{
+    ASSERT_TRUE(XH_InitDevice(false));
+    EXPECT_TRUE(HubJob(m_bus.HubNode()).pFlow->DevErase());
+    const std::string strDriver = m_road.RequestLog();
+    XH_UnInitDevice();
+
+    CBenchBus bus;
+    CSimMachine machine(bus.Shared());
+    machine.HostFiles().UseMemory();
+    EXPECT_EQ(strDriver, OnTheSimulatedMachine(machine, [&] {
+                  EXPECT_TRUE(HubJob(bus.HubNode()).pFlow->DevErase());
+              }));
+    ZelSetPlatform(&m_road);
+    EXPECT_FALSE(bus.Hub().RunsFlash());
 }
 
 struct Installed

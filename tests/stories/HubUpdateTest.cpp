@@ -10,19 +10,20 @@ namespace
 class UpdatingHost : public StoryTest
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(XH_InitDevice(false)); }
-
-    /// The whole road of a host, from the file on.
-    static bool Update(const StoryHub& hub, const std::string& strFile)
+    void SetUp() override
     {
-        HubJob job(hub);
-        return job.pFlow->InitFwFinder(strFile) && job.pFlow->DevUpdate();
+        Offer("new.bin", m_new);
+        ASSERT_TRUE(XH_InitDevice(false));
     }
 
-    static USHORT VersionOf(const StoryHub& hub, USHORT wBefore)
+    static bool Update(const StoryHub& hub, const char* pszFile = "new.bin")
     {
-        HubJob job(hub);
-        EXPECT_TRUE(job.pFlow->DevReadVersion(wBefore));
+        return HubJob(*hub.pNode).Update(pszFile);
+    }
+
+    static USHORT VersionOf(const StoryHub& hub, USHORT wBefore = 0)
+    {
+        EXPECT_TRUE(HubJob(*hub.pNode).pFlow->DevReadVersion(wBefore));
         return wBefore;
     }
 };
@@ -30,11 +31,10 @@ protected:
 TEST_F(UpdatingHost, SeesTheProgressAndTheNewVersion)
 {
     const StoryHub hub = AddHub(1);
-    Offer("new.bin", m_new);
-    EXPECT_EQ(VersionOf(hub, 0), 0x0111);
+    EXPECT_EQ(VersionOf(hub), 0x0111);
     {
         CHostView view;
-        HubJob job(hub);
+        HubJob job(*hub.pNode);
         USHORT wImage = 0;
         ASSERT_TRUE(job.pFlow->InitFwFinder("new.bin"));
         EXPECT_TRUE(job.pFlow->DevReadBINVersion(wImage, 1));
@@ -48,7 +48,7 @@ TEST_F(UpdatingHost, SeesTheProgressAndTheNewVersion)
         EXPECT_THAT(view.m_results, IsEmpty());
         EXPECT_GE(view.m_nLongestCount, 9);
     }
-    EXPECT_EQ(VersionOf(hub, 0), 0x0222);
+    EXPECT_EQ(VersionOf(hub), 0x0222);
     EXPECT_TRUE(hub.pChip->Runs(m_new));
     EXPECT_EQ(hub.pChip->Misuse().Text(), "");
     XH_UnInitDevice();
@@ -60,9 +60,8 @@ TEST_F(UpdatingHost, TwoBanksAreUpdatedWithoutARestartIntoRom)
     SimHubSettings settings;
     settings.bDualBank = true;
     const StoryHub hub = AddHub(1, settings);
-    Offer("new.bin", m_new);
 
-    EXPECT_TRUE(Update(hub, "new.bin"));
+    EXPECT_TRUE(Update(hub));
 
     EXPECT_TRUE(hub.pChip->Runs(m_new));
     EXPECT_EQ(hub.pChip->Banks().ActiveBank(), 1u);
@@ -82,16 +81,15 @@ TEST_F(UpdatingHost, OneOfSeveralHubsIsUpdatedAndTheOthersAreLeftAlone)
     std::vector<StoryHub> hubs;
     for (unsigned nPort = 1; nPort <= 4; ++nPort)
         hubs.push_back(AddHub(nPort));
-    Offer("new.bin", m_new);
 
-    EXPECT_TRUE(Update(hubs[2], "new.bin"));
+    EXPECT_TRUE(Update(hubs[2]));
 
     for (std::size_t i = 0; i < hubs.size(); ++i) {
         EXPECT_TRUE(hubs[i].pChip->Runs(i == 2 ? m_new : m_old)) << i;
         EXPECT_EQ(hubs[i].pChip->FlashOperations() != 0, i == 2) << i;
     }
     for (const StoryHub& hub : hubs)
-        EXPECT_TRUE(Update(hub, "new.bin"));
+        EXPECT_TRUE(Update(hub));
     for (const StoryHub& hub : hubs)
         EXPECT_TRUE(hub.pChip->Runs(m_new));
 }
@@ -99,44 +97,24 @@ TEST_F(UpdatingHost, OneOfSeveralHubsIsUpdatedAndTheOthersAreLeftAlone)
 TEST_F(UpdatingHost, AHubBehindAHubIsFoundByItsPlace)
 {
     const StoryHub outer = AddHub(1);
-    StoryHub inner;
-    inner.pChip = std::make_unique<CSimHub>(m_machine.Time());
-    inner.pNode = &m_machine.Tree().AddHub(*outer.pNode, 4, {}, inner.pChip.get());
-    inner.pChip->AddPort(inner.pNode);
-    inner.pChip->LoadImage(m_old);
-    Offer("new.bin", m_new);
+    const StoryHub inner = AddHub(4, {}, outer.pNode);
 
-    EXPECT_TRUE(Update(inner, "new.bin"));
+    EXPECT_TRUE(Update(inner));
     EXPECT_TRUE(inner.pChip->Runs(m_new));
     EXPECT_TRUE(outer.pChip->Runs(m_old));
 
     // The outer hub takes the inner one along while it restarts; both are back in the end.
-    EXPECT_TRUE(Update(outer, "new.bin"));
+    EXPECT_TRUE(Update(outer));
     EXPECT_TRUE(outer.pChip->Runs(m_new));
-    EXPECT_EQ(VersionOf(inner, 0), 0x0222);
-}
-
-TEST_F(UpdatingHost, AReturnUnderAnotherNumberIsFollowed)
-{
-    const StoryHub hub = AddHub(1);
-    const DWORD before = hub.DevInst();
-    hub.pChip->SetReturn({50'000, 2'000'000, true, false});
-    hub.pNode->SetNextDevInst(before + 77);
-    Offer("new.bin", m_new);
-
-    EXPECT_TRUE(Update(hub, "new.bin"));
-
-    EXPECT_TRUE(hub.pChip->Runs(m_new));
-    EXPECT_NE(hub.DevInst(), before);
+    EXPECT_EQ(VersionOf(inner), 0x0222);
 }
 
 TEST_F(UpdatingHost, AnErasedHubStaysInRomUntilItIsUpdated)
 {
     const StoryHub hub = AddHub(1);
-    Offer("new.bin", m_new);
     {
         CHostView view;
-        HubJob job(hub);
+        HubJob job(*hub.pNode);
         EXPECT_TRUE(job.pFlow->DevErase());
         EXPECT_THAT(view.m_progress, ElementsAre(0, 30, 100, 0));
         EXPECT_THAT(view.m_results, ElementsAre("1 Erase flash success\n"));
@@ -147,54 +125,44 @@ TEST_F(UpdatingHost, AnErasedHubStaysInRomUntilItIsUpdated)
     EXPECT_FALSE(hub.pChip->RunsFlash());
     EXPECT_EQ(VersionOf(hub, 0x7777), 0x7777); // answers true and leaves the version alone
 
-    EXPECT_TRUE(Update(hub, "new.bin"));
+    EXPECT_TRUE(Update(hub));
     EXPECT_TRUE(hub.pChip->Runs(m_new));
 }
 
-TEST_F(UpdatingHost, AnEraseWhoseHubStaysAwaySaysYesAndErasesNothing)
+TEST_F(UpdatingHost, AnEraseOrUpdateWhoseHubStaysAwaySaysYesAndStopsShort)
 {
     const StoryHub hub = AddHub(1);
     hub.pChip->SetReturn({50'000, 0, false, true});
-    CHostView view;
-    HubJob job(hub);
-
-    EXPECT_TRUE(job.pFlow->DevErase());
-
-    EXPECT_THAT(view.m_results, ElementsAre("1 Erase flash success\n"));
-    EXPECT_EQ(hub.pChip->FlashOperations(), 0u);
-}
-
-TEST_F(UpdatingHost, AnUpdateWhoseHubStaysAwaySaysYesAndStopsShort)
-{
-    const StoryHub hub = AddHub(1);
-    hub.pChip->SetReturn({50'000, 0, false, true});
-    Offer("new.bin", m_new);
     {
         CHostView view;
-        EXPECT_TRUE(Update(hub, "new.bin"));
+        EXPECT_TRUE(HubJob(*hub.pNode).pFlow->DevErase());
+        EXPECT_THAT(view.m_results, ElementsAre("1 Erase flash success\n"));
+    }
+    hub.pChip->PowerUp();
+    {
+        CHostView view;
+        EXPECT_TRUE(Update(hub));
         EXPECT_THAT(view.m_progress, ElementsAre(0, 10, 20));
     }
+    EXPECT_EQ(hub.pChip->FlashOperations(), 0u);
     EXPECT_FALSE(hub.pChip->IsOnBus());
 
     hub.pChip->SetReturn({});
     hub.pChip->PowerUp();
-    EXPECT_TRUE(Update(hub, "new.bin"));
+    EXPECT_TRUE(Update(hub));
     EXPECT_TRUE(hub.pChip->Runs(m_new));
 }
 
 TEST_F(UpdatingHost, FailsWithoutAHubAndWithoutAnImage)
 {
     const StoryHub hub = AddHub(1);
-    Offer("new.bin", m_new);
     Offer("empty.bin", {});
-    for (const char* pszFile : {"missing.bin", "empty.bin"}) {
-        HubJob job(hub);
-        EXPECT_FALSE(job.pFlow->InitFwFinder(pszFile)) << pszFile;
-    }
+    for (const char* pszFile : {"missing.bin", "empty.bin"})
+        EXPECT_FALSE(HubJob(*hub.pNode).pFlow->InitFwFinder(pszFile)) << pszFile;
     hub.pChip->Unplug();
     CHostView view;
-    EXPECT_FALSE(Update(hub, "new.bin"));
+    EXPECT_FALSE(Update(hub));
     EXPECT_THAT(view.m_progress, ElementsAre(0, 0));
-    EXPECT_TRUE(hub.pChip->FlashOperations() == 0);
+    EXPECT_EQ(hub.pChip->FlashOperations(), 0u);
 }
 } // namespace

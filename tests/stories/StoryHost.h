@@ -2,14 +2,12 @@
 
 #include "api/zelhub.h"
 #include "api/zelhub_bench.h"
-#include "dev/CHubDev.h"
-#include "find/CHubFind.h"
-#include "flow/CUniversalFlow.h"
 #include "msg/CMsg.h"
 #include "msg/IResponder.h"
 #include "sim/CSimHub.h"
 #include "sim/CSimImage.h"
 #include "sim/CSimMachine.h"
+#include "support/HubJob.h"
 
 #include <gmock/gmock.h>
 
@@ -51,7 +49,6 @@ struct StoryHub
     CSimNode* pNode;
 
     DWORD DevInst() const { return pNode->DevInst(); }
-    WString Path() const { return pNode->Spec().locationPaths.front(); }
 };
 
 /// A computer whose process uses the shared library, and nothing else of it.
@@ -72,11 +69,12 @@ protected:
         ZelSetPlatform(nullptr);
     }
 
-    StoryHub AddHub(unsigned nPort, const SimHubSettings& settings = {})
+    StoryHub AddHub(unsigned nPort, const SimHubSettings& settings = {}, CSimNode* pAbove = nullptr)
     {
+        CSimNode& above = pAbove != nullptr ? *pAbove : m_machine.RootHub();
         StoryHub hub;
         hub.pChip = std::make_unique<CSimHub>(m_machine.Time(), settings);
-        hub.pNode = &m_machine.Tree().AddHub(m_machine.RootHub(), nPort, {}, hub.pChip.get());
+        hub.pNode = &m_machine.Tree().AddHub(above, nPort, {}, hub.pChip.get());
         hub.pChip->AddPort(hub.pNode);
         hub.pChip->LoadImage(m_old);
         return hub;
@@ -92,27 +90,4 @@ protected:
     const Image m_old = CSimImage(0x8100).Version(0x0111).Seed(1).Build();
     const Image m_new = CSimImage(0x9123).Version(0x0222).Seed(2).Build();
     CSimMachine m_machine;
-};
-
-/// What a host keeps for one hub that it updates: a finder and a device of its own.
-struct HubJob
-{
-    explicit HubJob(const StoryHub& hub) : pDev(GetHubDev())
-    {
-        WString strPath = hub.Path();
-        pDev->SetTopo(strPath.data());
-        finder.Attach(pDev.get());
-        pFlow.reset(GetUniversalFlow(&finder, pDev.get()));
-    }
-    ~HubJob()
-    {
-        (void)finder.DummyRemove(pDev.get());
-        finder.Detach(pDev.get());
-    }
-    HubJob(const HubJob&) = delete;
-    HubJob& operator=(const HubJob&) = delete;
-
-    CHubFind finder;
-    std::unique_ptr<CHubDev> pDev;
-    std::unique_ptr<CUniversalFlow> pFlow;
 };
