@@ -58,20 +58,15 @@ public:
     {
         return static_cast<DWORD>(address << 8) | cb;
     }
-    void Write(ULONGLONG address, DWORD dwValue, unsigned cb) override
+    void Write(ULONGLONG /*address*/, DWORD dwValue, unsigned /*cb*/) override
     {
-        lastAddress = address;
         dwLastValue = dwValue;
-        cbLast = cb;
     }
-    ULONGLONG lastAddress = 0;
     DWORD dwLastValue = 0;
-    unsigned cbLast = 0;
 };
 
 struct PortRequest
 {
-    const char* pszCase;
     DWORD dwCode;
     std::vector<BYTE> in;
     DWORD cbOut;
@@ -79,48 +74,46 @@ struct PortRequest
 };
 
 const PortRequest kPortRequests[] = {
-    {"ReadByteShort", IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0, 0}, 1, 0x01},
-    {"ReadByteLong", IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0, 0, 0, 0, 0, 0}, 1, 0x01},
-    {"ReadDword", IOCTL_VOPORT_READ_DWORD, {0x70, 0, 0, 0}, 4, 0x7004},
-    {"WriteByte", IOCTL_VOPORT_WRITE_BYTE, {0x70, 0, 0, 0, 9}, 0, 9},
-    {"WriteByteLong", IOCTL_VOPORT_WRITE_BYTE, {0x70, 0, 0, 0, 0, 0, 0, 0, 9}, 0, 9},
-    {"WriteDword", IOCTL_VOPORT_WRITE_DWORD, {0x70, 0, 0, 0, 9, 8, 0, 0}, 0, 0x0809},
-    {"ReadMapped", IOCTL_VOPORT_READ_DWORD_MAPPED, {0x70, 0, 0, 0, 0, 0, 0, 0}, 4, 0x7004},
-    {"WriteMapped", IOCTL_VOPORT_WRITE_BYTE_MAPPED, {0x70, 0, 0, 0, 0, 0, 0, 0, 9}, 0, 9},
-    {"MappedIsNeverShort", IOCTL_VOPORT_READ_BYTE_MAPPED, {0x70, 0, 0, 0}, 1, 0},
-    {"OddLength", IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0}, 1, 0},
-    {"OutputTooLong", IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0, 0}, 4, 0},
-    {"NoSuchPort", IOCTL_VOPORT_READ_BYTE, {0x70, 0, 1, 0}, 1, 0},
+    {IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0, 0}, 1, 0x01},
+    {IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0, 0, 0, 0, 0, 0}, 1, 0x01},
+    {IOCTL_VOPORT_READ_DWORD, {0x70, 0, 0, 0}, 4, 0x7004},
+    {IOCTL_VOPORT_WRITE_BYTE, {0x70, 0, 0, 0, 9}, 0, 9},
+    {IOCTL_VOPORT_WRITE_BYTE, {0x70, 0, 0, 0, 0, 0, 0, 0, 9}, 0, 9},
+    {IOCTL_VOPORT_WRITE_DWORD, {0x70, 0, 0, 0, 9, 8, 0, 0}, 0, 0x0809},
+    {IOCTL_VOPORT_READ_DWORD_MAPPED, {0x70, 0, 0, 0, 0, 0, 0, 0}, 4, 0x7004},
+    {IOCTL_VOPORT_WRITE_BYTE_MAPPED, {0x70, 0, 0, 0, 0, 0, 0, 0, 9}, 0, 9},
+    {IOCTL_VOPORT_READ_BYTE_MAPPED, {0x70, 0, 0, 0}, 1, 0},
+    {IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0}, 1, 0},
+    {IOCTL_VOPORT_READ_BYTE, {0x70, 0, 0, 0}, 4, 0},
+    {IOCTL_VOPORT_READ_BYTE, {0x70, 0, 1, 0}, 1, 0},
 };
 
-class PortDriver : public DeviceFile, public testing::WithParamInterface<PortRequest>
-{};
-
-TEST_P(PortDriver, TakesExactlyTheDocumentedLayouts)
+TEST_F(DeviceFile, OfThePortDriverTakesExactlyTheDocumentedLayouts)
 {
-    CRegisters registers;
-    m_machine.Ports().Claim(0x70, 1, &registers);
-    m_machine.Memory().Claim(0x70, 1, &registers);
-    SimService service;
-    service.strName = VOPORT_SERVICE_NAME;
-    service.dwState = kStateRunning;
-    m_machine.Services().Put(service);
-    const HANDLE hDriver = Open(VOPORT_DEVICE_PATH);
-    const PortRequest& request = GetParam();
-    DWORD dwValue = 0;
-    DWORD cbDone = 0;
+    for (const PortRequest& request : kPortRequests) {
+        CSimMachine machine;
+        CRegisters registers;
+        machine.Ports().Claim(0x70, 1, &registers);
+        machine.Memory().Claim(0x70, 1, &registers);
+        SimService service;
+        service.strName = VOPORT_SERVICE_NAME;
+        service.dwState = kStateRunning;
+        machine.Services().Put(service);
+        const HANDLE hDriver = machine.DeviceFile().Open(
+            VOPORT_DEVICE_PATH, kGenericRead | kGenericWrite, kShareAll, kOpenExisting, 0);
+        DWORD dwValue = 0;
+        DWORD cbDone = 0;
 
-    const bool bDone = m_machine.DeviceFile().Control(
-        hDriver, request.dwCode, request.in.data(), static_cast<DWORD>(request.in.size()),
-        request.cbOut == 0 ? nullptr : &dwValue, request.cbOut, &cbDone);
+        const bool bDone = machine.DeviceFile().Control(
+            hDriver, request.dwCode, request.in.data(), static_cast<DWORD>(request.in.size()),
+            request.cbOut == 0 ? nullptr : &dwValue, request.cbOut, &cbDone);
 
-    EXPECT_EQ(bDone, request.dwExpected != 0);
-    EXPECT_THAT(m_machine.PortDriver().Rejections(), SizeIs(bDone ? 0 : 1));
-    EXPECT_EQ(cbDone, bDone ? request.cbOut : 0u);
-    EXPECT_EQ(request.cbOut == 0 ? registers.dwLastValue : dwValue, request.dwExpected);
-    EXPECT_EQ(m_machine.Time().Now(), bDone ? 1u : 0u);
+        SCOPED_TRACE(&request - kPortRequests);
+        EXPECT_EQ(bDone, request.dwExpected != 0);
+        EXPECT_THAT(machine.PortDriver().Rejections(), SizeIs(bDone ? 0 : 1));
+        EXPECT_EQ(cbDone, bDone ? request.cbOut : 0u);
+        EXPECT_EQ(request.cbOut == 0 ? registers.dwLastValue : dwValue, request.dwExpected);
+        EXPECT_EQ(machine.Time().Now(), bDone ? 1u : 0u);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Every, PortDriver, testing::ValuesIn(kPortRequests),
-                         [](const auto& entry) { return std::string(entry.param.pszCase); });
 } // namespace

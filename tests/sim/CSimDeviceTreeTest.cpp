@@ -41,28 +41,6 @@ HubNodeOptions Numbered(DWORD devInst)
     return options;
 }
 
-TEST_F(DeviceTree, ComposesTheTextsThatTheSystemWouldShow)
-{
-    CSimNode& outer = m_tree.AddHub(m_root, 2, {});
-    const SimNodeSpec& spec = m_tree.AddHub(outer, 13, {}).Spec();
-
-    EXPECT_THAT(spec.hardwareIds, ElementsAre(WTEXT("USB\\VID_1234&PID_5678&REV_0100"),
-                                              WTEXT("USB\\VID_1234&PID_5678")));
-    EXPECT_THAT(spec.locationPaths,
-                ElementsAre(WTEXT("PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(2)#USB(13)")));
-    EXPECT_EQ(spec.strLocationInformation, WTEXT("Port_#0013.Hub_#0002"));
-    EXPECT_EQ(spec.strInstanceId.find(WTEXT("USB\\VID_1234&PID_5678\\")), 0u);
-    EXPECT_NE(m_root.Spec().strInstanceId.find(WTEXT("ROOT_HUB")), WString::npos);
-    EXPECT_EQ(m_root.Parent(), &m_machine.HostController());
-}
-
-TEST_F(DeviceTree, DerivesTheSameNumberForTheSamePlace)
-{
-    CSimMachine other;
-    EXPECT_EQ(m_tree.AddHub(m_root, 4, {}).DevInst(),
-              other.Tree().AddHub(other.RootHub(), 4, {}).DevInst());
-}
-
 TEST_F(DeviceTree, GivesEachOfManyNodesItsOwnNumber)
 {
     for (unsigned nPort = 1; nPort <= 2000; ++nPort)
@@ -107,29 +85,6 @@ TEST_F(DeviceTree, ReturnsADeviceAsOrderedByItsModel)
     EXPECT_EQ(m_tree.Find(7), nullptr);
     EXPECT_NE(half.Twin()->DevInst(), superInst);
     EXPECT_TRUE(half.Twin()->IsPresent());
-}
-
-TEST_F(DeviceTree, ShowsPropertiesAsTheyWereMade)
-{
-    CSimNode& hub = m_tree.AddHub(m_root, 1, {});
-    hub.Spec().hardwareIds = {WTEXT("AB"), WTEXT("C")};
-    DWORD dwType = 0;
-    BYTE buffer[12] = {};
-    DWORD cb = sizeof buffer;
-    EXPECT_EQ(m_sets.GetNodeProperty(hub.DevInst(), &kKeyHardwareIds, &dwType, buffer, &cb),
-              kCrSuccess);
-    EXPECT_THAT(buffer, ElementsAre('A', 0, 'B', 0, 0, 0, 'C', 0, 0, 0, 0, 0));
-
-    hub.Spec().hardwareIds.clear();
-    EXPECT_EQ(m_sets.GetNodeProperty(hub.DevInst(), &kKeyHardwareIds, &dwType, buffer, &cb),
-              kCrNoSuchValue);
-    EXPECT_EQ(cb, 0u);
-
-    hub.Spec().rawProperties[kKeyHardwareIds.pid] = {1, 2, 3};
-    cb = sizeof buffer;
-    EXPECT_EQ(m_sets.GetNodeProperty(hub.DevInst(), &kKeyHardwareIds, &dwType, buffer, &cb),
-              kCrSuccess);
-    EXPECT_EQ(cb, 3u);
 }
 
 } // namespace

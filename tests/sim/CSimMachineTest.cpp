@@ -4,30 +4,9 @@
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
-using testing::Pair;
 
 namespace
 {
-TEST(MachineFaults, HitTheCallThatWasNamedAndCountAll)
-{
-    CSimMachine machine;
-    CSimFileSystem& files = machine.FileSystem();
-    WCHAR folder[64];
-    machine.Faults().FailCall("IFileSystem::SystemFolder", 2, 1234);
-    EXPECT_NE(files.SystemFolder(folder, 64), 0u);
-    EXPECT_EQ(machine.Faults().Pending(), 1u);
-    EXPECT_EQ(files.SystemFolder(folder, 64), 0u);
-    EXPECT_EQ(machine.Process().LastError(), 1234u);
-    EXPECT_NE(files.SystemFolder(folder, 64), 0u);
-    EXPECT_EQ(machine.Faults().Fired(), 1u);
-    EXPECT_THAT(machine.Faults().Counts(), ElementsAre(Pair("IFileSystem::SystemFolder", 3u)));
-
-    machine.Faults().FailAlways("IFileSystem::SystemFolder", 5);
-    EXPECT_EQ(files.SystemFolder(folder, 64), 0u);
-    machine.Faults().Clear();
-    EXPECT_NE(files.SystemFolder(folder, 64), 0u);
-}
-
 TEST(MachineFaults, RefuseNamesThatCannotHappen)
 {
     CSimFaults faults;
@@ -133,7 +112,6 @@ TEST_F(FileSystem, LosesTheFlagFileWhenItsProcessEnds)
 
 struct Sharing
 {
-    const char* pszCase;
     DWORD dwFirstAccess;
     DWORD dwFirstShare;
     DWORD dwSecondAccess;
@@ -142,29 +120,29 @@ struct Sharing
 };
 
 const Sharing kSharings[] = {
-    {"ReadersTogether", kGenericRead, kShareRead, kGenericRead, kShareRead, true},
-    {"WriterAlone", kGenericWrite, kShareNone, kGenericRead, kShareAll, false},
-    {"ReaderShutsOutWriter", kGenericRead, kShareRead, kGenericWrite, kShareAll, false},
-    {"SecondMustShareToo", kGenericWrite, kShareAll, kGenericRead, kShareRead, false},
-    {"DeleterNeedsShareDelete", kAccessDelete, kShareAll, kGenericRead, kShareRead, false},
-    {"AllShareAll", kGenericWrite, kShareAll, kGenericRead | kGenericWrite, kShareAll, true},
+    {kGenericRead, kShareRead, kGenericRead, kShareRead, true},
+    {kGenericWrite, kShareNone, kGenericRead, kShareAll, false},
+    {kGenericRead, kShareRead, kGenericWrite, kShareAll, false},
+    {kGenericWrite, kShareAll, kGenericRead, kShareRead, false},
+    {kAccessDelete, kShareAll, kGenericRead, kShareRead, false},
+    {kGenericWrite, kShareAll, kGenericRead | kGenericWrite, kShareAll, true},
 };
 
-class FileSharing : public FileSystem, public testing::WithParamInterface<Sharing>
-{};
-
-TEST_P(FileSharing, FollowsTheSystemsRule)
+TEST_F(FileSystem, SharesFilesByTheSystemsRule)
 {
-    m_first.Volume().Put(kFile, {1});
-    m_files.Open(kFile, GetParam().dwFirstAccess, GetParam().dwFirstShare, kOpenExisting, 0);
-    const HANDLE h = m_second.FileSystem().Open(kFile, GetParam().dwSecondAccess,
-                                                GetParam().dwSecondShare, kOpenExisting, 0);
-    EXPECT_EQ(h != InvalidHandle(), GetParam().bOpens);
-    EXPECT_EQ(m_second.Process().LastError(), GetParam().bOpens ? 0u : kErrSharingViolation);
+    for (const Sharing& sharing : kSharings) {
+        SCOPED_TRACE(&sharing - kSharings);
+        CSimMachine first;
+        CSimMachine second(first.System());
+        first.Volume().Put(kFile, {1});
+        first.FileSystem().Open(kFile, sharing.dwFirstAccess, sharing.dwFirstShare, kOpenExisting,
+                                0);
+        const HANDLE h = second.FileSystem().Open(kFile, sharing.dwSecondAccess,
+                                                  sharing.dwSecondShare, kOpenExisting, 0);
+        EXPECT_EQ(h != InvalidHandle(), sharing.bOpens);
+        EXPECT_EQ(second.Process().LastError(), sharing.bOpens ? 0u : kErrSharingViolation);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Every, FileSharing, testing::ValuesIn(kSharings),
-                         [](const auto& entry) { return std::string(entry.param.pszCase); });
 
 constexpr const WCHAR* kImage = WTEXT("C:\\Windows\\system32\\drivers\\ZelUpx.sys");
 constexpr DWORD kCreateAccess = 0x10030;
@@ -183,17 +161,6 @@ protected:
                                          kServiceKernelDriver, kServiceDemandStart,
                                          kServiceErrorIgnore, kImage});
     }
-    HANDLE OpenControlDevice()
-    {
-        return m_machine.DeviceFile().Open(WTEXT("\\\\.\\ZelUpx"), kGenericRead, 0, kOpenExisting,
-                                           0);
-    }
-    DWORD State(HANDLE hService)
-    {
-        SERVICE_STATE state = {};
-        EXPECT_TRUE(m_scm.Query(hService, &state));
-        return state.dwCurrentState;
-    }
     DWORD LastError() { return m_machine.Process().LastError(); }
 
     CSimMachine m_machine;
@@ -201,22 +168,6 @@ protected:
     HANDLE m_hManager = nullptr;
     SERVICE_STATE m_state = {};
 };
-
-TEST_F(ServiceManager, FinishesAStopOnlyWhenTheLastControlHandleIsClosed)
-{
-    const HANDLE hService = Create();
-    ASSERT_TRUE(m_scm.Start(hService));
-    const HANDLE hDevice = OpenControlDevice();
-    EXPECT_TRUE(m_scm.Control(hService, kControlStop, &m_state));
-    EXPECT_EQ(m_state.dwCurrentState, kStateStopPending);
-    EXPECT_EQ(OpenControlDevice(), InvalidHandle());
-
-    m_machine.DeviceFile().Close(hDevice);
-    const HANDLE hAll = m_scm.OpenNamed(m_hManager, WTEXT("zelupx"), kServiceAllAccess);
-    EXPECT_EQ(State(hAll), kStateStopped);
-    EXPECT_FALSE(m_scm.Control(hService, kControlStop, &m_state));
-    EXPECT_EQ(LastError(), kErrServiceNotActive);
-}
 
 TEST_F(ServiceManager, RemovesAServiceWithItsLastHandle)
 {
@@ -255,34 +206,25 @@ TEST_F(ServiceManager, ProtectsTheFileOfARunningDriver)
 
 struct Like
 {
-    const char* pszCase;
     const WCHAR* pszPattern;
     const WCHAR* pszText;
     bool bMatches;
 };
 
 const Like kLikes[] = {
-    {"Tail", WTEXT("ab%%"), WTEXT("abc_0"), true},
-    {"NoTail", WTEXT("ab"), WTEXT("abc"), false},
-    {"AnyCharacter", WTEXT("a_c"), WTEXT("axc"), true},
-    {"EscapedUnderscore", WTEXT("a[_]c"), WTEXT("axc"), false},
-    {"RealUnderscore", WTEXT("a[_]c"), WTEXT("a_c"), true},
-    {"Range", WTEXT("[a-c]"), WTEXT("B"), true},
-    {"Not", WTEXT("[^a-c]"), WTEXT("b"), false},
-    {"SetThatNeverEnds", WTEXT("[a"), WTEXT("a"), false},
-    {"Backtracking", WTEXT("%ab%c"), WTEXT("aabxabc"), true},
+    {WTEXT("ab%%"), WTEXT("abc_0"), true},    {WTEXT("ab"), WTEXT("abc"), false},
+    {WTEXT("a_c"), WTEXT("axc"), true},       {WTEXT("a[_]c"), WTEXT("axc"), false},
+    {WTEXT("a[_]c"), WTEXT("a_c"), true},     {WTEXT("[a-c]"), WTEXT("B"), true},
+    {WTEXT("[^a-c]"), WTEXT("b"), false},     {WTEXT("[a"), WTEXT("a"), false},
+    {WTEXT("%ab%c"), WTEXT("aabxabc"), true},
 };
 
-class LikePattern : public testing::TestWithParam<Like>
-{};
-
-TEST_P(LikePattern, MatchesAsTheQueryLanguageSays)
+TEST(LikePattern, MatchesAsTheQueryLanguageSays)
 {
-    EXPECT_EQ(CLikePattern(GetParam().pszPattern).Matches(GetParam().pszText), GetParam().bMatches);
+    for (const Like& like : kLikes)
+        EXPECT_EQ(CLikePattern(like.pszPattern).Matches(like.pszText), like.bMatches)
+            << &like - kLikes;
 }
-
-INSTANTIATE_TEST_SUITE_P(Every, LikePattern, testing::ValuesIn(kLikes),
-                         [](const auto& entry) { return std::string(entry.param.pszCase); });
 
 TEST(PowerSwitch, AnswersAsTheSystemWouldOutOfOrder)
 {
@@ -317,22 +259,6 @@ TEST(PowerSwitch, AnswersAsTheSystemWouldOutOfOrder)
     power.UninitializeCom();
     EXPECT_EQ(power.ComDepth(), 0);
     EXPECT_EQ(machine.Handles().Open().size(), 4u) << "locator, services, enumerator, object";
-}
-
-TEST(Companion, RefusesWhatIsNotExactlyARequest)
-{
-    const auto reasonFor = [](const std::string& strBytes) {
-        SimCompanionRequest request;
-        return CSimCompanion::Decode(reinterpret_cast<const BYTE*>(strBytes.data()),
-                                     strBytes.size(), &request);
-    };
-    using namespace std::string_literals;
-    EXPECT_EQ(reasonFor("\0a\0\0\0b\0c\0\0\0\0\0"s), nullptr);
-    EXPECT_NE(reasonFor("\2a\0\0\0\0\0"s), nullptr) << "switch byte";
-    EXPECT_NE(reasonFor("\0a\0\0\0"s), nullptr) << "no closing zero";
-    EXPECT_NE(reasonFor("\0a\0\0\0\0"s), nullptr) << "odd text";
-    EXPECT_NE(reasonFor("\0a\0\0\0\0\0\0\0"s), nullptr) << "too much behind the list";
-    EXPECT_NE(reasonFor("\0\0\0"s), nullptr) << "empty list";
 }
 
 } // namespace

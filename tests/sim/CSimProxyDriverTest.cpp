@@ -129,7 +129,6 @@ TEST_F(ProxyDriver, RefusesEveryReservedByteOfAUrb)
 /// A URB of eight bytes with one thing wrong.
 struct SpoiledUrb
 {
-    const char* pszCase;
     USHORT wLength;
     USHORT wFunction;
     DWORD dwFlags;
@@ -139,39 +138,35 @@ struct SpoiledUrb
 };
 
 const SpoiledUrb kSpoiledUrbs[] = {
-    {"Length", 128, 0x0017, 1, 8, true, {0xC0, 0xD8}},
-    {"Function", 136, 0x0009, 1, 8, true, {0xC0, 0xD8}},
-    {"VendorDirection", 136, 0x0017, 0, 8, true, {0xC0, 0xD8}},
-    {"NoBuffer", 136, 0x0017, 1, 8, false, {0xC0, 0xD8}},
-    {"TooLong", 136, 0x0017, 1, 0x10000, true, {0xC0, 0xD8}},
-    {"ControlFlags", 136, 0x0008, 1, 8, true, {0xC0, 9, 0, 0, 0, 0, 8, 0}},
-    {"ControlLength", 136, 0x0008, 9, 8, true, {0xC0, 9, 0, 0, 0, 0, 7, 0}},
-    {"ControlDirection", 136, 0x0008, 9, 8, true, {0x40, 9, 0, 0, 0, 0, 8, 0}},
-    {"DescriptorFlags", 136, 0x000B, 1, 8, true, {0, 0, 0, 1}},
+    {128, 0x0017, 1, 8, true, {0xC0, 0xD8}},
+    {136, 0x0009, 1, 8, true, {0xC0, 0xD8}},
+    {136, 0x0017, 0, 8, true, {0xC0, 0xD8}},
+    {136, 0x0017, 1, 8, false, {0xC0, 0xD8}},
+    {136, 0x0017, 1, 0x10000, true, {0xC0, 0xD8}},
+    {136, 0x0008, 1, 8, true, {0xC0, 9, 0, 0, 0, 0, 8, 0}},
+    {136, 0x0008, 9, 8, true, {0xC0, 9, 0, 0, 0, 0, 7, 0}},
+    {136, 0x0008, 9, 8, true, {0x40, 9, 0, 0, 0, 0, 8, 0}},
+    {136, 0x000B, 1, 8, true, {0, 0, 0, 1}},
 };
 
-class ProxyDriverSpoiledUrb : public ProxyDriver, public testing::WithParamInterface<SpoiledUrb>
-{};
-
-TEST_P(ProxyDriverSpoiledUrb, IsRefusedWithAReason)
+TEST_F(ProxyDriver, RefusesASpoiledUrbWithAReason)
 {
-    URB urb = VendorIn(GetParam().bBuffer ? m_data : nullptr, GetParam().cb);
-    urb.Transfer.Hdr.Length = GetParam().wLength;
-    urb.Transfer.Hdr.Function = GetParam().wFunction;
-    urb.Transfer.TransferFlags = GetParam().dwFlags;
-    std::memcpy(&urb.Request, GetParam().request, 8);
-    EXPECT_EQ(SendUrb(urb, OpenDevice()), kErrInvalidParameter);
-    EXPECT_THAT(m_driver.Rejections(), SizeIs(1));
+    const ULONGLONG device = OpenDevice();
+    for (const SpoiledUrb& spoilt : kSpoiledUrbs) {
+        URB urb = VendorIn(spoilt.bBuffer ? m_data : nullptr, spoilt.cb);
+        urb.Transfer.Hdr.Length = spoilt.wLength;
+        urb.Transfer.Hdr.Function = spoilt.wFunction;
+        urb.Transfer.TransferFlags = spoilt.dwFlags;
+        std::memcpy(&urb.Request, spoilt.request, 8);
+        EXPECT_EQ(SendUrb(urb, device), kErrInvalidParameter) << &spoilt - kSpoiledUrbs;
+    }
+    EXPECT_THAT(m_driver.Rejections(), SizeIs(std::size(kSpoiledUrbs)));
     EXPECT_EQ(m_pDevice->nCalls, 0u);
 }
-
-INSTANTIATE_TEST_SUITE_P(Every, ProxyDriverSpoiledUrb, testing::ValuesIn(kSpoiledUrbs),
-                         [](const auto& entry) { return std::string(entry.param.pszCase); });
 
 /// A good request of each kind, and the input bytes that may hold something.
 struct Layout
 {
-    const char* pszCase;
     DWORD dwCode;
     BYTE byLengthAt16;
     size_t cbIn;
@@ -181,35 +176,16 @@ struct Layout
 };
 
 const Layout kLayouts[] = {
-    {"Open", IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, 0, 32, 32, {8, 0}, {16, 0}},
-    {"Close", IOCTL_KYPROXY_CLOSE_DEVICE, 0, 32, 0, {16, 0}, {24, 0}},
-    {"SendUrb", IOCTL_KYPROXY_SEND_URB, 0, 40, 0, {16, 0}, {36, 0}},
-    {"WritePort", IOCTL_KYPROXY_WRITE_PORT_UCHAR, 0, 24, 0, {8, 16}, {12, 17}},
-    {"ReadPort", IOCTL_KYPROXY_READ_PORT_UCHAR, 0, 24, 1, {8, 0}, {12, 0}},
-    {"WriteMemory", IOCTL_KYPROXY_WRITE_MEMORY_UCHAR, 5, 29, 0, {8, 16}, {12, 25}},
-    {"ReadMemory", IOCTL_KYPROXY_READ_MEMORY_UCHAR, 5, 24, 5, {8, 16}, {12, 20}},
+    {IOCTL_KYPROXY_OPEN_DEVICE_BY_HANDLE, 0, 32, 32, {8, 0}, {16, 0}},
+    {IOCTL_KYPROXY_CLOSE_DEVICE, 0, 32, 0, {16, 0}, {24, 0}},
+    {IOCTL_KYPROXY_SEND_URB, 0, 40, 0, {16, 0}, {36, 0}},
+    {IOCTL_KYPROXY_WRITE_PORT_UCHAR, 0, 24, 0, {8, 16}, {12, 17}},
+    {IOCTL_KYPROXY_READ_PORT_UCHAR, 0, 24, 1, {8, 0}, {12, 0}},
+    {IOCTL_KYPROXY_WRITE_MEMORY_UCHAR, 5, 29, 0, {8, 16}, {12, 25}},
+    {IOCTL_KYPROXY_READ_MEMORY_UCHAR, 5, 24, 5, {8, 16}, {12, 20}},
 };
 
-class ProxyDriverLayout : public ProxyDriver, public testing::WithParamInterface<Layout>
-{
-protected:
-    static Request Good()
-    {
-        const Layout& layout = GetParam();
-        Request request = {layout.dwCode, std::vector<BYTE>(layout.cbIn),
-                           std::vector<BYTE>(layout.cbOut)};
-        request.in[16] = layout.byLengthAt16;
-        return request;
-    }
-    static bool IsFree(size_t i)
-    {
-        const Layout& layout = GetParam();
-        return (i >= layout.nFreeFrom[0] && i < layout.nFreeTo[0]) ||
-               (i >= layout.nFreeFrom[1] && i < layout.nFreeTo[1]);
-    }
-};
-
-TEST_P(ProxyDriverLayout, RefusesEveryOtherLengthAndEveryReservedByte)
+TEST_F(ProxyDriver, RefusesEveryOtherLengthAndEveryReservedByte)
 {
     unsigned nRefused = 0;
     const auto refuse = [&](Request request, const char* pszReason) {
@@ -217,26 +193,29 @@ TEST_P(ProxyDriverLayout, RefusesEveryOtherLengthAndEveryReservedByte)
         ASSERT_THAT(m_driver.Rejections(), SizeIs(++nRefused));
         EXPECT_THAT(m_driver.Rejections().back(), HasSubstr(pszReason));
     };
-    for (const int nMore : {-1, 1}) {
-        Request request = Good();
-        request.in.resize(request.in.size() + static_cast<size_t>(nMore));
+    for (const Layout& layout : kLayouts) {
+        Request good = {layout.dwCode, std::vector<BYTE>(layout.cbIn),
+                        std::vector<BYTE>(layout.cbOut)};
+        good.in[16] = layout.byLengthAt16;
+        for (const int nMore : {-1, 1}) {
+            Request request = good;
+            request.in.resize(request.in.size() + static_cast<size_t>(nMore));
+            refuse(request, "length");
+        }
+        Request request = good;
+        request.out.resize(request.out.size() + 1);
         refuse(request, "length");
-    }
-    Request request = Good();
-    request.out.resize(request.out.size() + 1);
-    refuse(request, "length");
-    for (size_t i = 0; i < GetParam().cbIn; ++i) {
-        SCOPED_TRACE(i);
-        if (IsFree(i))
-            continue;
-        Request spoiled = Good();
-        spoiled.in[i] = 1;
-        refuse(spoiled, "not zero");
+        for (size_t i = 0; i < layout.cbIn; ++i) {
+            SCOPED_TRACE(testing::Message() << layout.dwCode << ", byte " << i);
+            if ((i >= layout.nFreeFrom[0] && i < layout.nFreeTo[0]) ||
+                (i >= layout.nFreeFrom[1] && i < layout.nFreeTo[1]))
+                continue;
+            Request spoilt = good;
+            spoilt.in[i] = 1;
+            refuse(spoilt, "not zero");
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Every, ProxyDriverLayout, testing::ValuesIn(kLayouts),
-                         [](const auto& entry) { return std::string(entry.param.pszCase); });
 
 TEST_F(ProxyDriver, KnowsOnlyTheHandlesThatItGaveOut)
 {
