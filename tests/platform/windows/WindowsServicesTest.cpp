@@ -41,13 +41,14 @@ TEST_F(WindowsServices, ServiceIsMadeOnceFoundAndRemoved)
 {
     IServiceManager& services = m_real.ServiceManager();
     const WCHAR* const pszName = WTEXT("ZelContract");
+    const WCHAR* const pszFile = WTEXT("C:\\nowhere\\zel.sys");
     const SERVICE_RECIPE recipe = {pszName,
-                                   WTEXT("Zel Contract"),
+                                   WTEXT("Zel"),
                                    kServiceAllAccess,
                                    kServiceKernelDriver,
                                    kServiceDemandStart,
                                    kServiceErrorIgnore,
-                                   WTEXT("C:\\nowhere\\zel.sys")};
+                                   pszFile};
     HANDLE const hManager = services.OpenManager(kManagerAllAccess);
     ASSERT_NE(hManager, nullptr);
     EXPECT_EQ(services.OpenNamed(hManager, pszName, kServiceAllAccess), nullptr);

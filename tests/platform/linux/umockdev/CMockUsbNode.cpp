@@ -18,27 +18,26 @@ namespace
 {
 // A hub at the root hub of a controller: device descriptor, then its one configuration. The HID
 // collection counts when the device stops being a hub.
-constexpr const char* kTree[] = {
+constexpr const char* kTree =
     "P: /devices/pci0000:00/0000:00:14.0\nE: SUBSYSTEM=pci\nA: vendor=0x8086\\n\n"
-    "A: device=0xa12f\\n\nA: class=0x0c0330\\n\n",
+    "A: device=0xa12f\\n\nA: class=0x0c0330\\n\n\n"
 
     "P: /devices/pci0000:00/0000:00:14.0/usb1\nN: bus/usb/001/001\nE: DEVTYPE=usb_device\n"
     "E: SUBSYSTEM=usb\nA: busnum=1\\n\nA: devnum=1\\n\nA: idVendor=1d6b\\n\n"
-    "A: idProduct=0002\\n\nA: bDeviceClass=09\\n\nA: speed=480\\n\n",
+    "A: idProduct=0002\\n\nA: bDeviceClass=09\\n\nA: speed=480\\n\n\n"
 
     "P: /devices/pci0000:00/0000:00:14.0/usb1/1-1\n"
     "N: bus/usb/001/002="
     "12011002090000400912100000010102000109021900010100E0000904000001090000000705810301000C\n"
     "E: DEVNAME=/dev/bus/usb/001/002\nE: DEVTYPE=usb_device\nE: SUBSYSTEM=usb\n"
     "A: busnum=1\\n\nA: devnum=2\\n\nA: idVendor=1209\\n\nA: idProduct=0010\\n\n"
-    "A: bcdDevice=0100\\n\nA: bDeviceClass=09\\n\nA: speed=480\\n\nA: power/control=auto\\n\n",
+    "A: bcdDevice=0100\\n\nA: bDeviceClass=09\\n\nA: speed=480\\n\nA: power/control=auto\\n\n\n"
 
     "P: /devices/pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0/0003:1209:0010.0001\n"
-    "E: SUBSYSTEM=hid\nH: report_descriptor=0670FF0920A1017508952009018102C0\n",
+    "E: SUBSYSTEM=hid\nH: report_descriptor=0670FF0920A1017508952009018102C0\n\n"
 
     "P: /devices/pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0/0003:1209:0010.0001/hidraw/hidraw0\n"
-    "N: hidraw0\nE: DEVNAME=/dev/hidraw0\nE: SUBSYSTEM=hidraw\nL: device=../..\n",
-};
+    "N: hidraw0\nE: DEVNAME=/dev/hidraw0\nE: SUBSYSTEM=hidraw\nL: device=../..\n";
 constexpr const char* kNode = "/dev/bus/usb/001/002";
 
 template<class T>
@@ -65,17 +64,16 @@ struct CMockUsbNode::Impl
     UMockdevIoctlBase* pHandler = nullptr;
     mutable std::mutex lock;
     std::deque<UNDER_WAY> urbs;
-    std::vector<MOCK_REQUEST> requests;
-    unsigned nOwn = 0;
-    unsigned nCancelled = 0;
+    MOCK_SEEN seen;
     bool bGone = false;
 
-    void Complete(UMockdevIoctlClient* pClient, int nError)
+    static gboolean Complete(UMockdevIoctlClient* pClient, int nError)
     {
         umockdev_ioctl_client_complete(pClient, nError == 0 ? 0 : -1, nError);
+        return TRUE;
     }
 
-    void Submit(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    gboolean Submit(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
     {
         UMockdevIoctlData* const pUrb =
             umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_urb), nullptr);
@@ -89,16 +87,16 @@ struct CMockUsbNode::Impl
         if (!bIn)
             request.data.assign(pBuffer->data + sizeof request.setup,
                                 pBuffer->data + urb.buffer_length);
-        requests.push_back(request);
+        seen.requests.push_back(request);
         MOCK_ANSWER answer = script(request);
         if (bGone)
             answer.nRefuse = ENODEV;
         if (answer.nRefuse == 0)
             urbs.push_back({pUrb, pBuffer, bIn, answer, !answer.bNever && answer.nGoneAfter == 0});
-        Complete(pClient, answer.nRefuse);
+        return Complete(pClient, answer.nRefuse);
     }
 
-    void Reap(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    gboolean Reap(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
     {
         for (UNDER_WAY& way : urbs) {
             if (way.answer.nGoneAfter == 0 || --way.answer.nGoneAfter != 0)
@@ -123,10 +121,10 @@ struct CMockUsbNode::Impl
         UMockdevIoctlData* const pOut =
             umockdev_ioctl_data_resolve(pArg, 0, sizeof(void*), nullptr);
         umockdev_ioctl_data_set_ptr(pOut, 0, way.pUrb);
-        Complete(pClient, 0);
+        return Complete(pClient, 0);
     }
 
-    void Discard(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    gboolean Discard(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
     {
         UMockdevIoctlData* const pUrb =
             umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_urb), nullptr);
@@ -136,15 +134,15 @@ struct CMockUsbNode::Impl
             way.bDone = true;
             way.answer = {};
             way.answer.nError = -ENOENT;
-            ++nCancelled;
+            ++seen.nCancelled;
             return Complete(pClient, 0);
         }
-        Complete(pClient, EINVAL);
+        return Complete(pClient, EINVAL);
     }
 
-    void Control(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
+    gboolean Control(UMockdevIoctlClient* pClient, UMockdevIoctlData* pArg)
     {
-        ++nOwn;
+        ++seen.nOwn;
         if (bGone)
             return Complete(pClient, ENODEV);
         UMockdevIoctlData* const pTransfer =
@@ -154,6 +152,7 @@ struct CMockUsbNode::Impl
         if (pData != nullptr)
             Put<BYTE>(pData, 0, 1); // the configuration in use
         umockdev_ioctl_client_complete(pClient, 1, 0);
+        return TRUE;
     }
 
     gboolean Handle(UMockdevIoctlClient* pClient)
@@ -164,29 +163,22 @@ struct CMockUsbNode::Impl
         case USBDEVFS_GET_CAPABILITIES:
             Put<guint32>(umockdev_ioctl_data_resolve(pArg, 0, 4, nullptr), 0,
                          USBDEVFS_CAP_ZERO_PACKET);
-            Complete(pClient, 0);
-            return TRUE;
+            return Complete(pClient, 0);
         case USBDEVFS_CONNECTINFO:
             Put(umockdev_ioctl_data_resolve(pArg, 0, sizeof(usbdevfs_connectinfo), nullptr), 0,
                 usbdevfs_connectinfo{2, 0});
-            Complete(pClient, 0);
-            return TRUE;
+            return Complete(pClient, 0);
         case USBDEVFS_CONTROL:
-            Control(pClient, pArg);
-            return TRUE;
+            return Control(pClient, pArg);
         case USBDEVFS_SUBMITURB:
-            Submit(pClient, pArg);
-            return TRUE;
+            return Submit(pClient, pArg);
         case USBDEVFS_REAPURB:
         case USBDEVFS_REAPURBNDELAY:
-            Reap(pClient, pArg);
-            return TRUE;
+            return Reap(pClient, pArg);
         case USBDEVFS_DISCARDURB:
-            Discard(pClient, pArg);
-            return TRUE;
+            return Discard(pClient, pArg);
         default:
-            Complete(pClient, ENOTTY);
-            return TRUE;
+            return Complete(pClient, ENOTTY);
         }
     }
 };
@@ -203,11 +195,9 @@ CMockUsbNode::CMockUsbNode(Script script) : m_pImpl(std::make_unique<Impl>())
 {
     m_pImpl->script = std::move(script);
     m_pImpl->pTestbed = umockdev_testbed_new();
-    for (const char* pszDevice : kTree) {
-        GError* pError = nullptr;
-        if (!umockdev_testbed_add_from_string(m_pImpl->pTestbed, pszDevice, &pError))
-            throw std::runtime_error(pError->message);
-    }
+    GError* pError = nullptr;
+    if (!umockdev_testbed_add_from_string(m_pImpl->pTestbed, kTree, &pError))
+        throw std::runtime_error(pError->message);
     m_pImpl->pHandler = umockdev_ioctl_base_new();
     g_signal_connect(m_pImpl->pHandler, "handle-ioctl", G_CALLBACK(OnIoctl), m_pImpl.get());
     umockdev_testbed_attach_ioctl(m_pImpl->pTestbed, kNode, m_pImpl->pHandler, nullptr);
@@ -238,20 +228,8 @@ std::string CMockUsbNode::Path() const
     return kNode;
 }
 
-std::vector<MOCK_REQUEST> CMockUsbNode::Requests() const
+MOCK_SEEN CMockUsbNode::Seen() const
 {
     const std::lock_guard<std::mutex> guard(m_pImpl->lock);
-    return m_pImpl->requests;
-}
-
-unsigned CMockUsbNode::OwnRequests() const
-{
-    const std::lock_guard<std::mutex> guard(m_pImpl->lock);
-    return m_pImpl->nOwn;
-}
-
-unsigned CMockUsbNode::Cancelled() const
-{
-    const std::lock_guard<std::mutex> guard(m_pImpl->lock);
-    return m_pImpl->nCancelled;
+    return m_pImpl->seen;
 }

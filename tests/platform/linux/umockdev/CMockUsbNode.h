@@ -25,6 +25,14 @@ struct MOCK_REQUEST
     std::vector<BYTE> data; ///< what came with an outgoing one
 };
 
+/// All that a mock device was asked so far.
+struct MOCK_SEEN
+{
+    std::vector<MOCK_REQUEST> requests; ///< that came through libusb, without those of its own
+    unsigned nOwn = 0;                  ///< those that libusb sent by itself
+    unsigned nCancelled = 0;
+};
+
 /// The testbed with one USB device in it, /dev/bus/usb/001/002, whose usbfs calls this object
 /// answers as the kernel does. Control transfers go to the script.
 class CMockUsbNode
@@ -43,10 +51,7 @@ public:
 
     void Leave(); ///< its node lingers, and answers ENODEV
 
-    /// Requests that came through libusb, without those of its own.
-    std::vector<MOCK_REQUEST> Requests() const;
-    unsigned OwnRequests() const; ///< those that libusb sent by itself
-    unsigned Cancelled() const;
+    MOCK_SEEN Seen() const;
 
     struct Impl;
 

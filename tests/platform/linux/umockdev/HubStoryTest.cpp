@@ -77,7 +77,7 @@ protected:
 TEST_F(HubOnLinux, IsRecognisedByTwoRequestsAndLetGo)
 {
     EXPECT_EQ(m_transport.KyHub_IsVoHub(NodeOf(kGuidUsbHub), 0), 1);
-    EXPECT_EQ(m_node.Requests().size() + m_node.OwnRequests(), 2u);
+    EXPECT_EQ(m_node.Seen().requests.size() + m_node.Seen().nOwn, 2u);
     EXPECT_EQ(OpenNodes(), 0u);
 }
 
@@ -100,7 +100,7 @@ TEST_F(HubOnLinux, CarriesRequestsInBothDirections)
     EXPECT_EQ(Write(REQ_ERASE_FLASH, 0), 0u);
     EXPECT_EQ(Read(FLASH_REQUEST_MAX + 1), kErrInvalidParameter) << "more than the kernel takes";
 
-    const auto requests = m_node.Requests();
+    const auto requests = m_node.Seen().requests;
     ASSERT_EQ(requests.size(), 3u);
     EXPECT_EQ(requests[0].setup.bRequest, REQ_READ_FLASH);
     EXPECT_EQ(requests[1].data, std::vector<BYTE>(64, 0x5A));
@@ -108,16 +108,9 @@ TEST_F(HubOnLinux, CarriesRequestsInBothDirections)
     EXPECT_EQ(requests[2].setup.wIndex, 4u);
 }
 
-struct TransferEnd
-{
-    const char* pszCase;
-    MOCK_ANSWER answer;
-    DWORD dwError;
-};
-
 TEST_F(HubOnLinux, EachEndOfATransferHasItsNumber)
 {
-    const TransferEnd ends[] = {
+    const std::tuple<const char*, MOCK_ANSWER, DWORD> ends[] = {
         {"short", {0, std::vector<BYTE>(10, 1)}, kErrNone},
         {"stall", {-EPIPE}, kErrGenFailure},
         {"bus error", {-EPROTO}, kErrGenFailure},
@@ -128,14 +121,14 @@ TEST_F(HubOnLinux, EachEndOfATransferHasItsNumber)
         {"gone in the middle", {0, {}, false, 0, 3}, kErrDeviceGone}, // the last: it stays away
     };
     ASSERT_EQ(OpenHub(), 0u);
-    for (const TransferEnd& end : ends) {
-        m_answer = end.answer;
+    for (const auto& [pszCase, answer, dwError] : ends) {
+        m_answer = answer;
         // Where it is the device that leaves, no limit of time ends the transfer.
-        const DWORD dwTimeoutMs = end.answer.bNever ? 1 : 0;
-        EXPECT_EQ(Read(64, dwTimeoutMs), end.dwError) << end.pszCase;
-        EXPECT_EQ(Count(1), 10) << end.pszCase;
+        const DWORD dwTimeoutMs = answer.bNever ? 1 : 0;
+        EXPECT_EQ(Read(64, dwTimeoutMs), dwError) << pszCase;
+        EXPECT_EQ(Count(1), 10) << pszCase;
     }
-    EXPECT_EQ(m_node.Cancelled(), 1u) << "a late answer would belong to nobody";
+    EXPECT_EQ(m_node.Seen().nCancelled, 1u) << "a late answer would belong to nobody";
     EXPECT_EQ(Read(), kErrDeviceGone);
     EXPECT_EQ(m_transport.KyHub_CloseDevice(), 0u);
 }
@@ -145,7 +138,7 @@ TEST_F(HubOnLinux, ThatLeavesWhileItIsOpenedIsGone)
     m_node.Leave();
     EXPECT_EQ(OpenHub(), kErrDeviceGone);
     EXPECT_EQ(m_transport.KyHub_IsVoHub(NodeOf(kGuidUsbHub), 0), 0);
-    EXPECT_TRUE(m_node.Requests().empty());
+    EXPECT_TRUE(m_node.Seen().requests.empty());
     EXPECT_EQ(OpenNodes(), 0u);
 }
 
@@ -156,7 +149,7 @@ TEST_F(HubOnLinux, HidCollectionIsToldAndCarriesVendorRequests)
     EXPECT_EQ(m_transport.KyHid_IsITEHid(devInst), 1);
     ASSERT_EQ(m_transport.KyHub_OpenHidDeviceByDevInst(devInst), 0u);
     EXPECT_EQ(Write(REQ_ERASE_FLASH, 0), 0u);
-    EXPECT_EQ(m_node.Requests().back().setup.bRequest, REQ_ERASE_FLASH);
+    EXPECT_EQ(m_node.Seen().requests.back().setup.bRequest, REQ_ERASE_FLASH);
 }
 
 TEST_F(HubOnLinux, ControlDeviceTakesNoOtherHandles)

@@ -60,21 +60,17 @@ protected:
 
 TEST_F(LinuxWinUsb, ResultTellsHowTheTransferEnded)
 {
-    const struct
-    {
-        MOCK_ANSWER answer;
-        DWORD dwError;
-    } ends[] = {
+    const std::pair<MOCK_ANSWER, DWORD> ends[] = {
         {{0, std::vector<BYTE>(12, 0x42)}, kErrNone},
         {{-EPIPE}, kErrGenFailure},
         {{0, {}, false, ENODEV}, kErrDeviceGone},
         {{0, {}, false, 0, 2}, kErrDeviceGone},
     };
-    for (const auto& end : ends) {
-        m_answer = end.answer;
+    for (const auto& [answer, dwError] : ends) {
+        m_answer = answer;
         Start(&m_record);
-        EXPECT_EQ(Result(&m_record), end.dwError);
-        EXPECT_EQ(m_cbDone, end.dwError == 0 ? 12u : 0u);
+        EXPECT_EQ(Result(&m_record), dwError);
+        EXPECT_EQ(m_cbDone, dwError == 0 ? 12u : 0u);
         EXPECT_EQ(Result(&m_record), kErrInvalidParameter) << "it was fetched";
     }
     EXPECT_EQ(m_buffer[11], 0x42);
@@ -91,12 +87,12 @@ TEST_F(LinuxWinUsb, TimeOutCancelsNothingButClosingDoes)
     Start(&m_record); // the same record again, while the first transfer goes on
     EXPECT_EQ(Result(&m_record), 0u);
     EXPECT_EQ(m_buffer[0], 7);
-    EXPECT_EQ(m_node.Cancelled(), 0u);
+    EXPECT_EQ(m_node.Seen().nCancelled, 0u);
 
     EXPECT_TRUE(m_files.Close(m_hDevice));
-    EXPECT_EQ(m_node.Cancelled(), 0u);
+    EXPECT_EQ(m_node.Seen().nCancelled, 0u);
     EXPECT_TRUE(m_winUsb.Free(m_hInterface));
-    EXPECT_EQ(m_node.Cancelled(), 1u);
+    EXPECT_EQ(m_node.Seen().nCancelled, 1u);
     EXPECT_FALSE(m_winUsb.Free(m_hInterface));
 }
 
@@ -112,7 +108,7 @@ TEST_F(LinuxWinUsb, RefusesWhatCannotBeATransfer)
     EXPECT_EQ(Refused(kRead, 19, &m_record), kErrInvalidParameter);
     EXPECT_EQ(Refused(kRead, 20, nullptr), kErrInvalidParameter);
     EXPECT_EQ(Refused(kRead, 20, &offset), kErrInvalidParameter);
-    EXPECT_TRUE(m_node.Requests().empty());
+    EXPECT_TRUE(m_node.Seen().requests.empty());
     HANDLE hOther = nullptr;
     EXPECT_FALSE(m_winUsb.Initialize(OpenNode(0), &hOther)) << "not open for overlapped transfers";
     EXPECT_FALSE(m_winUsb.Initialize(nullptr, &hOther));
