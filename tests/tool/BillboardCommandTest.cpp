@@ -7,28 +7,10 @@ using testing::HasSubstr;
 namespace
 {
 
-/// A billboard device behind a hub, among others that are not quite; no hub driver.
 class Billboard : public PdBench
 {
 protected:
-    Billboard() : PdBench("billboard", "billboards", "billboard", "--device inst:41")
-    {
-        Billboard::UseBench({});
-    }
-
-    void UseBench(const std::string& strMore) override
-    {
-        m_bench.UseHub("", "",
-                       ", 'machine': {'serviceManagerError': 5}, 'billboards': ["
-                       "{'id': 'pd', 'parent': 'hub', 'port': 4, 'instance': 41, 'pid': '0xBBCD', "
-                       "'image': {'version': '0x0111', 'chip': '0x7310', 'size': 32768}}, "
-                       "{'id': 'renamed', 'parent': 'xhci', 'port': 2, 'instance': 42, "
-                       "'description': 'Billboard Device 2'}, "
-                       "{'id': 'closed', 'parent': 'xhci', 'port': 3, 'winUsb': false, "
-                       "'description': 'BILLBOARD device'}], "
-                       "'devices': [{'id': 'keyboard', 'parent': 'xhci', 'port': 7}]" +
-                           strMore);
-    }
+    Billboard() : PdBench(kAsBillboard) {}
 };
 
 } // namespace
@@ -70,63 +52,10 @@ TEST_F(Billboard, IsChosenOrTheRefusalSaysWhy)
     m_bench.Expect(4, "billboard version"); // the one that is left is closed
 }
 
-TEST_F(Billboard, UpdatesTheOtherBankReadsItBackAndRunsIt)
-{
-    EXPECT_EQ(Expect(0, "update @0x0222.bin --dry-run").Json()["result"], "dry-run");
-    EXPECT_EQ(Expect(0, "update @0x0222.bin --backup @old").Json()["after"], "0x0222");
-    EXPECT_TRUE(Runs(m_strImage));
-    EXPECT_EQ(State()["activeBank"], 1);
-    EXPECT_EQ(m_bench.ReadBytes("old").size(), kBankSize);
-    Expect(0, "verify @0x0222.bin");
-    Expect(0, "dump @dump");
-    EXPECT_EQ(m_bench.ReadBytes("dump"), BankOf(State(), 1));
-    (void)PdImage("0x0333");
-    Expect(7, "verify @0x0333.bin", "", "billboard update");
-    EXPECT_EQ(Expect(0, "update @0x0222.bin").Json()["result"], "current");
-    EXPECT_EQ(Expect(0, "info").Json()["bank1Version"], "0x0222");
-}
-
-TEST_F(Billboard, RefusesImagesThatAreNotForItAndErasesOnRequestOnly)
-{
-    (void)m_bench.Image("0x0300");
-    Expect(5, "update @0x0300.bin"); // a hub's
-    (void)PdImage("0x0001");
-    Expect(5, "update @0x0001.bin"); // older
-    Expect(2, "erase");
-    EXPECT_EQ(State()["activeBank"], 0);
-    Expect(0, "erase --yes");
-    EXPECT_EQ(FlashOf(State()), Bytes(2 * kBankSize, 0xFF));
-    Expect(5, "update @0x0222.bin", "it cannot be told whether this image is for it");
-    Expect(0, "update @0x0222.bin --force");
-    EXPECT_TRUE(Runs(m_strImage));
-}
-
-TEST_F(Billboard, FindsAWrongByteBeforeTheOldBankIsMarked)
-{
-    UseBenchWithFault("'request': 'write-flash', 'nth': 1, 'kind': 'corrupt', 'offset': 3");
-    Expect(7, "update @0x0222.bin", "differs from the image at offset 0x001003");
-    EXPECT_EQ(BankOf(State(), 0)[kMarkAt], 0xFF) << "the mark gives the old bank up";
-}
-
 TEST_F(Billboard, AnEraseThatErasedNothingIsNoSuccess)
 {
     UseBenchWithFault("'request': 'erase', 'kind': 'lie', 'times': 2");
     Expect(6, "erase --yes", "reported that it erased its flash, but offset");
-}
-
-TEST_F(Billboard, BrokenUpdatesAreReportedAsDoneExactlyWhenTheModelRunsTheImage)
-{
-    std::vector<std::string> faults = {
-        "'request': 'write-flash', 'nth': 8, 'kind': 'lie'", // the mark
-        "'request': 'enable', 'nth': 2, 'kind': 'timeout'", "'powerCut': 0", "'powerCut': 4",
-        "'powerCut': 8"};
-    for (const std::string strPlace :
-         {"'enable', 'nth': 1", "'status', 'nth': 3", "'erase', 'nth': 0",
-          "'write-flash', 'nth': 5", "'read-flash', 'nth': 2", "'crc', 'nth': 0",
-          "'reset-to-flash', 'nth': 0"})
-        for (const char* const pszKind : {"fail", "lie", "timeout", "vanish"})
-            faults.push_back("'request': " + strPlace + ", 'kind': '" + pszKind + "'");
-    BreakUpdates(faults);
 }
 
 TEST_F(Billboard, AControllerThatChecksItselfOtherwiseIsUpdatedAsWell)
