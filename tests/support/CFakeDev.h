@@ -38,27 +38,14 @@ public:
         char szText[64];
         std::snprintf(szText, sizeof szText, "arrive %u ss=%x", static_cast<unsigned>(devInst),
                       static_cast<unsigned>(dwOldSS));
-        told.emplace_back(szText);
-        held = devInst;
-        return true;
+        return Tell(szText, devInst);
     }
     bool Arrive(DWORD devInst) override
     {
-        told.push_back("arrive " + std::to_string(devInst));
-        held = devInst;
-        return true;
+        return Tell("arrive " + std::to_string(devInst), devInst);
     }
-    bool Remove() override
-    {
-        told.emplace_back("remove");
-        held = 0;
-        return true;
-    }
-    void ForceRemove() override
-    {
-        told.emplace_back("force remove");
-        held = 0;
-    }
+    bool Remove() override { return Tell("remove", 0); }
+    void ForceRemove() override { (void)Tell("force remove", 0); }
     WString GetLocationPath() override { return strPath; }
     int GetLevel() override { return nLevel; }
     int GetPort() override { return nPort; }
@@ -72,4 +59,12 @@ public:
     }
 
     std::vector<BYTE> vInitParams;
+
+private:
+    bool Tell(std::string strWhat, DWORD holds)
+    {
+        told.push_back(std::move(strWhat));
+        held = holds;
+        return true;
+    }
 };

@@ -41,63 +41,50 @@ private:
     CSimClock& m_clock;
 };
 
-void PutNumber(std::vector<BYTE>& bytes, std::uint32_t n)
+using Bytes = std::vector<BYTE>;
+
+Bytes Joined(Bytes first, const Bytes& second)
 {
-    for (int nShift = 24; nShift >= 0; nShift -= 8)
-        bytes.push_back(static_cast<BYTE>(n >> nShift));
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
 }
 
-std::vector<BYTE> Header(std::uint32_t nCommand, std::uint32_t nSequence, bool bIn, BYTE byEndpoint)
+Bytes Numbers(std::initializer_list<std::uint32_t> numbers)
 {
-    std::vector<BYTE> bytes;
-    for (const std::uint32_t n :
-         {nCommand, nSequence, 1U, bIn ? 1U : 0U, std::uint32_t{byEndpoint}})
-        PutNumber(bytes, n);
+    Bytes bytes;
+    for (const std::uint32_t n : numbers)
+        for (int nShift = 24; nShift >= 0; nShift -= 8)
+            bytes.push_back(static_cast<BYTE>(n >> nShift));
     return bytes;
 }
 
-std::vector<BYTE> Submit(std::uint32_t nSequence, BYTE byType, BYTE byRequest,
-                         const std::vector<BYTE>& data, BYTE cb, BYTE byEndpoint = 0)
+Bytes Submit(std::uint32_t nSequence, BYTE byType, BYTE byRequest, const Bytes& data, BYTE cb,
+             BYTE byEndpoint = 0)
 {
-    const bool bIn = (byType & 0x80) != 0;
-    std::vector<BYTE> bytes = Header(1, nSequence, bIn, byEndpoint);
-    for (const std::uint32_t n : {0U, std::uint32_t{cb}, 0U, 0U, 0U})
-        PutNumber(bytes, n);
-    const BYTE setup[] = {byType, byRequest, 0, 0, 0, 0, cb, 0};
-    bytes.insert(bytes.end(), std::begin(setup), std::end(setup));
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    return bytes;
+    return Joined(Joined(Numbers({1, nSequence, 1, byType >= 0x80, byEndpoint, 0, cb, 0, 0, 0}),
+                         {byType, byRequest, 0, 0, 0, 0, cb, 0}),
+                  data);
 }
 
-std::vector<BYTE> Unlink(std::uint32_t nSequence, std::uint32_t nVictim)
+Bytes Unlink(std::uint32_t nSequence, std::uint32_t nVictim)
 {
-    std::vector<BYTE> bytes = Header(2, nSequence, false, 0);
-    PutNumber(bytes, nVictim);
-    bytes.resize(48);
-    return bytes;
+    return Numbers({2, nSequence, 1, 0, 0, nVictim, 0, 0, 0, 0, 0, 0});
 }
 
-/// An answer without its padding: command, sequence number, status, length; then the data.
-std::vector<BYTE> Answer(std::uint32_t nCommand, std::uint32_t nSequence, std::int32_t nStatus,
-                         std::uint32_t cb, const std::vector<BYTE>& data = {})
+/// An answer: command, sequence number, status, length, the padding; then the data.
+Bytes Answer(std::uint32_t nCommand, std::uint32_t nSequence, std::int32_t nStatus,
+             std::uint32_t cb, const Bytes& data = {})
 {
-    std::vector<BYTE> bytes;
-    for (const std::uint32_t n :
-         {nCommand, nSequence, 0U, 0U, 0U, static_cast<std::uint32_t>(nStatus), cb})
-        PutNumber(bytes, n);
-    bytes.resize(48);
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    return bytes;
+    return Joined(Numbers({nCommand, nSequence, 0, 0, 0, static_cast<std::uint32_t>(nStatus), cb, 0,
+                           0, 0, 0, 0}),
+                  data);
 }
 
 class UsbipSession : public testing::Test
 {
 protected:
-    bool Receive(const std::vector<BYTE>& bytes)
-    {
-        return m_session.Receive(bytes.data(), bytes.size());
-    }
-    std::vector<BYTE> OutputAt(CSimClock::Micros now)
+    bool Receive(const Bytes& bytes) { return m_session.Receive(bytes.data(), bytes.size()); }
+    Bytes OutputAt(CSimClock::Micros now)
     {
         m_session.Run(now);
         return m_session.TakeOutput();
@@ -113,9 +100,9 @@ protected:
 TEST_F(UsbipSession, AnswersWhenTheTimeOfTheTransferHasPassed)
 {
     ASSERT_TRUE(Receive(Submit(7, kVendorIn, kStatus, {}, 3)));
-    EXPECT_EQ(OutputAt(0), std::vector<BYTE>{});
+    EXPECT_EQ(OutputAt(0), Bytes{});
     EXPECT_EQ(m_session.NextDue(), 1000u);
-    EXPECT_EQ(OutputAt(999), std::vector<BYTE>{});
+    EXPECT_EQ(OutputAt(999), Bytes{});
     EXPECT_EQ(OutputAt(1000), Answer(3, 7, 0, 3, {0xA0, 0xA1, 0xA2}));
     EXPECT_EQ(m_session.NextDue(), std::nullopt);
     EXPECT_EQ(m_nSeen, 1);
@@ -123,15 +110,13 @@ TEST_F(UsbipSession, AnswersWhenTheTimeOfTheTransferHasPassed)
 
 TEST_F(UsbipSession, PutsPiecesTogether)
 {
-    std::vector<BYTE> bytes = Submit(1, kVendorOut, kWrite, {5, 6}, 2);
-    const std::vector<BYTE> second = Submit(2, kVendorIn, kStatus, {}, 1);
-    bytes.insert(bytes.end(), second.begin(), second.end());
-    for (const BYTE by : bytes)
+    for (const BYTE by :
+         Joined(Submit(1, kVendorOut, kWrite, {5, 6}, 2), Submit(2, kVendorIn, kStatus, {}, 1)))
         ASSERT_TRUE(m_session.Receive(&by, 1));
-    EXPECT_EQ(OutputAt(0), std::vector<BYTE>{});
+    EXPECT_EQ(OutputAt(0), Bytes{});
     EXPECT_EQ(m_device.nTransfers, 1) << "the second waits until the first is answered";
     EXPECT_EQ(OutputAt(1000), Answer(3, 1, 0, 2));
-    EXPECT_EQ(m_device.written, (std::vector<BYTE>{5, 6}));
+    EXPECT_EQ(m_device.written, (Bytes{5, 6}));
     EXPECT_EQ(OutputAt(2000), Answer(3, 2, 0, 1, {0xA0}));
 }
 
@@ -160,15 +145,10 @@ TEST_F(UsbipSession, LeavesATimedOutTransferToTheKernel)
     m_device.error = kErrSemTimeout;
     ASSERT_TRUE(Receive(Submit(1, kVendorIn, kStatus, {}, 3)));
     ASSERT_TRUE(Receive(Submit(2, kVendorIn, kStatus, {}, 1)));
-    EXPECT_EQ(OutputAt(9'000'000), std::vector<BYTE>{});
+    EXPECT_EQ(OutputAt(9'000'000), Bytes{});
     m_device.error = 0;
     ASSERT_TRUE(Receive(Unlink(3, 1)));
-    EXPECT_EQ(OutputAt(9'000'000), [] {
-        std::vector<BYTE> both = Answer(4, 3, -104, 0);
-        const std::vector<BYTE> next = Answer(3, 2, 0, 1, {0xA0});
-        both.insert(both.end(), next.begin(), next.end());
-        return both;
-    }());
+    EXPECT_EQ(OutputAt(9'000'000), Joined(Answer(4, 3, -104, 0), Answer(3, 2, 0, 1, {0xA0})));
 }
 
 TEST_F(UsbipSession, ForgetsWhatWaitsAndKnowsWhatWasAnswered)
@@ -186,8 +166,8 @@ TEST_F(UsbipSession, ForgetsWhatWaitsAndKnowsWhatWasAnswered)
 
 TEST_F(UsbipSession, RefusesWhatIsNoRequest)
 {
-    EXPECT_FALSE(Receive(std::vector<BYTE>(48, 0xFF)));
-    std::vector<BYTE> huge = Submit(1, kVendorOut, kWrite, {}, 0);
+    EXPECT_FALSE(Receive(Bytes(48, 0xFF)));
+    Bytes huge = Submit(1, kVendorOut, kWrite, {}, 0);
     huge[24] = 0x7F; // the length
     EXPECT_FALSE(Receive(huge));
 }
