@@ -119,7 +119,7 @@ ToolResult CBenchFolder::Expect(int nExit, const std::string& strLine) const
 void CBenchFolder::Expect(int nExit, const std::string& strLine, const std::string& strWhat,
                           const std::string& strNext, const std::string& strState) const
 {
-    const nlohmann::json error = Expect(nExit, "--json " + strLine).Json()["error"];
+    nlohmann::json error = Expect(nExit, "--json " + strLine).Json()["error"];
     EXPECT_THAT(error.value("what", ""), testing::HasSubstr(strWhat)) << strLine;
     EXPECT_FALSE(error.value("next", "").empty()) << strLine;
     EXPECT_THAT(error.value("next", ""), testing::HasSubstr(strNext)) << strLine;

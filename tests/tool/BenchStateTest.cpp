@@ -34,7 +34,7 @@ TEST_F(KeptBench, LosesPowerInTheMiddleOfAnUpdateAndRecoversAsTold)
 {
     const std::string strImage = m_bench.Image("0x0200");
     m_bench.Expect(0, "bench power-cut hub --at 12");
-    const nlohmann::json error = m_bench.Expect(8, "--json update @0x0200.bin").Json()["error"];
+    nlohmann::json error = m_bench.Expect(8, "--json update @0x0200.bin").Json()["error"];
     EXPECT_EQ(error["phase"], "write");
     EXPECT_EQ(error["state"], "the hub is not on the bus; its flash is incomplete; its ROM code "
                               "keeps it updatable");

@@ -45,7 +45,7 @@ TEST_F(Billboard, IsChosenOrTheRefusalSaysWhy)
         m_bench.Expect(nExit, std::string("billboard version --device ") + pszDevice, pszSays);
     m_bench.Expect(2, "--hub #1 billboard version");
     UseBenchWithFault("'request': 'status', 'kind': 'stall', 'times': 2");
-    const nlohmann::json rows = m_bench.Type("--json billboard list").Json()["billboards"];
+    nlohmann::json rows = m_bench.Type("--json billboard list").Json()["billboards"];
     EXPECT_EQ(rows[0]["kind"], "silent");
     Expect(3, "version"); // it does not answer like one of the maker's
     m_bench.Expect(0, "bench unplug hub");

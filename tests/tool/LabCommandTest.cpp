@@ -160,7 +160,7 @@ INSTANTIATE_TEST_SUITE_P(In, FailedAccess,
 TEST_F(Laptop, SmbusBlocksAreReadAndWrittenByBothRoads)
 {
     for (const std::string strRoad : {"", " --by-byte"}) {
-        const json read = Document(0, kSmbusRead + strRoad);
+        json read = Document(0, kSmbusRead + strRoad);
         EXPECT_EQ(read["data"], "53 69 6D 42 61 74");
         EXPECT_EQ(read["address"], 0x16);
         EXPECT_EQ(read["address7"], 0x0B);

@@ -43,7 +43,7 @@ TEST_F(Output, IsOneJsonDocumentForEveryCommand)
           "bench check", "erase --yes", "version"}) { // the last fails: there is none any more
         SCOPED_TRACE(strLine);
         const ToolResult result = m_bench.Type("--json " + strLine);
-        const nlohmann::json document = result.Json();
+        nlohmann::json document = result.Json();
         EXPECT_EQ(document["schema"], 1);
         EXPECT_EQ(document["command"], strLine.substr(0, strLine.find(' ')));
         EXPECT_EQ(document["exit"], result.nExit);
@@ -67,7 +67,7 @@ TEST_F(Output, OfAWatchIsJsonLinesWithTheDocumentLast)
 TEST_F(Output, MarksForeignHubsInTheList)
 {
     m_bench.UseExample("troubled.json");
-    const nlohmann::json hubs = m_bench.Type("--json list --details").Json()["hubs"];
+    nlohmann::json hubs = m_bench.Type("--json list --details").Json()["hubs"];
     ASSERT_EQ(hubs.size(), 6u);
     EXPECT_EQ(hubs[0]["kind"], "own");
     EXPECT_EQ(hubs[4]["code"], "rom");

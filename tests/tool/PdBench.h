@@ -15,6 +15,8 @@ struct PdRoad
     const char* pszWrongByte; ///< a fault that writes one
     const char* pszWrongAt;
     std::vector<std::string> faults; ///< of an update
+
+    friend void PrintTo(const PdRoad& road, std::ostream* pOut) { *pOut << road.pszCommand; }
 };
 extern const PdRoad kThroughTheHub; ///< with a neighbour "next" at 0x66
 extern const PdRoad kAsBillboard;   ///< among others that are not quite; no hub driver

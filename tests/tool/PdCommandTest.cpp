@@ -20,7 +20,7 @@ TEST_F(Pd, AnUpdateLeavesHubAndNeighbourAlone)
     m_bench.Expect(0, "pd list");
     const nlohmann::json hub = m_bench.StateOf();
     const nlohmann::json next = m_bench.StateOf("next", "pdControllers");
-    const nlohmann::json document = Expect(0, "update @0x0222.bin").Json();
+    nlohmann::json document = Expect(0, "update @0x0222.bin").Json();
     EXPECT_TRUE(Runs(m_strImage));
     EXPECT_EQ(m_bench.StateOf(), hub);
     EXPECT_EQ(m_bench.StateOf("next", "pdControllers"), next);
@@ -61,10 +61,10 @@ TEST_F(Pd, AStatusThatCannotBeReadDoesNotCostBothBanks)
 TEST_F(Pd, AStuckBusIsAskedOnceAndReportedWithWhatAnsweredBefore)
 {
     UseBench(", 'faults': [{'pd': 'next', 'request': 'status', 'kind': 'timeout'}]");
-    const nlohmann::json document = m_bench.Expect(1, "--json pd list").Json();
+    nlohmann::json document = m_bench.Expect(1, "--json pd list").Json();
     ASSERT_EQ(document["pd"].size(), 1u);
     EXPECT_EQ(document["pd"][0]["address"], 0x42);
-    const nlohmann::json& error = document["error"];
+    nlohmann::json& error = document["error"];
     EXPECT_THAT(error["what"].get<std::string>(),
                 HasSubstr("stuck: the transfer to 0x66 (7-bit 0x33)"));
     EXPECT_THAT(error["next"].get<std::string>(), HasSubstr(" reset --hub 'path:"));

@@ -16,7 +16,7 @@ TEST_P(PdRoads, UpdatesTheOtherBankReadsItBackAndRunsIt)
 {
     EXPECT_EQ(Expect(0, "update @0x0222.bin --dry-run").Json()["result"], "dry-run");
     const Bytes old = BankOf(State(), 0);
-    const nlohmann::json document = Expect(0, "update @0x0222.bin --backup @old").Json();
+    nlohmann::json document = Expect(0, "update @0x0222.bin --backup @old").Json();
     EXPECT_EQ(document["before"], "0x0111");
     EXPECT_EQ(document["after"], "0x0222");
     EXPECT_EQ(document["result"], "updated");

@@ -85,7 +85,7 @@ TEST_F(HubsToAsk, GetTwoRequestsFromAListAndNoMore)
 TEST_F(HubsToAsk, ThatNeverAnswerStayUnknown)
 {
     m_bench.Expect(0, "bench fault hub --nth 1 --kind timeout");
-    const nlohmann::json hub = m_bench.Type("--json list").Json()["hubs"][0];
+    nlohmann::json hub = m_bench.Type("--json list").Json()["hubs"][0];
     EXPECT_EQ(hub["kind"], "unknown");
     EXPECT_EQ(hub["reason"], "it does not answer");
     EXPECT_EQ(hub["cure"], nullptr);

@@ -21,7 +21,7 @@ protected:
 
 TEST_F(Update, WritesTheImageAndComesBackWithItsVersion)
 {
-    const nlohmann::json document = m_bench.Expect(0, "--json update @0x0200.bin").Json();
+    nlohmann::json document = m_bench.Expect(0, "--json update @0x0200.bin").Json();
     EXPECT_TRUE(m_bench.Runs(m_strImage));
     EXPECT_EQ(document["before"], "0x0100");
     EXPECT_EQ(document["after"], "0x0200");

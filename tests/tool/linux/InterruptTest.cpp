@@ -68,7 +68,7 @@ TEST_F(Interrupted, TwiceLeavesAtOnceWithTheStateAndHowToRecover)
     EXPECT_EQ(result.nExit, 6);
     EXPECT_THAT(result.strErr, HasSubstr("left at once"));
     EXPECT_THAT(result.strErr, HasSubstr("its other bank is incomplete"));
-    const nlohmann::json error = result.Json()["error"];
+    nlohmann::json error = result.Json()["error"];
     EXPECT_EQ(error["phase"], "write");
     EXPECT_THAT(error["next"].get<std::string>(), HasSubstr("0x0200.bin --hub 'path:PCIROOT(0)"));
     m_bench.Expect(0, "update @0x0200.bin"); // what it says to type does it
