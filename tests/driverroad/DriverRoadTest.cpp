@@ -63,16 +63,17 @@ TEST_F(DriverRoad, HubIsListedThroughTheDriver)
 TEST_F(DriverRoad, UpdateSendsAndLogsWhatItDoesOnTheSimulatedMachine)
 {
     const std::string strFile = NewImageFile();
+    const auto updateAndAsk = [&](CSimNode& node) {
+        USHORT wVersion = 0;
+        EXPECT_TRUE(HubJob(node).Update(strFile));
+        EXPECT_TRUE(HubJob(node).pFlow->DevReadVersion(wVersion));
+        EXPECT_EQ(wVersion, 0x0222);
+    };
     ASSERT_TRUE(XH_InitDevice(true));
-    EXPECT_TRUE(HubJob(m_bus.HubNode()).Update(strFile));
+    updateAndAsk(m_bus.HubNode());
     const std::string strDriver = m_road.RequestLog();
     XH_UnInitDevice();
     const std::string strReal = NormalisedLog(Log());
-    ASSERT_TRUE(XH_InitDevice(false));
-    USHORT wVersion = 0;
-    EXPECT_TRUE(HubJob(m_bus.HubNode()).pFlow->DevReadVersion(wVersion));
-    EXPECT_EQ(wVersion, 0x0222);
-    XH_UnInitDevice();
 
     CBenchBus bus;
     CSimMachine machine(bus.Shared());
@@ -84,7 +85,7 @@ TEST_F(DriverRoad, UpdateSendsAndLogsWhatItDoesOnTheSimulatedMachine)
     machine.FileSystem().SetTemporaryFolder(szTemporary);
     machine.Volume().AddFolder(szTemporary);
     const std::string strSimulated =
-        OnTheSimulatedMachine(machine, [&] { EXPECT_TRUE(HubJob(bus.HubNode()).Update(strFile)); });
+        OnTheSimulatedMachine(machine, [&] { updateAndAsk(bus.HubNode()); });
     ZelSetPlatform(&m_road);
 
     EXPECT_TRUE(bus.Hub().Runs(NewImage()));

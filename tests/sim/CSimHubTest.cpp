@@ -78,7 +78,35 @@ TEST_F(HubMisuse, IsStalledAndCounted)
     }
 }
 
+struct Target : ISimI2cTarget
+{
+    SimI2cResult Write(BYTE, USHORT, const BYTE*, BYTE) override { return answer; }
+    SimI2cResult Read(BYTE, USHORT, BYTE*, BYTE) override { return answer; }
+    SimI2cResult answer;
+};
+
 using HubI2c = SimHubTest;
+
+TEST_F(HubI2c, TargetsRefuseStretchOrHoldTheBus)
+{
+    const std::tuple<SimI2cResult, DWORD, CSimClock::Micros> kAnswers[] = {
+        {{SimI2cAnswer::Nak, 0}, kErrGenFailure, 0},
+        {{SimI2cAnswer::Ack, 3'000'000}, kErrNone, 3'000'000},
+        {{SimI2cAnswer::Stuck, 0}, kErrSemTimeout, 5'000'000},
+        {{SimI2cAnswer::Ack, 0}, kErrSemTimeout, 5'000'000}, // still stuck
+    };
+    Build();
+    Target target;
+    Hub().AttachI2cTarget(0x66, &target);
+    for (const auto& [answer, dwError, usTaken] : kAnswers) {
+        target.answer = answer;
+        const auto usBefore = m_clock.Now();
+        EXPECT_EQ(Out(REQ_BLOCK_OUT, 0x1366, 0, {0, 0, 0}), dwError);
+        EXPECT_GE(m_clock.Now() - usBefore, usTaken);
+    }
+    Hub().PowerUp();
+    EXPECT_EQ(Out(REQ_BLOCK_OUT, 0x1366, 0, {0, 0, 0}), 0u);
+}
 
 TEST_F(HubI2c, MemoryEndsWhereItEnds)
 {

@@ -1,5 +1,6 @@
 #include "sim/CSimMachine.h"
 #include "platform/CLikePattern.h"
+#include "wire/DriverNames.h"
 
 #include <gmock/gmock.h>
 
@@ -168,6 +169,19 @@ protected:
     HANDLE m_hManager = nullptr;
     SERVICE_STATE m_state = {};
 };
+
+TEST_F(ServiceManager, FinishesAStopOnlyWhenTheLastControlHandleIsClosed)
+{
+    const HANDLE hService = Create();
+    ASSERT_TRUE(m_scm.Start(hService));
+    IDeviceFile& files = m_machine.DeviceFile();
+    const HANDLE hDevice = files.Open(ZELUPX_DEVICE_PATH, kGenericRead, 0, kOpenExisting, 0);
+    EXPECT_TRUE(m_scm.Control(hService, kControlStop, &m_state));
+    EXPECT_EQ(m_state.dwCurrentState, kStateStopPending);
+    files.Close(hDevice);
+    EXPECT_FALSE(m_scm.Control(hService, kControlStop, &m_state));
+    EXPECT_EQ(LastError(), kErrServiceNotActive);
+}
 
 TEST_F(ServiceManager, RemovesAServiceWithItsLastHandle)
 {
