@@ -48,3 +48,15 @@ protected:
     CSimMachine m_machine{m_bus.Shared()};
     CBenchRoad m_road{m_machine};
 };
+
+/// A job for a node of the bench.
+struct BenchJob : HubJob
+{
+    explicit BenchJob(const CSimNode& node) : HubJob(PathOf(node)) {}
+
+    static WString PathOf(const CSimNode& node)
+    {
+        WString strPath = node.Spec().locationPaths.front();
+        return strPath;
+    }
+};

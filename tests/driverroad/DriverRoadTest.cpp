@@ -65,8 +65,8 @@ TEST_F(DriverRoad, UpdateSendsAndLogsWhatItDoesOnTheSimulatedMachine)
     const std::string strFile = NewImageFile();
     const auto updateAndAsk = [&](CSimNode& node) {
         USHORT wVersion = 0;
-        EXPECT_TRUE(HubJob(node).Update(strFile));
-        EXPECT_TRUE(HubJob(node).pFlow->DevReadVersion(wVersion));
+        EXPECT_TRUE(BenchJob(node).Update(strFile));
+        EXPECT_TRUE(BenchJob(node).pFlow->DevReadVersion(wVersion));
         EXPECT_EQ(wVersion, 0x0222);
     };
     ASSERT_TRUE(XH_InitDevice(true));
@@ -99,7 +99,7 @@ TEST_F(DriverRoad, UpdateSendsAndLogsWhatItDoesOnTheSimulatedMachine)
 TEST_F(DriverRoad, EraseSendsTheDriverWhatItSendsTheSimulatedMachine)
 {
     ASSERT_TRUE(XH_InitDevice(false));
-    EXPECT_TRUE(HubJob(m_bus.HubNode()).pFlow->DevErase());
+    EXPECT_TRUE(BenchJob(m_bus.HubNode()).pFlow->DevErase());
     const std::string strDriver = m_road.RequestLog();
     XH_UnInitDevice();
 
@@ -107,7 +107,7 @@ TEST_F(DriverRoad, EraseSendsTheDriverWhatItSendsTheSimulatedMachine)
     CSimMachine machine(bus.Shared());
     machine.HostFiles().UseMemory();
     EXPECT_EQ(strDriver, OnTheSimulatedMachine(machine, [&] {
-                  EXPECT_TRUE(HubJob(bus.HubNode()).pFlow->DevErase());
+                  EXPECT_TRUE(BenchJob(bus.HubNode()).pFlow->DevErase());
               }));
     ZelSetPlatform(&m_road);
     EXPECT_FALSE(bus.Hub().RunsFlash());

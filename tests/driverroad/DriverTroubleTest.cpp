@@ -103,7 +103,7 @@ TEST_F(DriverTrouble, DeviceMayBeMissingAfterAGoodStart)
 TEST_F(DriverTrouble, StoppedBetweenTwoRequestsItFailsTheSecond)
 {
     ASSERT_TRUE(XH_InitDevice(false));
-    HubJob job(m_bus.HubNode());
+    BenchJob job(m_bus.HubNode());
     ASSERT_TRUE(job.finder.WaitDevConnect(job.pDev.get(), 1));
     BYTE status[20] = {};
     EXPECT_TRUE(XH_DetectHubStatusForTest(status));

@@ -18,12 +18,12 @@ protected:
 
     static bool Update(const StoryHub& hub, const char* pszFile = "new.bin")
     {
-        return HubJob(*hub.pNode).Update(pszFile);
+        return HubJob(hub.Path()).Update(pszFile);
     }
 
     static USHORT VersionOf(const StoryHub& hub, USHORT wBefore = 0)
     {
-        EXPECT_TRUE(HubJob(*hub.pNode).pFlow->DevReadVersion(wBefore));
+        EXPECT_TRUE(HubJob(hub.Path()).pFlow->DevReadVersion(wBefore));
         return wBefore;
     }
 };
@@ -34,7 +34,7 @@ TEST_F(UpdatingHost, SeesTheProgressAndTheNewVersion)
     EXPECT_EQ(VersionOf(hub), 0x0111);
     {
         CHostView view;
-        HubJob job(*hub.pNode);
+        HubJob job(hub.Path());
         USHORT wImage = 0;
         ASSERT_TRUE(job.pFlow->InitFwFinder("new.bin"));
         EXPECT_TRUE(job.pFlow->DevReadBINVersion(wImage, 1));
@@ -114,7 +114,7 @@ TEST_F(UpdatingHost, AnErasedHubStaysInRomUntilItIsUpdated)
     const StoryHub hub = AddHub(1);
     {
         CHostView view;
-        HubJob job(*hub.pNode);
+        HubJob job(hub.Path());
         EXPECT_TRUE(job.pFlow->DevErase());
         EXPECT_THAT(view.m_progress, ElementsAre(0, 30, 100, 0));
         EXPECT_THAT(view.m_results, ElementsAre("1 Erase flash success\n"));
@@ -135,7 +135,7 @@ TEST_F(UpdatingHost, AnEraseOrUpdateWhoseHubStaysAwaySaysYesAndStopsShort)
     hub.pChip->SetReturn({50'000, 0, false, true});
     {
         CHostView view;
-        EXPECT_TRUE(HubJob(*hub.pNode).pFlow->DevErase());
+        EXPECT_TRUE(HubJob(hub.Path()).pFlow->DevErase());
         EXPECT_THAT(view.m_results, ElementsAre("1 Erase flash success\n"));
     }
     hub.pChip->PowerUp();
@@ -158,7 +158,7 @@ TEST_F(UpdatingHost, FailsWithoutAHubAndWithoutAnImage)
     const StoryHub hub = AddHub(1);
     Offer("empty.bin", {});
     for (const char* pszFile : {"missing.bin", "empty.bin"})
-        EXPECT_FALSE(HubJob(*hub.pNode).pFlow->InitFwFinder(pszFile)) << pszFile;
+        EXPECT_FALSE(HubJob(hub.Path()).pFlow->InitFwFinder(pszFile)) << pszFile;
     hub.pChip->Unplug();
     CHostView view;
     EXPECT_FALSE(Update(hub));

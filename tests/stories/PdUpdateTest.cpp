@@ -27,7 +27,7 @@ protected:
     /// One device at an address, with its hub as master, attached to the hub's finder.
     struct PdJob
     {
-        PdJob(const StoryHub& hub, BYTE byAddr) : master(*hub.pNode)
+        PdJob(const StoryHub& hub, BYTE byAddr) : master(hub.Path())
         {
             dev.SetMaster(master.pDev.get());
             dev.SetSlaveAddr(byAddr);

@@ -33,7 +33,7 @@ TEST_F(PlainHost, ListsOpensTalksAndCloses)
     EXPECT_EQ(list[0].DevInst, hub.DevInst());
     EXPECT_EQ(WString(list[0].VID), WTEXT("1234"));
     EXPECT_EQ(WString(list[0].PID), WTEXT("5678"));
-    EXPECT_EQ(WString(list[0].LocationPath), hub.pNode->Spec().locationPaths.front());
+    EXPECT_EQ(WString(list[0].LocationPath), hub.Path());
     EXPECT_EQ(list[0].Port, 2u);
     EXPECT_EQ(list[0].IsU3Hub, 0);
 

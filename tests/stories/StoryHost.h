@@ -49,6 +49,7 @@ struct StoryHub
     CSimNode* pNode;
 
     DWORD DevInst() const { return pNode->DevInst(); }
+    WString Path() const { return pNode->Spec().locationPaths.front(); }
 };
 
 /// A computer whose process uses the shared library, and nothing else of it.

@@ -3,16 +3,16 @@
 #include "dev/CHubDev.h"
 #include "find/CHubFind.h"
 #include "flow/CUniversalFlow.h"
-#include "sim/CSimNode.h"
 
 #include <memory>
+#include <string>
 
 /// What a host keeps for one hub that it updates: a finder and a device of its own.
 struct HubJob
 {
-    explicit HubJob(const CSimNode& node) : pDev(GetHubDev())
+    /// @param strPath where the hub is
+    explicit HubJob(WString strPath) : pDev(GetHubDev())
     {
-        WString strPath = node.Spec().locationPaths.front();
         pDev->SetTopo(strPath.data());
         finder.Attach(pDev.get());
         pFlow.reset(GetUniversalFlow(&finder, pDev.get()));

@@ -130,7 +130,7 @@ struct Run
 /// @return how many times as long the library takes
 double Measure(CBenchBus& bus, CBenchRoad& road)
 {
-    HubJob job(bus.HubNode());
+    BenchJob job(bus.HubNode());
     Expect(job.pFlow->DevErase(), "the hub cannot be erased");
     Expect(job.finder.WaitDevConnect(job.pDev.get(), 1), "the hub does not open");
     CBareLoop bare(road.DeviceFile(), bus.HubNode());
