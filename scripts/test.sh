@@ -13,7 +13,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
-usage() { sed -n '2,13s/^# \{0,1\}//p' scripts/test.sh; }
+usage() { sed -n '2,12s/^# \{0,1\}//p' scripts/test.sh; }
 mode=default
 case "${1:-}" in
 "") ;;
