@@ -5,6 +5,7 @@
 #include "api/zelhub_bench.h"
 #include "sim/CSimHub.h"
 #include "sim/CSimMachine.h"
+#include "support/CMessageLog.h"
 
 namespace
 {
@@ -46,6 +47,13 @@ TEST_F(Api, LogOfAModuleWithoutFolderIsDeletedInTheWorkingFolder)
     EXPECT_TRUE(XH_InitDevice(true));
     EXPECT_EQ(m_machine.HostFiles().Data("info.txt"), nullptr);
     EXPECT_NE(m_machine.HostFiles().Text("lib.soinfo.txt"), "");
+}
+
+TEST_F(Api, AStartEndsWhatWentBeforeAndForgetsTheHostsResponders)
+{
+    const CMessageLog host;
+    EXPECT_TRUE(XH_InitDevice(false));
+    EXPECT_EQ(host.Lines(), std::vector<std::string>{"1|XH_UnInitDevice|Free Memory\n"});
 }
 
 // An empty one would match by level: some other hub. The long one does not fit the 1,024 bytes

@@ -69,7 +69,7 @@ protected:
         return m_machine.Tree().AddDevice(m_machine.RootHub(), nPort, options, &m_device);
     }
 
-    CSimNode& TheBillboard() { return Device(1, kInst, kPid, WTEXT("Billboard Device")); }
+    CSimNode& TheBillboard() { return Device(5, kInst, kPid, WTEXT("Billboard Device")); }
 
     void OpenTheBillboard()
     {
@@ -112,6 +112,16 @@ TEST_F(Billboard, AFailedRequestOfTheSetIsSilent)
     EXPECT_EQ(m_cmd.KyBBPD_OpenBillBoardDevice(kPid, kVid), 0);
     EXPECT_THAT(m_log.Lines(), ElementsAre("1" + kOpen + "dwInst is 61\n",
                                            "1" + kOpen + "VID is 5678,PID is 9001\n"));
+}
+
+TEST_F(Billboard, ATextBeyond256CharactersMovesTheSearchOn)
+{
+    const WString strLong(256, WTEXT('x')); // one more with its end
+    Device(1, 7, kPid, strLong.c_str());
+    TheBillboard();
+    EXPECT_NE(m_cmd.KyBBPD_OpenBillBoardDevice(kPid, kVid), 0);
+    EXPECT_EQ(m_log.Lines()[1],
+              "3" + kOpen + "SetupDiGetDeviceRegistryProperty Get DeviceDESC FAIL\n");
 }
 
 TEST_F(Billboard, ANewOpenReplacesTheOld)

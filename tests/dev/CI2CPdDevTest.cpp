@@ -27,6 +27,7 @@ class COpenPd : public CI2CPdDev
 {
 public:
     void SetFlashAddr(DWORD dwAddr) { m_dwFlashAddr = dwAddr; }
+    DWORD FlashAddr() const { return m_dwFlashAddr; }
 };
 
 /// A command to the controller, as its master sends it.
@@ -131,6 +132,14 @@ TEST_F(PdDevTest, ResetsLeadToWaiting)
     EXPECT_FALSE(m_dev.Reset2RomEx());
     EXPECT_FALSE(m_dev.Reset2FlashEx());
     EXPECT_TRUE(IsIn(FLASH_STATE));
+}
+
+TEST_F(PdDevTest, AnUnreadableStatusLeavesTheBankThatWasChosen)
+{
+    m_dev.SetFlashAddr(0x20000);
+    m_transport.m_fails = {{0, 31}};
+    EXPECT_FALSE(m_dev.IsDualBank());
+    EXPECT_EQ(m_dev.FlashAddr(), 0x20000u);
 }
 
 TEST_F(PdDevTest, ReadsTheVersionAndErasesAfterAnEnable)

@@ -161,6 +161,8 @@ TEST_F(HubFinder, ItsCyclesSeeNeitherRootHubsNorSuperSpeedHalves)
     CSimNode& half = m_machine.Tree().AddHubPair(Root(), 3, Root(), 13, options);
     EXPECT_FALSE(m_finder.FilterDev(20));
     EXPECT_TRUE(m_finder.FilterDev(half.Twin()->DevInst()));
+    m_machine.Faults().FailNext("IDeviceTree::GetParent", kCrFailure);
+    EXPECT_FALSE(m_finder.FilterDev(20)) << "an unknown parent keeps the node";
     m_log.Clear();
     EXPECT_TRUE(m_finder.FilterDev(Root().DevInst()));
     EXPECT_THAT(m_log.Lines(),

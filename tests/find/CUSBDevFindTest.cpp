@@ -144,6 +144,15 @@ TEST_F(Cycles, ARemovalClosesAndTellsTheFirstDeviceThatHoldsTheNode)
     EXPECT_EQ(holder.told.back(), "arrive 10 ss=0");
 }
 
+TEST_F(Cycles, AFailedEnumerationChangesNothing)
+{
+    Hub(1, 10);
+    m_finder.WatchAllDevs();
+    m_machine.Faults().FailNext("IDeviceTree::GetClassDevs", 1167);
+    m_finder.WatchAllDevs();
+    EXPECT_THAT(m_dev.told, SizeIs(1));
+}
+
 TEST_F(Cycles, ADummyOrForcedRemovalMakesEveryNodeArriveAnew)
 {
     Hub(1, 10);
