@@ -275,4 +275,24 @@ TEST(PowerSwitch, AnswersAsTheSystemWouldOutOfOrder)
     EXPECT_EQ(machine.Handles().Open().size(), 4u) << "locator, services, enumerator, object";
 }
 
+TEST(Companion, RefusesWhatIsNotExactlyARequest)
+{
+    using namespace std::string_literals;
+    const std::pair<std::string, const char*> kRequests[] = {
+        {"\0a\0\0\0b\0c\0\0\0\0\0"s, nullptr},
+        {"\2a\0\0\0\0\0"s, "the switch byte is neither 0 nor 1"},
+        {"\0a\0b\0"s, "the list does not end with a zero"},
+        {"\0a\0\0\0"s, "the last text has no zero of its own"},
+        {"\0a\0\0\0\0"s, "the request is not a switch byte and 16-bit text"},
+        {"\0a\0\0\0\0\0\0\0"s, "the list ends before the request does"},
+        {"\0\0\0"s, "the list is empty"},
+    };
+    for (const auto& [strBytes, pszReason] : kRequests) {
+        SimCompanionRequest request;
+        EXPECT_STREQ(CSimCompanion::Decode(reinterpret_cast<const BYTE*>(strBytes.data()),
+                                           strBytes.size(), &request),
+                     pszReason);
+    }
+}
+
 } // namespace
