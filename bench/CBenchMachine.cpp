@@ -1,7 +1,7 @@
 #include "bench/CBenchMachine.h"
 
 #include "cmd/CRequestCMD.h"
-#include "sim/CSimImage.h"
+#include "sim/models/CSimImage.h"
 
 namespace
 {

@@ -2,8 +2,8 @@
 
 #include "dev/CHubDev.h"
 #include "find/CHubFind.h"
-#include "sim/CSimHub.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
+#include "sim/models/CSimHub.h"
 #include "transport/CPropertyEx.h"
 
 #include <vector>

@@ -2,7 +2,7 @@
 
 #include "bench/CBenchMachine.h"
 #include "dev/CI2CPdDev.h"
-#include "sim/CSimPd.h"
+#include "sim/models/CSimPd.h"
 
 /// A PD controller behind the bench's hub, which is open, and a device for it on the same finder.
 class CPdBench

@@ -1,7 +1,7 @@
 #include "bench/CBenchMachine.h"
 #include "cmd/CRequestCMD.h"
-#include "sim/CSimEc.h"
-#include "sim/CSimSmbusController.h"
+#include "sim/models/CSimEc.h"
+#include "sim/models/CSimSmbusController.h"
 
 #include <benchmark/benchmark.h>
 #include <numeric>

@@ -1,5 +1,5 @@
 #include "find/CHubFind.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,10 +1,10 @@
 // Bench files: whatever stands in them is read, or refused with a word; a machine that was
 // accepted can be built.
 #include "fuzz/Demand.h"
-#include "tools/zelhub/BenchLabState.h"
-#include "tools/zelhub/CBenchFile.h"
-#include "tools/zelhub/CBenchMachine.h"
-#include "tools/zelhub/Failure.h"
+#include "tools/zelhub/bench/BenchLabState.h"
+#include "tools/zelhub/bench/CBenchFile.h"
+#include "tools/zelhub/bench/CBenchMachine.h"
+#include "tools/zelhub/output/Failure.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cmd/CRequestCMD.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 #include "transport/CPropertyEx.h"
 
 /// A process on a simulated computer with the driver started, for the whole life of a fuzzer.

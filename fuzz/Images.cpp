@@ -4,7 +4,7 @@
 #include "flow/CHubFwFinder.h"
 #include "fuzz/CFuzzHost.h"
 #include "fuzz/Demand.h"
-#include "sim/CSimImage.h"
+#include "sim/models/CSimImage.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 

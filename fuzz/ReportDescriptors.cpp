@@ -2,7 +2,7 @@
 // library takes the device for the vendor's.
 #include "fuzz/CFuzzHost.h"
 #include "fuzz/Demand.h"
-#include "sim/CSimHidDevice.h"
+#include "sim/models/CSimHidDevice.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 

@@ -7,9 +7,9 @@
 #include <fstream>
 #include <iostream>
 
-#include "sim/CSimHub.h"
-#include "sim/CSimImage.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
+#include "sim/models/CSimHub.h"
+#include "sim/models/CSimImage.h"
 
 int main()
 {

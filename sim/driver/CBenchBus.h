@@ -1,8 +1,8 @@
 #pragma once
 
-#include "sim/CSimHub.h"
-#include "sim/CSimImage.h"
 #include "sim/driver/IBenchBus.h"
+#include "sim/models/CSimHub.h"
+#include "sim/models/CSimImage.h"
 
 #include <memory>
 #include <vector>

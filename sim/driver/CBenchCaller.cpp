@@ -1,7 +1,7 @@
 #include "sim/driver/CBenchCaller.h"
 
-#include "sim/CSimDevicePath.h"
 #include "sim/driver/BenchProtocol.h"
+#include "sim/machine/CSimDevicePath.h"
 
 #include <string>
 

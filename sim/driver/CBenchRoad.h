@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "sim/CSimMachine.h"
 #include "sim/driver/CBenchTree.h"
+#include "sim/machine/CSimMachine.h"
 
 #include <string>
 

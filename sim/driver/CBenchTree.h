@@ -3,7 +3,7 @@
 #include "platform/IDeviceTree.h"
 #include "platform/IProcess.h"
 #include "platform/Platform.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 
 /// A simulated device tree among real services: it follows the bench driver's bus whenever a
 /// device set is asked for, and its errors become the real thread's last error.

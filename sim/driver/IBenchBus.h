@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/CSimSystem.h"
+#include "sim/machine/CSimSystem.h"
 
 #include <memory>
 #include <string>

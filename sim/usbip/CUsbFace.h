@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/ISimUsbDevice.h"
+#include "sim/models/ISimUsbDevice.h"
 
 #include <vector>
 

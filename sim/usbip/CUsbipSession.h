@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sim/CSimClock.h"
-#include "sim/ISimUsbDevice.h"
+#include "sim/models/CSimClock.h"
+#include "sim/models/ISimUsbDevice.h"
 #include "sim/usbip/UsbipPackets.h"
 
 #include <deque>

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "api/zelhub_bench.h"
-#include "sim/CSimHub.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
+#include "sim/models/CSimHub.h"
 #include "support/CMessageLog.h"
 
 namespace

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "cmd/CRequestCMD.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 #include "support/CMessageLog.h"
 
 using testing::Contains;

@@ -3,7 +3,7 @@
 #include <deque>
 
 #include "cmd/CRequestCMD.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 #include "support/CBoundRequestObj.h"
 #include "support/CFakeTransport.h"
 

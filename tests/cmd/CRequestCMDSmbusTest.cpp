@@ -1,7 +1,7 @@
 #include <numeric>
 
 #include "cmd/PortDriverFixture.h"
-#include "sim/CSimSmbusController.h"
+#include "sim/models/CSimSmbusController.h"
 
 using testing::Contains;
 using testing::ElementsAre;

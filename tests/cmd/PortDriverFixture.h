@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "cmd/CRequestCMDTestAccess.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 #include "support/CMessageLog.h"
 
 /// A computer on which the port driver was never started.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "dev/Fakes.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 #include "support/CBoundRequestObj.h"
 
 #include <gmock/gmock.h>

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 #include "support/CMessageLog.h"
 
 /// A computer with a host controller, its root hub and whatever a test adds. At its end nothing

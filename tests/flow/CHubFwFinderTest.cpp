@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include "cmd/CRequestCMD.h"
 #include "messages/CMessageBench.h"
-#include "sim/CSimBillboard.h"
+#include "sim/models/CSimBillboard.h"
 
 namespace
 {

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "platform/ErrorCodes.h"
-#include "sim/CSimHub.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
+#include "sim/models/CSimHub.h"
 #include "support/CMessageLog.h"
 #include "transport/CPropertyEx.h"
 

@@ -2,7 +2,7 @@
 
 #include "dev/CState.h"
 #include "messages/CMessageHost.h"
-#include "sim/CSimImage.h"
+#include "sim/models/CSimImage.h"
 #include "wire/HubRequests.h"
 
 /// Reaches the operations that nothing in the update path calls.

@@ -2,8 +2,8 @@
 
 #include "dev/CI2CPdDev.h"
 #include "messages/CMessageHost.h"
-#include "sim/CSimImage.h"
-#include "sim/CSimPd.h"
+#include "sim/models/CSimImage.h"
+#include "sim/models/CSimPd.h"
 
 namespace
 {

@@ -4,8 +4,8 @@
 
 #include "cmd/CRequestCMDTestAccess.h"
 #include "messages/CMessageBench.h"
-#include "sim/CSimEc.h"
-#include "sim/CSimSmbusController.h"
+#include "sim/models/CSimEc.h"
+#include "sim/models/CSimSmbusController.h"
 #include "support/CBoundRequestObj.h"
 #include "wire/DriverNames.h"
 

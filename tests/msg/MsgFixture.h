@@ -7,7 +7,7 @@
 
 #include "msg/CMsgBase.h"
 #include "msg/IResponder.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 
 /// Keeps what it is told, in order.
 class CNotebook : public IResponder

@@ -1,6 +1,6 @@
 #include "PlatformContract.h"
 
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 
 std::shared_ptr<Platform> MakeRealPlatform()
 {

@@ -1,4 +1,4 @@
-#include "sim/CSimBillboard.h"
+#include "sim/models/CSimBillboard.h"
 #include "wire/HubRequests.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 #include "wire/DriverNames.h"
 #include "wire/PortIo.h"
 

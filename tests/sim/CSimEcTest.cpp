@@ -1,4 +1,4 @@
-#include "sim/CSimEc.h"
+#include "sim/models/CSimEc.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "sim/CSimFlash.h"
+#include "sim/models/CSimFlash.h"
 
 #include <gtest/gtest.h>
 

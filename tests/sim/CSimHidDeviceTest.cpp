@@ -1,4 +1,4 @@
-#include "sim/CSimHidDevice.h"
+#include "sim/models/CSimHidDevice.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "sim/CSimPd.h"
+#include "sim/models/CSimPd.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "sim/CSimProxyDriver.h"
+#include "sim/machine/CSimProxyDriver.h"
 
-#include "sim/CSimAddressSpace.h"
+#include "sim/machine/CSimAddressSpace.h"
 
 #include <cstring>
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "sim/CSimSmbusController.h"
+#include "sim/models/CSimSmbusController.h"
 
 #include <gtest/gtest.h>
 

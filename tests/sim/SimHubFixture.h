@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/CSimHub.h"
+#include "sim/models/CSimHub.h"
 #include "wire/HubRequests.h"
 
 #include <gtest/gtest.h>

@@ -4,9 +4,9 @@
 #include "api/zelhub_bench.h"
 #include "msg/CMsg.h"
 #include "msg/IResponder.h"
-#include "sim/CSimHub.h"
-#include "sim/CSimImage.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
+#include "sim/models/CSimHub.h"
+#include "sim/models/CSimImage.h"
 #include "support/HubJob.h"
 
 #include <gmock/gmock.h>

@@ -24,9 +24,20 @@ const std::pair<const char*, const char*> kRules[] = {
     {"src/flow/[A-Za-z]*FwFinder\\.(h|cpp)", "(msg|platform)/[^/]*|flow/[A-Za-z]*FwFinder\\.h"},
     {"src/flow/.*", "(flow|msg|platform)/[^/]*|dev/IDev\\.h|dev/DEVSTATE\\.h|find/IDevFinder\\.h"},
     {"src/api/.*", "(api|flow|dev|find|cmd|transport|msg|wire|platform)/[^/]*"},
+    {"sim/models/.*", "(sim/models|wire|platform)/[^/]*"},
+    {"sim/machine/.*", "sim/(models|machine)/.*|(wire|platform)/[^/]*"},
     {"sim/.*", "sim/.*|(wire|platform)/[^/]*"},
     {"tools/zelhub-bench-usbip/.*",
-     "tools/zelhub-bench-usbip/.*|tools/zelhub/(C?Bench|CJson|Failure).*|(sim|wire|platform)/.*"},
+     "tools/zelhub-bench-usbip/.*|tools/zelhub/(bench|input|output)/.*|(sim|wire|platform)/.*"},
+    {"tools/zelhub/system/.*", "tools/zelhub/system/.*"},
+    {"tools/zelhub/output/.*", "tools/zelhub/(output|system)/.*"},
+    {"tools/zelhub/input/.*", "tools/zelhub/(input|output)/.*|platform/[^/]*"},
+    {"tools/zelhub/bench/.*",
+     "tools/zelhub/(bench|input|output|system)/.*|sim/.*|(api|wire|platform)/[^/]*"},
+    {"tools/zelhub/context/.*",
+     "tools/zelhub/(context|bench|input|output|system)/.*|(api|msg|platform)/[^/]*"},
+    {"tools/zelhub/devices/.*", "tools/zelhub/(devices|context|input|output|system)/.*|"
+                                "(api|flow|dev|find|cmd|transport|msg|wire|platform)/[^/]*"},
     {"tools/zelhub/.*",
      "(tools/zelhub|sim)/.*|(api|flow|dev|find|cmd|transport|msg|wire|platform)/[^/]*"},
 };
@@ -53,7 +64,7 @@ bool SystemHeaderAllowed(const std::string& sPath, const std::string& sHeader)
     static const std::regex kOneSystem("src/platform/(linux|windows)/.*|"
                                        "sim/driver/((Mute)?Entry\\.c|CBenchCaller\\.cpp)|"
                                        "tools/zelhub-bench-usbip/[A-Za-z]*\\.cpp|"
-                                       "tools/zelhub/[A-Za-z]*_(linux|windows)\\.cpp");
+                                       "tools/zelhub/system/[A-Za-z]*_(linux|windows)\\.cpp");
     if (std::regex_match(sPath, kOneSystem))
         return true;
     return sPath.rfind("tools/", 0) == 0 &&

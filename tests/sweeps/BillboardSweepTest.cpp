@@ -1,6 +1,6 @@
 #include "cmd/CRequestCMD.h"
 #include "platform/IClock.h"
-#include "sim/CSimBillboard.h"
+#include "sim/models/CSimBillboard.h"
 #include "sweeps/SeamFaults.h"
 #include "sweeps/SweepRig.h"
 

@@ -1,5 +1,5 @@
 #include "dev/CI2CPdDev.h"
-#include "sim/CSimPd.h"
+#include "sim/models/CSimPd.h"
 #include "sweeps/SeamFaults.h"
 #include "sweeps/SweepRig.h"
 #include "wire/HubRequests.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sim/CSimFaults.h"
-#include "sim/CSimHandles.h"
+#include "sim/machine/CSimFaults.h"
+#include "sim/machine/CSimHandles.h"
 
 #include <map>
 #include <ostream>

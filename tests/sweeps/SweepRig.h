@@ -3,9 +3,9 @@
 #include "dev/CHubDev.h"
 #include "find/CHubFind.h"
 #include "flow/CUniversalFlow.h"
-#include "sim/CSimHub.h"
-#include "sim/CSimImage.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
+#include "sim/models/CSimHub.h"
+#include "sim/models/CSimImage.h"
 #include "transport/CPropertyEx.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #include "tool/BenchFolder.h"
 
-#include "tools/zelhub/BenchFlashText.h"
+#include "tools/zelhub/bench/BenchFlashText.h"
 
 #include <gmock/gmock.h>
 

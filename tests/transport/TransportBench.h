@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sim/CSimHub.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
+#include "sim/models/CSimHub.h"
 #include "support/CMessageLog.h"
 #include "transport/CPropertyEx.h"
 #include "transport/LastTransportError.h"

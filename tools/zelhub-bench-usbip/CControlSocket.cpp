@@ -1,6 +1,6 @@
 #include "tools/zelhub-bench-usbip/CControlSocket.h"
 
-#include "tools/zelhub/Failure.h"
+#include "tools/zelhub/output/Failure.h"
 
 #include <cerrno>
 #include <cstring>

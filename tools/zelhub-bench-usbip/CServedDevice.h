@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/CSimNode.h"
+#include "sim/machine/CSimNode.h"
 #include "sim/usbip/CUsbFace.h"
 #include "sim/usbip/CUsbipSession.h"
 #include "tools/zelhub-bench-usbip/CVhci.h"

@@ -1,6 +1,6 @@
 #include "tools/zelhub-bench-usbip/CServedMachine.h"
 
-#include "tools/zelhub/Failure.h"
+#include "tools/zelhub/output/Failure.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tools/zelhub-bench-usbip/CServedDevice.h"
-#include "tools/zelhub/CBenchMachine.h"
+#include "tools/zelhub/bench/CBenchMachine.h"
 
 #include <memory>
 #include <vector>

@@ -1,8 +1,8 @@
 #include "tools/zelhub-bench-usbip/CServer.h"
 
-#include "tools/zelhub/CBenchFile.h"
-#include "tools/zelhub/CBenchState.h"
-#include "tools/zelhub/Failure.h"
+#include "tools/zelhub/bench/CBenchFile.h"
+#include "tools/zelhub/bench/CBenchState.h"
+#include "tools/zelhub/output/Failure.h"
 
 #include <algorithm>
 #include <csignal>

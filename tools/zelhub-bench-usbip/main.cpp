@@ -1,6 +1,6 @@
 #include "tools/zelhub-bench-usbip/CServer.h"
 
-#include "tools/zelhub/Failure.h"
+#include "tools/zelhub/output/Failure.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,12 +1,12 @@
 #include "tools/zelhub/CCommandLine.h"
 
-#include "sim/CSimClock.h"
-#include "tools/zelhub/CJsonOutput.h"
-#include "tools/zelhub/CTableOutput.h"
-#include "tools/zelhub/CToolContext.h"
-#include "tools/zelhub/CWatchdog.h"
-#include "tools/zelhub/HostSystem.h"
+#include "sim/models/CSimClock.h"
 #include "tools/zelhub/commands/AllCommands.h"
+#include "tools/zelhub/context/CToolContext.h"
+#include "tools/zelhub/context/CWatchdog.h"
+#include "tools/zelhub/output/CJsonOutput.h"
+#include "tools/zelhub/output/CTableOutput.h"
+#include "tools/zelhub/system/HostSystem.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/COutput.h"
-#include "tools/zelhub/Options.h"
+#include "tools/zelhub/context/Options.h"
+#include "tools/zelhub/output/COutput.h"
 
 #include <memory>
 #include <string>

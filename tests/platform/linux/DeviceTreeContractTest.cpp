@@ -6,7 +6,7 @@
 #include "platform/IDeviceTree.h"
 #include "platform/IProcess.h"
 #include "platform/linux/CLinuxPlatform.h"
-#include "sim/CSimMachine.h"
+#include "sim/machine/CSimMachine.h"
 
 // What device trees promise, whoever keeps the promise. Every machine has one hub on a root hub.
 namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 #include <memory>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/BenchDescription.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/bench/BenchDescription.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub bench ...: acts on a simulated machine between the other commands, and makes images.
 class CBenchCommand : public ICommand

@@ -1,6 +1,6 @@
 #include "tools/zelhub/commands/CBillboardCommand.h"
 
-#include "tools/zelhub/CBillboardSession.h"
+#include "tools/zelhub/devices/CBillboardSession.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CDumpCommand.h"
 
-#include "tools/zelhub/CImageFile.h"
-#include "tools/zelhub/FlashDump.h"
+#include "tools/zelhub/devices/FlashDump.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 void CDumpCommand::Declare(CArguments& root)
 {

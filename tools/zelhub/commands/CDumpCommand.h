@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub dump FILE: reads a hub's flash into a file.
 class CDumpCommand : public CPlainCommand

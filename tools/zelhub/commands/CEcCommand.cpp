@@ -1,8 +1,8 @@
 #include "tools/zelhub/commands/CEcCommand.h"
 
 #include "cmd/CRequestCMD.h"
-#include "tools/zelhub/BoundedCall.h"
-#include "tools/zelhub/TransportAccess.h"
+#include "tools/zelhub/context/BoundedCall.h"
+#include "tools/zelhub/devices/TransportAccess.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 /// zelhub ec read|write: registers of the machine's embedded controller.
 class CEcCommand : public ICommand

@@ -1,8 +1,8 @@
 #include "tools/zelhub/commands/CEraseCommand.h"
 
-#include "tools/zelhub/CImageFile.h"
-#include "tools/zelhub/COperationWatch.h"
-#include "tools/zelhub/FlashDump.h"
+#include "tools/zelhub/devices/COperationWatch.h"
+#include "tools/zelhub/devices/FlashDump.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 #include <algorithm>
 

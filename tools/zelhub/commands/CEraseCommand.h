@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 /// zelhub erase: erases a hub's flash and looks whether it is blank.
 class CEraseCommand : public CPlainCommand

@@ -2,7 +2,7 @@
 
 #include "cmd/CRequestCMD.h"
 #include "platform/IDeviceTree.h"
-#include "tools/zelhub/NodesOnBus.h"
+#include "tools/zelhub/devices/NodesOnBus.h"
 
 #include <cstdio>
 

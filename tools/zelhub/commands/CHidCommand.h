@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 /// zelhub hid list: the HID collections on the machine.
 class CHidCommand : public ICommand

@@ -1,6 +1,6 @@
 #include "tools/zelhub/commands/CI2cCommand.h"
 
-#include "tools/zelhub/HexInput.h"
+#include "tools/zelhub/input/HexInput.h"
 
 namespace
 {

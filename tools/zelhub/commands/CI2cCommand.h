@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 /// zelhub i2c read|write: traffic on a hub's own I2C port.
 class CI2cCommand : public ICommand

@@ -1,6 +1,6 @@
 #include "tools/zelhub/commands/CInfoCommand.h"
 
-#include "tools/zelhub/CImageFile.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 void CInfoCommand::Declare(CArguments& root)
 {

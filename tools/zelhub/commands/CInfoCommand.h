@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub info IMAGE: what is in an image file; needs no hub.
 class CInfoCommand : public CPlainCommand

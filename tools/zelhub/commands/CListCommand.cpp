@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CListCommand.h"
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/HostSystem.h"
+#include "tools/zelhub/devices/CHubSession.h"
+#include "tools/zelhub/system/HostSystem.h"
 
 void CListCommand::Declare(CArguments& root)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub list: the hubs on the machine, whoever made them.
 class CListCommand : public CPlainCommand

@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CMemCommand.h"
 
-#include "tools/zelhub/HexInput.h"
-#include "tools/zelhub/TransportAccess.h"
+#include "tools/zelhub/devices/TransportAccess.h"
+#include "tools/zelhub/input/HexInput.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 /// zelhub mem read|write: the machine's memory, through the hub driver.
 class CMemCommand : public ICommand

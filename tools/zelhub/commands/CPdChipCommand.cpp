@@ -1,6 +1,6 @@
 #include "tools/zelhub/commands/CPdChipCommand.h"
 
-#include "tools/zelhub/FlashDump.h"
+#include "tools/zelhub/devices/FlashDump.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "tools/zelhub/CImageFile.h"
-#include "tools/zelhub/CPdSession.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/CPdSession.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 #include <functional>
 #include <list>

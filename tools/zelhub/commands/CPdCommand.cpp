@@ -1,6 +1,6 @@
 #include "tools/zelhub/commands/CPdCommand.h"
 
-#include "tools/zelhub/CI2cPdSession.h"
+#include "tools/zelhub/devices/CI2cPdSession.h"
 
 CArguments CPdCommand::DeclareGroup(CArguments& root)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/CHubSession.h"
 #include "tools/zelhub/commands/CPdChipCommand.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 /// zelhub pd ...: PD controllers behind a hub's I2C bus.
 class CPdCommand : public CPdChipCommand

@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CPortCommand.h"
 
-#include "tools/zelhub/CPortDriver.h"
-#include "tools/zelhub/TransportAccess.h"
+#include "tools/zelhub/devices/CPortDriver.h"
+#include "tools/zelhub/devices/TransportAccess.h"
 
 namespace
 {

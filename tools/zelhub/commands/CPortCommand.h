@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub port read|write: the machine's I/O ports, through the port driver or the hub driver.
 class CPortCommand : public ICommand

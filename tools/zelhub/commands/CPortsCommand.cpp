@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CPortsCommand.h"
 
 #include "api/zelhub.h"
-#include "tools/zelhub/CHubSession.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 namespace
 {

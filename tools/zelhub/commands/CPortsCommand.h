@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub ports: the devices on the ports of all hubs.
 class CPortsCommand : public CPlainCommand

@@ -1,8 +1,8 @@
 #include "tools/zelhub/commands/CResetCommand.h"
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/CImageFile.h"
-#include "tools/zelhub/COperationWatch.h"
+#include "tools/zelhub/devices/CHubSession.h"
+#include "tools/zelhub/devices/COperationWatch.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 void CResetCommand::Declare(CArguments& root)
 {

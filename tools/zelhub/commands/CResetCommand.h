@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub reset: restarts a hub and waits until it is back.
 class CResetCommand : public CPlainCommand

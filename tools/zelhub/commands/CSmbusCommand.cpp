@@ -1,9 +1,9 @@
 #include "tools/zelhub/commands/CSmbusCommand.h"
 
 #include "cmd/CRequestCMD.h"
-#include "tools/zelhub/BoundedCall.h"
-#include "tools/zelhub/CHubLock.h"
-#include "tools/zelhub/HexInput.h"
+#include "tools/zelhub/context/BoundedCall.h"
+#include "tools/zelhub/devices/CHubLock.h"
+#include "tools/zelhub/input/HexInput.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/CPortDriver.h"
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/CPortDriver.h"
 
 /// zelhub smbus read|write: blocks of devices behind the machine's SMBus controller.
 class CSmbusCommand : public ICommand

@@ -1,8 +1,8 @@
 #include "tools/zelhub/commands/CStatusCommand.h"
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/CImageFile.h"
-#include "tools/zelhub/UpdateGuards.h"
+#include "tools/zelhub/devices/CHubSession.h"
+#include "tools/zelhub/devices/UpdateGuards.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 void CStatusCommand::Declare(CArguments& root)
 {

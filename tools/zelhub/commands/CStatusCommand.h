@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub status: a hub's 20 status bytes, decoded.
 class CStatusCommand : public CPlainCommand

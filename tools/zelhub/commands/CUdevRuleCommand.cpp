@@ -1,6 +1,6 @@
 #include "tools/zelhub/commands/CUdevRuleCommand.h"
 
-#include "tools/zelhub/CHubSession.h"
+#include "tools/zelhub/devices/CHubSession.h"
 
 #include <algorithm>
 #include <set>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub udev-rule: a rule file that lets who sits at the machine open the maker's hubs.
 class CUdevRuleCommand : public CPlainCommand

@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CUpdateCommand.h"
 
-#include "tools/zelhub/COperationWatch.h"
-#include "tools/zelhub/FlashDump.h"
+#include "tools/zelhub/devices/COperationWatch.h"
+#include "tools/zelhub/devices/FlashDump.h"
 
 #include <filesystem>
 

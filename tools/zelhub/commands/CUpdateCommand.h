@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
-#include "tools/zelhub/UpdateGuards.h"
+#include "tools/zelhub/commands/ICommand.h"
+#include "tools/zelhub/devices/UpdateGuards.h"
 
 /// zelhub update IMAGE: the whole update with all guards.
 class CUpdateCommand : public CPlainCommand

@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CVerifyCommand.h"
 
-#include "tools/zelhub/CImageFile.h"
-#include "tools/zelhub/COperationWatch.h"
+#include "tools/zelhub/devices/COperationWatch.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 void CVerifyCommand::Declare(CArguments& root)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/zelhub/ICommand.h"
+#include "tools/zelhub/commands/ICommand.h"
 
 /// zelhub verify IMAGE: compares a hub's flash with an image, byte by byte.
 class CVerifyCommand : public CPlainCommand

@@ -1,7 +1,7 @@
 #include "tools/zelhub/commands/CVersionCommand.h"
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/CImageFile.h"
+#include "tools/zelhub/devices/CHubSession.h"
+#include "tools/zelhub/input/CImageFile.h"
 
 void CVersionCommand::Declare(CArguments& root)
 {

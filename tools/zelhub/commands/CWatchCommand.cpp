@@ -1,8 +1,8 @@
 #include "tools/zelhub/commands/CWatchCommand.h"
 
-#include "tools/zelhub/CHubSession.h"
-#include "tools/zelhub/HostSystem.h"
-#include "tools/zelhub/HubOnBus.h"
+#include "tools/zelhub/devices/CHubSession.h"
+#include "tools/zelhub/devices/HubOnBus.h"
+#include "tools/zelhub/system/HostSystem.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,0 +1,270 @@
+#include "sim/machine/CSimDeviceTree.h"
+
+#include "sim/machine/SimText.h"
+#include "sim/models/CSimPlainDevice.h"
+
+#include <stdexcept>
+
+using SimText::Decimal;
+using SimText::Hex;
+
+namespace
+{
+constexpr BYTE kClassHub = 9;
+
+WString VidPid(USHORT wVid, USHORT wPid)
+{
+    return WTEXT("VID_") + Hex(wVid, 4) + WTEXT("&PID_") + Hex(wPid, 4);
+}
+
+std::vector<WString> Below(const std::vector<WString>& paths, const WString& strSegment)
+{
+    std::vector<WString> below;
+    below.reserve(paths.size());
+    for (const WString& strPath : paths)
+        below.push_back(strPath + strSegment);
+    return below;
+}
+
+unsigned DepthOf(const CSimNode* pNode)
+{
+    return pNode == nullptr ? 0 : 1 + DepthOf(pNode->Parent());
+}
+
+/// The unique last part of an instance ID, from the place.
+WString PlaceSerial(const CSimNode& parent, unsigned nPort)
+{
+    return Hex(DepthOf(&parent) + 2, 1) + WTEXT("&") +
+           Hex(SimText::Hash(parent.Spec().strInstanceId) & 0x0FFFFFFF, 7) + WTEXT("&0&") +
+           Decimal(nPort);
+}
+
+WString SeedOf(const SimNodeSpec& spec)
+{
+    WString strSeed = spec.locationPaths.empty() ? WString() : spec.locationPaths.front();
+    strSeed += WTEXT("|");
+    strSeed += spec.hardwareIds.empty() ? spec.strInstanceId : spec.hardwareIds.back();
+    return strSeed;
+}
+
+std::vector<WString> ClassIds(BYTE byClass, BYTE byProtocol)
+{
+    const WString strClass = WTEXT("USB\\Class_") + Hex(byClass, 2);
+    return {strClass + WTEXT("&SubClass_00&Prot_") + Hex(byProtocol, 2),
+            strClass + WTEXT("&SubClass_00"), strClass};
+}
+} // namespace
+
+CSimDeviceTree::CSimDeviceTree(CSimClock& clock) : m_clock(clock) {}
+
+CSimDeviceTree::~CSimDeviceTree() = default;
+
+CSimNode& CSimDeviceTree::AddHostController(DWORD devInst)
+{
+    const unsigned nPlace = m_nControllers++;
+    SimNodeSpec spec;
+    spec.devInst = devInst;
+    spec.strInstanceId = WTEXT("PCI\\VEN_8888&DEV_1400&SUBSYS_00000000&REV_01\\3&11583659&0&") +
+                         Hex(0xA0 + nPlace, 2);
+    spec.hardwareIds = {WTEXT("PCI\\VEN_8888&DEV_1400&SUBSYS_00000000&REV_01"),
+                        WTEXT("PCI\\VEN_8888&DEV_1400&CC_0C0330")};
+    spec.compatibleIds = {WTEXT("PCI\\CC_0C0330"), WTEXT("PCI\\CC_0C03")};
+    spec.locationPaths = {WTEXT("PCIROOT(0)#PCI(") + Hex(0x1400 + nPlace, 4) + WTEXT(")")};
+    spec.strLocationInformation = WTEXT("PCI bus 0, device 20, function ") + Decimal(nPlace);
+    spec.strDescription = WTEXT("USB xHCI Compliant Host Controller");
+    spec.interfaces = {{kGuidUsbHostController, {}}};
+    return AddNode(nullptr, std::move(spec));
+}
+
+CSimNode& CSimDeviceTree::AddRootHub(CSimNode& controller, DWORD devInst)
+{
+    SimNodeSpec spec;
+    spec.devInst = devInst;
+    spec.strInstanceId = WTEXT("USB\\ROOT_HUB30\\") + PlaceSerial(controller, 0);
+    spec.hardwareIds = {WTEXT("USB\\ROOT_HUB30&VID8888&PID1400&REV0001"),
+                        WTEXT("USB\\ROOT_HUB30&VID8888&PID1400"), WTEXT("USB\\ROOT_HUB30")};
+    spec.locationPaths = Below(controller.Spec().locationPaths, WTEXT("#USBROOT(0)"));
+    spec.strDescription = WTEXT("USB Root Hub (USB 3.0)");
+    spec.interfaces = {{kGuidUsbHub, {}}};
+    CSimNode& node = AddNode(&controller, std::move(spec));
+    node.m_nHubNumber = ++m_nHubs;
+    node.m_power = {{WString(), true}};
+    return node;
+}
+
+CSimNode& CSimDeviceTree::AddHub(CSimNode& parent, unsigned nPort, const HubNodeOptions& options,
+                                 ISimUsbDevice* pDevice)
+{
+    SimNodeSpec spec;
+    spec.devInst = options.devInst;
+    ComposeUsb(&parent, nPort, options.wVid, options.wPid, options.wRevision, options.strSerial,
+               &spec);
+    spec.compatibleIds = ClassIds(kClassHub, options.bSuperSpeed ? 3 : 2);
+    spec.compatibleIds.insert(spec.compatibleIds.begin(), options.bSuperSpeed
+                                                              ? WTEXT("USB\\USB30_HUB")
+                                                              : WTEXT("USB\\USB20_HUB"));
+    spec.strDescription =
+        options.bSuperSpeed ? WTEXT("Generic SuperSpeed USB Hub") : WTEXT("Generic USB Hub");
+    spec.interfaces = {{kGuidUsbHub, {}}};
+    CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
+    node.m_nPort = nPort;
+    node.m_nHubNumber = ++m_nHubs;
+    node.m_power = {{WString(), true}};
+    if (pDevice == nullptr) {
+        node.m_pOwnDevice =
+            std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid, kClassHub);
+        node.m_pDevice = node.m_pOwnDevice.get();
+    }
+    return node;
+}
+
+CSimNode& CSimDeviceTree::AddHubPair(CSimNode& parent, unsigned nPort, CSimNode& superParent,
+                                     unsigned nSuperPort, const HubNodeOptions& options,
+                                     ISimUsbDevice* pDevice)
+{
+    CSimNode& node = AddHub(parent, nPort, options, pDevice);
+    HubNodeOptions superOptions = options;
+    superOptions.bSuperSpeed = true;
+    superOptions.devInst = 0;
+    superOptions.strSerial.clear();
+    CSimNode& superNode = AddHub(superParent, nSuperPort, superOptions, node.Device());
+    node.SetTwin(&superNode);
+    superNode.SetTwin(&node);
+    return node;
+}
+
+CSimNode& CSimDeviceTree::AddDevice(CSimNode& parent, unsigned nPort,
+                                    const DeviceNodeOptions& options, ISimUsbDevice* pDevice)
+{
+    SimNodeSpec spec;
+    spec.devInst = options.devInst;
+    ComposeUsb(&parent, nPort, options.wVid, options.wPid, options.wRevision, options.strSerial,
+               &spec);
+    spec.compatibleIds = ClassIds(options.byClass, 0);
+    spec.strDescription = options.strDescription;
+    spec.interfaces = {{kGuidUsbDevice, {}}};
+    spec.bWinUsb = options.bWinUsb;
+    CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
+    node.m_nPort = nPort;
+    if (pDevice == nullptr) {
+        node.m_pOwnDevice =
+            std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid, options.byClass);
+        node.m_pDevice = node.m_pOwnDevice.get();
+    }
+    return node;
+}
+
+CSimNode& CSimDeviceTree::AddHid(CSimNode& parent, const HidNodeOptions& options,
+                                 ISimUsbDevice* pDevice)
+{
+    SimNodeSpec spec;
+    spec.devInst = options.devInst;
+    const WString strIds = VidPid(options.wVid, options.wPid);
+    spec.strInstanceId = WTEXT("HID\\") + strIds + WTEXT("\\") + PlaceSerial(parent, 0) +
+                         Decimal(parent.Children().size(), 3);
+    spec.hardwareIds = {WTEXT("HID\\") + strIds + WTEXT("&REV_0100"), WTEXT("HID\\") + strIds};
+    spec.strDescription = WTEXT("HID-compliant vendor-defined device");
+    spec.interfaces = {{kGuidHid, {}}};
+    HID_CAPS caps = {};
+    caps.Usage = options.wUsage;
+    caps.UsagePage = options.wUsagePage;
+    caps.InputReportByteLength = 65;
+    caps.OutputReportByteLength = 65;
+    spec.hidCaps = caps;
+    return AddNode(&parent, std::move(spec), pDevice == nullptr ? parent.Device() : pDevice);
+}
+
+CSimNode& CSimDeviceTree::AddNode(CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice)
+{
+    if (spec.devInst == 0)
+        spec.devInst = FreeNumber(SeedOf(spec));
+    else if (m_byNumber.contains(spec.devInst))
+        throw std::invalid_argument("instance number is taken");
+    return Keep(std::make_unique<CSimNode>(*this, pParent, std::move(spec), pDevice));
+}
+
+CSimNode& CSimDeviceTree::Keep(std::unique_ptr<CSimNode> pNode)
+{
+    CSimNode& node = *pNode;
+    m_byNumber[node.DevInst()] = &node;
+    m_nodes.push_back(std::move(pNode));
+    if (node.m_pParent != nullptr)
+        node.m_pParent->m_children.push_back(&node);
+    Changed(node);
+    return node;
+}
+
+void CSimDeviceTree::ComposeUsb(CSimNode* pParent, unsigned nPort, USHORT wVid, USHORT wPid,
+                                USHORT wRevision, const WString& strSerial,
+                                SimNodeSpec* pSpec) const
+{
+    const WString strIds = WTEXT("USB\\") + VidPid(wVid, wPid);
+    pSpec->strInstanceId =
+        strIds + WTEXT("\\") + (strSerial.empty() ? PlaceSerial(*pParent, nPort) : strSerial);
+    pSpec->hardwareIds = {strIds + WTEXT("&REV_") + Hex(wRevision, 4), strIds};
+    pSpec->locationPaths =
+        Below(pParent->Spec().locationPaths, WTEXT("#USB(") + Decimal(nPort) + WTEXT(")"));
+    pSpec->strLocationInformation =
+        WTEXT("Port_#") + Decimal(nPort, 4) + WTEXT(".Hub_#") + Decimal(pParent->m_nHubNumber, 4);
+}
+
+void CSimDeviceTree::ScheduleArrival(CSimNode& node, CSimClock::Micros delay)
+{
+    m_clock.Schedule(delay, [&node] { node.Plug(true); });
+}
+
+void CSimDeviceTree::ScheduleRemoval(CSimNode& node, CSimClock::Micros delay)
+{
+    m_clock.Schedule(delay, [&node] { node.Plug(false); });
+}
+
+CSimNode* CSimDeviceTree::Find(DWORD devInst) const
+{
+    const auto it = m_byNumber.find(devInst);
+    return it == m_byNumber.end() ? nullptr : it->second;
+}
+
+CSimNode* CSimDeviceTree::FindById(const WString& strId) const
+{
+    for (const auto& pNode : m_nodes)
+        if (SimText::SameNoCase(pNode->Spec().strInstanceId, strId))
+            return pNode.get();
+    return nullptr;
+}
+
+CSimNode* CSimDeviceTree::FindByPath(const WString& strPath) const
+{
+    for (const auto& pNode : m_nodes)
+        if (pNode->HasPath(strPath))
+            return pNode.get();
+    return nullptr;
+}
+
+/// A number from the seed, above those that people give by hand; the next one when it is taken.
+DWORD CSimDeviceTree::FreeNumber(const WString& strSeed) const
+{
+    constexpr DWORD kFirst = 0x100000;
+    DWORD devInst = kFirst + SimText::Hash(strSeed) % kFirst;
+    while (m_byNumber.contains(devInst))
+        devInst = devInst + 1 < 2 * kFirst ? devInst + 1 : kFirst;
+    return devInst;
+}
+
+void CSimDeviceTree::GiveNewNumber(CSimNode& node)
+{
+    const DWORD devInst =
+        node.m_nextDevInst != 0
+            ? node.m_nextDevInst
+            : FreeNumber(SeedOf(node.Spec()) + WTEXT("|") + Decimal(node.m_nGeneration));
+    node.m_nextDevInst = 0;
+    m_byNumber.erase(node.DevInst());
+    if (!m_byNumber.emplace(devInst, &node).second)
+        throw std::invalid_argument("instance number is taken");
+    node.m_spec.devInst = devInst;
+}
+
+void CSimDeviceTree::Changed(CSimNode& node)
+{
+    if (m_listener)
+        m_listener(node);
+}

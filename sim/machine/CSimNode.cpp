@@ -1,0 +1,129 @@
+#include "sim/machine/CSimNode.h"
+
+#include "sim/machine/CSimDeviceTree.h"
+#include "sim/machine/SimText.h"
+
+#include <algorithm>
+
+namespace
+{
+/// Whether a composed path can be of an instance; composes nothing, for trees with many nodes.
+bool MayBePathOf(const WString& strId, const WString& strPath)
+{
+    constexpr size_t kHead = 4; // "\\\\?\\" in front of the instance ID
+    if (strPath.size() <= kHead + strId.size())
+        return false;
+    for (size_t i = strId.size(); i-- > 0;) {
+        const WCHAR ch = strId[i] == WCHAR('\\') ? WCHAR('#') : strId[i];
+        if ((ch | 0x20) != (strPath[kHead + i] | 0x20))
+            return false;
+    }
+    return true;
+}
+} // namespace
+
+CSimNode::CSimNode(CSimDeviceTree& tree, CSimNode* pParent, SimNodeSpec spec,
+                   ISimUsbDevice* pDevice)
+    : m_tree(tree), m_pParent(pParent), m_spec(std::move(spec)), m_pDevice(pDevice)
+{}
+
+bool CSimNode::IsPresent() const
+{
+    return m_bPlugged && (m_pParent == nullptr || m_pParent->IsPresent());
+}
+
+void CSimNode::Plug(bool bPlugged)
+{
+    if (m_bPlugged == bPlugged)
+        return;
+    m_bPlugged = bPlugged;
+    if (!bPlugged)
+        ++m_nGeneration;
+    m_tree.Changed(*this);
+}
+
+WString CSimNode::InterfacePath(size_t n) const
+{
+    const SimInterface& entry = m_spec.interfaces[n];
+    if (!entry.strPath.empty())
+        return entry.strPath;
+    WString strMiddle = SimText::Lower(m_spec.strInstanceId);
+    std::replace(strMiddle.begin(), strMiddle.end(), WCHAR('\\'), WCHAR('#'));
+    return WTEXT("\\\\?\\") + strMiddle + WTEXT("#") + SimText::GuidText(entry.guidClass);
+}
+
+bool CSimNode::HasPath(const WString& strPath) const
+{
+    for (size_t i = 0; i < m_spec.interfaces.size(); ++i) {
+        if (m_spec.interfaces[i].strPath.empty() && !MayBePathOf(m_spec.strInstanceId, strPath))
+            continue;
+        if (SimText::SameNoCase(InterfacePath(i), strPath))
+            return true;
+    }
+    return false;
+}
+
+WString CSimNode::PowerObjectName(size_t n) const
+{
+    const WString& strName = m_power[n].strInstanceName;
+    return strName.empty() ? m_spec.strInstanceId + WTEXT("_0") : strName;
+}
+
+void CSimNode::SetPowerObject(size_t n, bool bEnabled)
+{
+    const bool bBefore = PowerSaving();
+    m_power[n].bEnabled = bEnabled;
+    if (bBefore && !PowerSaving())
+        m_resumesAt = m_tree.Clock().Now() + m_resumeTime;
+}
+
+void CSimNode::SetPowerSaving(bool bEnabled)
+{
+    for (size_t i = 0; i < m_power.size(); ++i)
+        SetPowerObject(i, bEnabled);
+}
+
+bool CSimNode::PowerSaving() const
+{
+    return std::any_of(m_power.begin(), m_power.end(),
+                       [](const SimPowerObject& object) { return object.bEnabled; });
+}
+
+void CSimNode::Suspend(CSimClock::Micros resumeTime)
+{
+    m_bSuspended = true;
+    m_resumeTime = resumeTime;
+    m_resumesAt = m_tree.Clock().Now() + resumeTime;
+}
+
+DWORD CSimNode::TransferError(unsigned nGeneration) const
+{
+    if (!IsPresent() || Generation() != nGeneration)
+        return kErrDeviceGone;
+    if (m_bSuspended && (PowerSaving() || m_tree.Clock().Now() < m_resumesAt))
+        return kErrNotReady;
+    return kErrNone;
+}
+
+unsigned CSimNode::Generation() const
+{
+    return m_nGeneration + (m_pParent == nullptr ? 0 : m_pParent->Generation());
+}
+
+void CSimNode::DeviceLeft()
+{
+    Plug(false);
+    if (m_pTwin != nullptr)
+        m_pTwin->Plug(false);
+}
+
+void CSimNode::DeviceReturned(bool bNewInstance)
+{
+    for (CSimNode* const pNode : {this, m_pTwin}) {
+        if (pNode == nullptr)
+            continue;
+        if (bNewInstance && !pNode->m_bPlugged)
+            m_tree.GiveNewNumber(*pNode);
+        pNode->Plug(true);
+    }
+}
