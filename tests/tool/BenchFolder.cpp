@@ -75,7 +75,7 @@ void CBenchFolder::UseHub(const std::string& strMore, const std::string& strFlas
 
 std::string CBenchFolder::Image(const std::string& strVersion, const std::string& strMore) const
 {
-    const std::string strPath = Path(strVersion + ".bin");
+    std::string strPath = Path(strVersion + ".bin");
     EXPECT_EQ(RunTool(Typed("bench image @" + strVersion + ".bin --overwrite --version " +
                             strVersion + " " + strMore))
                   .nExit,
@@ -111,7 +111,7 @@ ToolResult CBenchFolder::Type(const std::string& strLine) const
 
 ToolResult CBenchFolder::Expect(int nExit, const std::string& strLine) const
 {
-    const ToolResult result = Type(strLine);
+    ToolResult result = Type(strLine);
     EXPECT_EQ(result.nExit, nExit) << strLine << ": " << result.strErr;
     return result;
 }

@@ -242,9 +242,9 @@ TEST_F(Laptop, ListsHidCollectionsAndSaysWhichAreTheMakers)
           "'usagePage': '0xFF00', 'usage': '0x20'", "'reportDescriptor': 'A1'", "'openError': 5",
           "'plugged': false"}) {
         const std::string strPort = std::to_string(nPort++);
-        strHids += std::string(strHids.empty() ? "" : ", ") + "{'id': 'h" + strPort +
-                   "', 'parent': 'xhci', 'port': " + strPort + ", 'hidInstance': 5" + strPort +
-                   ", " + strMore + "}";
+        strHids.append(strHids.empty() ? "{'id': 'h" : ", {'id': 'h").append(strPort);
+        strHids.append("', 'parent': 'xhci', 'port': ").append(strPort);
+        strHids.append(", 'hidInstance': 5").append(strPort).append(", ").append(strMore + "}");
     }
     Use("{'hidDevices': [" + strHids + "]}");
     const json rows = Document(0, "hid list")["hid"];

@@ -31,7 +31,9 @@ TEST(DriverDoesNotStart, AndTheToolSaysWhyAndWhatToDo)
     for (const NoDriver& given : kCases) {
         const std::string strFault = std::string("{'call': '") + given.pszCall +
                                      "', 'code': " + std::to_string(given.nCode) + ", 'nth': ";
-        const std::string strFaults = strFault + "1}, " + strFault + "2}, " + strFault + "3}";
+        std::string strFaults;
+        for (const char* const pszNth : {"1}", "2}", "3}"})
+            strFaults.append(strFaults.empty() ? "" : ", ").append(strFault).append(pszNth);
         bench.UseHub("", "", ", 'faults': [" + strFaults + "]");
         bench.Expect(4, "list", given.pszWhat, given.pszNext);
     }

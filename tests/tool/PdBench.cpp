@@ -11,7 +11,10 @@ std::vector<std::string> Faults(std::vector<std::string> faults,
 {
     for (const std::string& strRequest : requests)
         for (const std::string& strKind : kinds)
-            faults.push_back("'request': " + strRequest + ", 'kind': '" + strKind + "'");
+            faults.emplace_back("'request': ")
+                .append(strRequest)
+                .append(", 'kind': '")
+                .append(strKind + "'");
     return faults;
 }
 } // namespace

@@ -48,7 +48,10 @@ TEST_P(Broken, UpdateIsReportedAsDoneExactlyWhenTheModelRunsTheImage)
 {
     for (const std::string strPlace : kPlaces)
         for (const std::string strKind : {"fail", "timeout", "urb-status", "lie", "vanish"})
-            UpdateTwice("'request': " + strPlace + ", 'kind': '" + strKind + "'");
+            UpdateTwice(std::string("'request': ")
+                            .append(strPlace)
+                            .append(", 'kind': '")
+                            .append(strKind + "'"));
     for (const std::string strAt : {"0", "1", "8", "16", "31"})
         UpdateTwice("'powerCut': " + strAt);
     std::printf("%u broken updates\n", m_nRuns);
