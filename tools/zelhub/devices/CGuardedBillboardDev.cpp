@@ -97,7 +97,7 @@ DWORD CGuardedBillboardDev::BlockOutTrans(const DEVICE_ATTR& /*attr*/, BYTE byCo
 {
     DWORD dwAddr = 0;
     if (FlashAddress(kWrite, byCommand, wOffset, dwAddr))
-        return WriteFlash(dwAddr, pData, byLen);
+        return WritePiece(dwAddr, pData, byLen);
     return Send(pData, 0, [=](BYTE*) {
         switch (byCommand) {
         case kEnable:
@@ -132,7 +132,7 @@ DWORD CGuardedBillboardDev::BlockInTrans(const DEVICE_ATTR& /*attr*/, BYTE byCom
     return kUnknownCommand;
 }
 
-DWORD CGuardedBillboardDev::WriteFlash(DWORD dwAddr, const BYTE* pData, DWORD cb)
+DWORD CGuardedBillboardDev::WritePiece(DWORD dwAddr, const BYTE* pData, DWORD cb)
 {
     return Send(pData, cb, [=](BYTE* pBuf) { return Cmd().KyBBPD_WriteFlash2(dwAddr, pBuf, cb); });
 }
@@ -195,7 +195,7 @@ bool CGuardedBillboardDev::WriteImage(const std::vector<BYTE>& vFw)
     const auto cb = static_cast<DWORD>(vFw.size());
     for (DWORD dw = 0; dw < cb; dw += kRequestSize) {
         const DWORD cbPart = std::min(kRequestSize, cb - dw);
-        if (WriteFlash(m_dwFlashAddr + dw, vFw.data() + dw, cbPart) != 0)
+        if (WritePiece(m_dwFlashAddr + dw, vFw.data() + dw, cbPart) != 0)
             return false;
         CMsg::GetObj()->ShowProgress(WriteProgress(static_cast<DWORD>(100ULL * dw / cb)));
     }

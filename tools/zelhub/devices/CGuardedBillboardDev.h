@@ -40,7 +40,7 @@ private:
     DWORD Send(const BYTE* pData, DWORD cb, Request request);
     template<typename Request>
     DWORD Receive(BYTE* pData, DWORD cb, Request request);
-    DWORD WriteFlash(DWORD dwAddr, const BYTE* pData, DWORD cb);
+    DWORD WritePiece(DWORD dwAddr, const BYTE* pData, DWORD cb);
     bool EraseBank(unsigned nBank);
 
     std::string m_strLocation;
