@@ -40,7 +40,7 @@ protected:
     std::vector<std::string> Calls() { return std::exchange(m_transport.calls, {}); }
 
     /// Makes a call fail as often as it comes from now on.
-    void FailCalls(std::set<std::string> which)
+    void FailCalls(const std::set<std::string>& which)
     {
         m_transport.answer = [which](const std::string& strCall) {
             return which.count(strCall) != 0 ? 31u : 0u;

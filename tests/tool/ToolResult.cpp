@@ -4,7 +4,7 @@
 
 nlohmann::json ToolResult::Json() const
 {
-    const nlohmann::json document = nlohmann::json::parse(strOut, nullptr, false);
+    nlohmann::json document = nlohmann::json::parse(strOut, nullptr, false);
     EXPECT_FALSE(document.is_discarded()) << "no JSON: " << strOut;
     return document;
 }

@@ -77,6 +77,7 @@ CToolProcess::CToolProcess(const std::vector<std::string>& arguments, const Sett
     std::vector<std::string> words = {"zelhub"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& strWord : words)
         pointers.push_back(strWord.data());
     pointers.push_back(nullptr);
