@@ -34,6 +34,8 @@ constexpr const char* kFooter =
     "Environment: NO_COLOR switches colours off.\n"
     "Try it without hardware: zelhub --bench examples/desk.json list";
 
+constexpr const char* kHelpAll = "--help-all";
+
 bool HasArgument(int nArguments, const char* const* ppArguments, const char* pszName)
 {
     for (int i = 1; i < nArguments; ++i)
@@ -113,11 +115,12 @@ int CCommandLine::Run(int nArguments, const char* const* ppArguments)
     CLI::App app("Updates the firmware of USB hubs.", "zelhub");
     app.allow_windows_style_options(false); // "/folder/new.bin" is a path everywhere
     app.set_version_flag("--version,--tool-version", "zelhub " ZELHUB_VERSION "\n" + m_strDrivers);
-    app.set_help_all_flag("--help-all", "Print the help of all commands and exit");
+    app.set_help_all_flag(kHelpAll, "Print the help of all commands and exit");
     app.footer(kFooter);
     app.require_subcommand(1);
     DeclareGlobals(app, m_options);
-    CArguments root(app);
+    const CArguments::Words words(ppArguments, ppArguments + nArguments);
+    CArguments root(app, HasArgument(nArguments, ppArguments, kHelpAll) ? nullptr : &words);
     for (const std::unique_ptr<ICommand>& pCommand : m_commands)
         pCommand->Declare(root);
     try {

@@ -75,29 +75,29 @@ void CLinuxNodes::Refresh()
 bool CLinuxNodes::ReadEntries()
 {
     std::map<std::string, USB_ENTRY> entries;
+    const std::size_t nBefore = m_entries.size();
     bool bChanged = false;
     for (const std::string& strName : m_sysfs.List(kUsbDevices)) {
         const std::optional<USB_PLACE> place = UsbPlaceOf(strName);
         if (!place)
             continue;
-        const std::string strLink = std::string(kUsbDevices) + "/" + strName;
-        const std::string strIdentity = m_sysfs.Identity(strLink);
         const auto old = m_entries.find(strName);
-        if (!strIdentity.empty() && old != m_entries.end() &&
-            old->second.strIdentity == strIdentity) {
-            entries.insert(*old);
+        if (old != m_entries.end() && !old->second.strIdentity.empty() &&
+            m_sysfs.Identity(old->second.strFolder) == old->second.strIdentity) {
+            entries.insert(m_entries.extract(old));
             continue;
         }
-        const std::string strFolder = m_sysfs.Target(strLink);
+        const std::string strFolder = m_sysfs.Target(std::string(kUsbDevices) + "/" + strName);
         if (ControllerFolderOf(strFolder, place->nBus).empty())
             continue;
+        const std::string strIdentity = m_sysfs.Identity(strFolder);
         if (std::optional<USB_ENTRY> entry = ReadUsbEntry(m_sysfs, strFolder, *place)) {
             entry->strIdentity = strIdentity;
             entries.emplace(strName, std::move(*entry));
             bChanged = true;
         }
     }
-    bChanged = bChanged || entries.size() != m_entries.size();
+    bChanged = bChanged || entries.size() != nBefore;
     m_entries = std::move(entries);
     return bChanged;
 }

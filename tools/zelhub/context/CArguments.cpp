@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 
 namespace
@@ -31,23 +32,31 @@ std::string ParseNumber(const std::string& strText, CArguments::Value nMin, CArg
 
 CArguments CArguments::Sub(const char* pszName, const char* pszHelp, const char* pszMore)
 {
+    if (!m_bNamed)
+        return *this;
     CLI::App* const pSub = m_pApp->add_subcommand(pszName, pszHelp);
     pSub->fallthrough(); // options of the tool may stand behind the command as well
     pSub->footer(pszMore);
     if (m_pApp->get_parent() != nullptr)
         m_pApp->require_subcommand(1);
-    return CArguments(*pSub);
+    CArguments sub(*pSub, m_pWords);
+    sub.m_bNamed = m_pWords == nullptr ||
+                   std::find(m_pWords->begin(), m_pWords->end(), pszName) != m_pWords->end();
+    return sub;
 }
 
 void CArguments::Text(const char* pszName, std::string& strValue, const char* pszHelp,
                       bool bRequired)
 {
-    m_pApp->add_option(pszName, strValue, pszHelp)->required(bRequired);
+    if (m_bNamed)
+        m_pApp->add_option(pszName, strValue, pszHelp)->required(bRequired);
 }
 
 void CArguments::Number(const char* pszName, Value& nValue, Value nMin, Value nMax,
                         const char* pszHelp, bool bRequired)
 {
+    if (!m_bNamed)
+        return;
     const auto take = [&nValue, nMin, nMax, pszName](const CLI::results_t& results) {
         const std::string strWhy = ParseNumber(results.front(), nMin, nMax, nValue);
         if (!strWhy.empty())
@@ -59,13 +68,15 @@ void CArguments::Number(const char* pszName, Value& nValue, Value nMin, Value nM
 
 void CArguments::Flag(const char* pszName, bool& bValue, const char* pszHelp)
 {
-    m_pApp->add_flag(pszName, bValue, pszHelp);
+    if (m_bNamed)
+        m_pApp->add_flag(pszName, bValue, pszHelp);
 }
 
 void CArguments::Choice(const char* pszName, std::string& strValue,
                         const std::vector<std::string>& choices, const char* pszHelp)
 {
-    m_pApp->add_option(pszName, strValue, pszHelp)->check(CLI::IsMember(choices));
+    if (m_bNamed)
+        m_pApp->add_option(pszName, strValue, pszHelp)->check(CLI::IsMember(choices));
 }
 
 bool CArguments::Chosen() const

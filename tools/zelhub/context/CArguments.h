@@ -10,12 +10,19 @@ class App;
 }
 
 /// One command's part of the command line. Variables are filled when the line is parsed.
+/// Commands that the line does not name are declared without their options and subcommands: to
+/// build all of them would take longer than many a command does.
 class CArguments
 {
 public:
     using Value = unsigned long long;
 
-    explicit CArguments(CLI::App& app) : m_pApp(&app) {}
+    using Words = std::vector<std::string>;
+
+    /// @param pWords the command line's, any of which may name a command; null: all are named
+    explicit CArguments(CLI::App& app, const Words* pWords = nullptr)
+        : m_pApp(&app), m_pWords(pWords)
+    {}
 
     /// A command (or a command below this one).
     CArguments Sub(const char* pszName, const char* pszHelp, const char* pszMore = "");
@@ -34,4 +41,6 @@ public:
 
 private:
     CLI::App* m_pApp;
+    const Words* m_pWords;
+    bool m_bNamed = true;
 };
