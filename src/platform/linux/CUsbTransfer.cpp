@@ -1,6 +1,7 @@
 #include "platform/linux/CUsbTransfer.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <libusb.h>
@@ -33,6 +34,12 @@ DWORD ErrorFromStatus(libusb_transfer_status eStatus)
         return kErrGenFailure;
     }
 }
+/// Of a transfer that the kernel did not take libusb says only that; errno has the cause.
+DWORD ErrorFromRefusal(int nErrno)
+{
+    // A default pipe that is not there any more is that of a device that is just leaving.
+    return nErrno == 0 ? kErrGenFailure : ErrorFromErrno(nErrno == ENOENT ? ENODEV : nErrno);
+}
 } // namespace
 
 CUsbTransfer::CUsbTransfer(libusb_context* pContext, libusb_device_handle* pDevice)
@@ -62,7 +69,9 @@ void CUsbTransfer::Start(const SETUP_PACKET& setup, BYTE* pData, DWORD dwTimeout
     m_nEnded = 0;
     ::libusb_fill_control_transfer(m_pTransfer, m_pDevice, m_bytes.data(), NoteEnd, &m_nEnded,
                                    dwTimeoutMs);
-    m_dwStartError = ErrorFromUsb(::libusb_submit_transfer(m_pTransfer));
+    errno = 0;
+    const int nError = ::libusb_submit_transfer(m_pTransfer);
+    m_dwStartError = nError == LIBUSB_ERROR_IO ? ErrorFromRefusal(errno) : ErrorFromUsb(nError);
 }
 
 void CUsbTransfer::Wait()

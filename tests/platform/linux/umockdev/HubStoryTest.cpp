@@ -117,6 +117,9 @@ TEST_F(HubOnLinux, EachEndOfATransferHasItsNumber)
         {"too much came", {-EOVERFLOW}, kErrGenFailure},
         {"never answered", {0, {}, true}, kErrSemTimeout},
         {"not taken", {0, {}, false, EIO}, kErrGenFailure},
+        {"not permitted", {0, {}, false, EPERM}, kErrAccessDenied},
+        {"busy", {0, {}, false, EBUSY}, kErrBusy},
+        {"about to leave", {0, {}, false, ENOENT}, kErrDeviceGone},
         {"gone as it is sent", {0, {}, false, ENODEV}, kErrDeviceGone},
         {"gone in the middle", {0, {}, false, 0, 3}, kErrDeviceGone}, // the last: it stays away
     };
