@@ -307,7 +307,8 @@ story_nothing_else_was_written() {
     zelhub list >/dev/null && zelhub_on left update --force /tmp/0x0300.bin || return 1
     cd /tmp
     [ "$(ls /tmp/desk)" = info.txt ] && [ "$(cat /tmp/desk/info.txt)" = mine ] || fail "the folder" || return 1
-    [ -z "$(find /usr /etc -newer /tmp/stamp)" ] || fail "changed: $(find /usr /etc -newer /tmp/stamp)"
+    [ -z "$(find /usr /etc -newer /tmp/stamp)" ] || fail "changed: $(find /usr /etc -newer /tmp/stamp)" || return 1
+    ! ls /tmp/zelhub-*.lock || fail "locks that nobody holds"
 }
 
 # Bits 5 and 6 of the request type say vendor: a first digit of 4, 5, c or d.

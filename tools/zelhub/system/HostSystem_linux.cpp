@@ -51,37 +51,62 @@ void OnInterrupt(int /*nSignal*/)
     errno = nSaved;
 }
 
+/// A file, locked while this object lives. Who had it for himself takes it along; it is found
+/// locked by name only while the name is still its own.
 class CFileLock : public HostSystem::CProcessLock
 {
 public:
-    explicit CFileLock(int nFile) : m_nFile(nFile) {}
+    CFileLock(int nFile, std::string strPath) : m_nFile(nFile), m_strPath(std::move(strPath)) {}
     CFileLock(const CFileLock&) = delete;
     CFileLock& operator=(const CFileLock&) = delete;
-    ~CFileLock() override { ::close(m_nFile); }
+    ~CFileLock() override
+    {
+        if (m_bAlone && IsNamed())
+            ::unlink(m_strPath.c_str());
+        ::close(m_nFile);
+    }
+
+    /// @return false with errno set
+    bool Take(bool bShared)
+    {
+        const bool bTaken = ::flock(m_nFile, (bShared ? LOCK_SH : LOCK_EX) | LOCK_NB) == 0;
+        m_bAlone = bTaken && !bShared;
+        return bTaken;
+    }
+
+    /// Whether the path still leads to this file: a holder that left may have taken it along.
+    bool IsNamed() const
+    {
+        struct stat open = {};
+        struct stat named = {};
+        return ::fstat(m_nFile, &open) == 0 && ::lstat(m_strPath.c_str(), &named) == 0 &&
+               open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    }
 
 private:
     int m_nFile;
+    std::string m_strPath;
+    bool m_bAlone = false;
 };
 
+/// The same for all users: where only root may write, the others would lock elsewhere.
 std::string LockFolder()
 {
     struct stat st = {};
-    if (::stat("/run/lock", &st) == 0 && S_ISDIR(st.st_mode) && ::access("/run/lock", W_OK) == 0)
-        return "/run/lock";
-    return "/tmp";
+    const bool bEverybodys =
+        ::stat("/run/lock", &st) == 0 && S_ISDIR(st.st_mode) && (st.st_mode & S_IWOTH) != 0;
+    return bEverybodys ? "/run/lock" : "/tmp";
 }
 
 int OpenLockFile(const std::string& strPath)
 {
     constexpr mode_t kEverybody = 0666;
-    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
-    const int nFile = ::open(strPath.c_str(), kFlags | O_CREAT, kEverybody);
-    if (nFile >= 0) {
-        (void)::fchmod(nFile, kEverybody); // so that other users' updates see the lock as well
-        return nFile;
-    }
-    // Sticky folders may forbid O_CREAT on another user's file.
-    return ::open(strPath.c_str(), kFlags);
+    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW;
+    const int nFile = ::open(strPath.c_str(), kFlags | O_CREAT | O_EXCL, kEverybody);
+    if (nFile < 0) // it is there, or cannot be; a file that another user made keeps its mode
+        return ::open(strPath.c_str(), kFlags | O_NONBLOCK);
+    (void)::fchmod(nFile, kEverybody); // so that other users' updates see the lock as well
+    return nFile;
 }
 
 std::string WriteTo(int nFile, const void* pData, size_t cb, bool bSync)
@@ -157,18 +182,27 @@ HostSystem::LockResult HostSystem::TakeLock(const std::string& strName, bool bSh
                                             std::string& strWhy)
 {
     const std::string strPath = LockFolder() + "/" + strName;
-    const int nFile = OpenLockFile(strPath);
-    if (nFile < 0) {
-        strWhy = strPath + ": " + std::strerror(errno);
-        return LockResult::Failed;
+    constexpr int kTries = 100; // a holder may take the file along between any two steps
+    int nError = 0;
+    for (int i = 0; i < kTries; ++i) {
+        const int nFile = OpenLockFile(strPath);
+        nError = errno;
+        if (nFile < 0 && nError != ENOENT)
+            break;
+        if (nFile < 0)
+            continue;
+        auto pFile = std::make_unique<CFileLock>(nFile, strPath);
+        if (!pFile->Take(bShared)) {
+            nError = errno;
+            break;
+        }
+        if (pFile->IsNamed()) {
+            pLock = std::move(pFile);
+            return LockResult::Held;
+        }
     }
-    pLock = std::make_unique<CFileLock>(nFile);
-    if (::flock(nFile, (bShared ? LOCK_SH : LOCK_EX) | LOCK_NB) == 0)
-        return LockResult::Held;
-    const bool bBusy = errno == EWOULDBLOCK;
-    strWhy = strPath + ": " + std::strerror(errno);
-    pLock.reset();
-    return bBusy ? LockResult::Busy : LockResult::Failed;
+    strWhy = strPath + ": " + std::strerror(nError);
+    return nError == EWOULDBLOCK ? LockResult::Busy : LockResult::Failed;
 }
 
 std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData, size_t cb,
