@@ -62,7 +62,7 @@ bool ReadInto(int nFile, std::string& strText)
 
 } // namespace
 
-const char* const kRightToOpenHint = "sudo sh -c 'zelhub udev-rule >";
+const char* const kRightToOpenHint = "sudo sh -c 'zelhub udev-rule >>";
 
 struct CToolProcess::Child
 {

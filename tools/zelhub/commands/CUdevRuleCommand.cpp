@@ -70,7 +70,7 @@ void CUdevRuleCommand::Declare(CArguments& root)
                   "before there is a rule. With the rule, who sits at the machine may open them.\n"
                   "Only these hubs' own IDs are named. A hub whose ROM code or new firmware shows\n"
                   "another ID needs its own line: type it again while that code runs.\n"
-                  "  sudo sh -c 'zelhub udev-rule > /etc/udev/rules.d/60-zelhub.rules'\n"
+                  "  sudo sh -c 'zelhub udev-rule >> /etc/udev/rules.d/60-zelhub.rules'\n"
                   "  sudo udevadm control --reload\n"
                   "  sudo udevadm trigger --subsystem-match=usb"));
 }

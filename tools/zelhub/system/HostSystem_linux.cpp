@@ -227,7 +227,7 @@ std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData
 
 std::string HostSystem::RightToOpenHint()
 {
-    return "To allow it, type: sudo sh -c 'zelhub udev-rule > /etc/udev/rules.d/60-zelhub.rules && "
+    return "To allow it, type: sudo sh -c 'zelhub udev-rule >> /etc/udev/rules.d/60-zelhub.rules && "
            "udevadm control --reload && udevadm trigger --subsystem-match=usb'";
 }
 
