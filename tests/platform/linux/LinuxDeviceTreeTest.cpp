@@ -147,6 +147,7 @@ private:
 // A machine, and what the library is to see of it.
 struct Machine
 {
+    const char* pszName;
     const char* pszLayout;
     const char* pszHubs;
 };
@@ -163,13 +164,14 @@ pci0000:00
 )";
 
 const Machine kMachines[] = {
-    {kLaptop, R"(PCIROOT(0)#PCI(1400) PCI\VEN_8086&DEV_A12F
+    {"laptop", kLaptop, R"(PCIROOT(0)#PCI(1400) PCI\VEN_8086&DEV_A12F
   #USBROOT(0) USB\ROOT_HUB20 error 13
   #USBROOT(0)#USB(4) USB\VID_1234&PID_5678 Port_#0004.Hub_#0001
   #USBROOT(1) USB\ROOT_HUB30 error 13
   #USBROOT(1)#USB(4) USB\VID_1234&PID_5679 Port_#0004.Hub_#0003
 )"},
-    {R"(
+    {"desktop with two controllers",
+     R"(
 pci0000:00
   0000:00:14.0 vendor=0x1022 device=0x43d5 class=0x0c0330
     usb1 1d6b:0002 hub 480
@@ -190,7 +192,8 @@ PCIROOT(0)#PCI(1C04)#PCI(0000) PCI\VEN_1B21&DEV_2142
   #USBROOT(0)#USB(1)#USB(12) USB\VID_1234&PID_5678 Port_#0012.Hub_#0004
   #USBROOT(1) USB\ROOT_HUB30 error 13
 )"},
-    {R"(
+    {"board with platform controllers",
+     R"(
 platform
   soc
     fe980000.usb
@@ -217,7 +220,8 @@ PLATFORM(vhci_hcd.0) PLATFORM\vhci_hcd.0
   #USBROOT(0)#USB(1) USB\VID_1234&PID_5678 Port_#0001.Hub_#0004
   #USBROOT(1) USB\ROOT_HUB30 error 13
 )"},
-    {R"(
+    {"hubs five tiers deep",
+     R"(
 pci0000:00
   0000:00:1d.7
     usb1 1d6b:0001 hub 12
@@ -235,11 +239,45 @@ pci0000:00
   #USBROOT(0)#USB(1)#USB(1)#USB(3)#USB(2) USB\VID_1234&PID_0004 Port_#0002.Hub_#0004
   #USBROOT(0)#USB(1)#USB(1)#USB(3)#USB(2)#USB(4) USB\VID_1234&PID_ABCD Port_#0004.Hub_#0005
 )"},
+    {"two docks in a chain, the second with a controller of its own",
+     R"(
+pci0000:00
+  0000:00:07.0
+    0000:2b:00.0
+      0000:2c:02.0
+        0000:2d:00.0 vendor=0x8086 device=0x15f0 class=0x0c0330
+          usb3 1d6b:0002 hub 480
+            3-2 1234:5678 hub 480
+          usb4 1d6b:0003 hub 10000
+            4-1 1234:5678 hub 10000
+  0000:00:14.0 vendor=0x8086 device=0xa12f class=0x0c0330
+    usb1 1d6b:0002 hub 480
+      1-2 1234:5678 hub 480
+        1-2.4 1234:5678 hub 480
+          1-2.4.1 0a0b:0c0e billboard 12
+    usb2 1d6b:0003 hub 10000
+      2-2 1234:5678 hub 10000
+        2-2.4 1234:5678 hub 5000
+)",
+     R"(PCIROOT(0)#PCI(1400) PCI\VEN_8086&DEV_A12F
+  #USBROOT(0) USB\ROOT_HUB20 error 13
+  #USBROOT(0)#USB(2) USB\VID_1234&PID_5678 Port_#0002.Hub_#0001
+  #USBROOT(0)#USB(2)#USB(4) USB\VID_1234&PID_5678 Port_#0004.Hub_#0002
+  #USBROOT(1) USB\ROOT_HUB30 error 13
+  #USBROOT(1)#USB(2) USB\VID_1234&PID_5678 Port_#0002.Hub_#0004
+  #USBROOT(1)#USB(2)#USB(4) USB\VID_1234&PID_5678 Port_#0004.Hub_#0005
+PCIROOT(0)#PCI(0700)#PCI(0000)#PCI(0200)#PCI(0000) PCI\VEN_8086&DEV_15F0
+  #USBROOT(0) USB\ROOT_HUB20 error 13
+  #USBROOT(0)#USB(2) USB\VID_1234&PID_5678 Port_#0002.Hub_#0007
+  #USBROOT(1) USB\ROOT_HUB30 error 13
+  #USBROOT(1)#USB(1) USB\VID_1234&PID_5678 Port_#0001.Hub_#0009
+)"},
 };
 
 TEST(LinuxMachine, ShowsItsControllersAndHubsTheSameToEveryProcess)
 {
     for (const Machine& machine : kMachines) {
+        SCOPED_TRACE(machine.pszName);
         const CSysfsTree sysfs(machine.pszLayout);
         CAsked asked(sysfs);
         EXPECT_EQ(asked.Hubs(), machine.pszHubs);
