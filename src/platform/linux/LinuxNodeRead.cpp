@@ -103,6 +103,11 @@ std::string ParentFolder(const std::string& strFolder)
 {
     return strFolder.substr(0, strFolder.rfind('/'));
 }
+
+std::string LastName(const std::string& strFolder)
+{
+    return strFolder.substr(strFolder.rfind('/') + 1);
+}
 } // namespace
 
 std::optional<USB_ENTRY> ReadUsbEntry(const CSysfs& sysfs, const std::string& strFolder,
@@ -172,8 +177,7 @@ LINUX_NODE MakeControllerNode(const CSysfs& sysfs, const std::string& strFolder,
     };
     const WString strVendor = Digits("/vendor");
     const WString strDevice = Digits("/device");
-    WString strId =
-        Join({WTEXT("PLATFORM\\"), PlainText(strFolder.substr(strFolder.rfind('/') + 1))});
+    WString strId = Join({WTEXT("PLATFORM\\"), PlainText(LastName(strFolder))});
     if (!strVendor.empty() && !strDevice.empty())
         strId = Join({WTEXT("PCI\\VEN_"), strVendor, WTEXT("&DEV_"), strDevice});
     node.hardwareIds = {strId};
@@ -186,16 +190,18 @@ LINUX_NODE MakeControllerNode(const CSysfs& sysfs, const std::string& strFolder,
 std::optional<LINUX_NODE> MakeHidNode(const std::string& strFolder, const std::string& strDevRoot,
                                       const LINUX_NODE& device)
 {
-    // .../1-2/1-2:1.0/0003:1234:5678.0001/hidraw/hidraw0
+    // .../1-2/1-2:1.0/0003:1234:5678.0001/hidraw/hidraw0; below a wireless receiver's HID folder
+    // are those of the devices that it speaks for.
     const std::string strRest = strFolder.substr(device.strFolder.size());
     const std::size_t nColon = strRest.find(':');
-    const std::size_t nId = strRest.find('/', 1);
-    const std::string strName = strFolder.substr(strFolder.rfind('/') + 1);
-    if (nColon == std::string::npos || nId == std::string::npos || nColon > nId ||
-        strRest.size() < nId + 15)
+    const std::size_t nInterfaceEnd = strRest.find('/', 1);
+    const std::string strName = LastName(strFolder);
+    const std::string strHid = LastName(ParentFolder(ParentFolder(strFolder)));
+    if (nColon == std::string::npos || nInterfaceEnd == std::string::npos ||
+        nColon > nInterfaceEnd || strHid.size() < 14)
         return std::nullopt;
-    const std::optional<WString> strVid = HexDigits(strRest.substr(nId + 6, 4), 4);
-    const std::optional<WString> strPid = HexDigits(strRest.substr(nId + 11, 4), 4);
+    const std::optional<WString> strVid = HexDigits(strHid.substr(5, 4), 4);
+    const std::optional<WString> strPid = HexDigits(strHid.substr(10, 4), 4);
     if (!strVid || !strPid)
         return std::nullopt;
     LINUX_NODE node;
@@ -207,7 +213,7 @@ std::optional<LINUX_NODE> MakeHidNode(const std::string& strFolder, const std::s
     node.strDeviceFile = strDevRoot + "/" + strName;
     node.hardwareIds = {Join({WTEXT("HID\\VID_"), *strVid, WTEXT("&PID_"), *strPid})};
     // The interface tells a device's collections apart; the kernel's own counter does not stay.
-    const WString strInterface = PlainText(strRest.substr(nColon + 1, nId - nColon - 1));
+    const WString strInterface = PlainText(strRest.substr(nColon + 1, nInterfaceEnd - nColon - 1));
     node.strInstanceId =
         Join({node.hardwareIds.front(), WTEXT("\\"), WideHex(HashText(device.strInstanceId), 8),
               WTEXT("&"), strInterface});

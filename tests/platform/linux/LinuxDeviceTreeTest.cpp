@@ -346,6 +346,22 @@ TEST_F(LinuxDeviceTree, NamesTheDeviceFileBehindEveryInterface)
     EXPECT_EQ(m_asked.Text(devices[1], kPropDeviceDesc), "Billboard Device");
 }
 
+TEST_F(LinuxDeviceTree, TellsAReceiverFromTheDeviceThatItSpeaksFor)
+{
+    const std::string strFolder =
+        m_sysfs.File("1-4.2", "1-4.2:1.0/0003:0A0B:0C0D.0000/0003:0A0B:4069.0001/hidraw/hidraw1");
+    std::filesystem::create_directories(strFolder);
+    std::filesystem::create_directory_symlink("../../" +
+                                                  strFolder.substr(m_sysfs.SysRoot().size() + 1),
+                                              m_sysfs.SysRoot() + "/class/hidraw/hidraw1");
+    const std::vector<DWORD> hids = m_asked.Present(kGuidHid);
+    ASSERT_EQ(hids.size(), 2u);
+    const size_t nOwn = m_asked.Id(hids[0]) == "HID\\VID_0A0B&PID_0C0D" ? 0 : 1;
+    EXPECT_EQ(m_asked.Id(hids[1 - nOwn]), "HID\\VID_0A0B&PID_4069");
+    EXPECT_EQ(m_asked.DeviceFile(hids[nOwn], kGuidHid), "/hidraw0");
+    EXPECT_EQ(m_asked.DeviceFile(hids[1 - nOwn], kGuidHid), "/hidraw1");
+}
+
 TEST_F(LinuxDeviceTree, TellsTheSuperSpeedHalfByItsCompatibleIds)
 {
     const DWORD dwSuper = m_asked.HubAt("PCIROOT(0)#PCI(1400)#USBROOT(1)#USB(4)");
