@@ -263,6 +263,8 @@ story_server_keeps_its_state() {
         [{ "id": "a" }, { "id": "b" }, { "id": "c" }, { "id": "d" }], "hubs":
         [{ "id": "kept", "parent": "d", "port": 5, "vid": "0x1209", "pid": "0x0014",
            "flash": { "image": {} }, "timing": { "returnMs": 200 } }] }' >/tmp/kept.json
+    gives 2 zelhub-bench-usbip serve &&
+        gives 1 zelhub-bench-usbip serve /tmp/kept.json --control /tmp/0x0200.bin || return 1
     for version in 0x0200 0x0300; do
         zelhub-bench-usbip serve /tmp/kept.json --control /run/kept --state /tmp/kept &
         keeper=$!

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -60,7 +61,9 @@ std::string ReceiveUntil(int nSocket, char chEnd)
 CControlSocket::CControlSocket(std::string strPath) : m_strPath(std::move(strPath))
 {
     const sockaddr_un address = AddressOf(m_strPath);
-    ::unlink(m_strPath.c_str());
+    struct stat left = {};
+    if (::lstat(m_strPath.c_str(), &left) == 0 && S_ISSOCK(left.st_mode))
+        ::unlink(m_strPath.c_str()); // of a server that did not end by itself
     m_socket = COpenFile(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (::bind(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         ::listen(m_socket.Get(), kBacklog) != 0)

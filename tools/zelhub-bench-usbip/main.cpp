@@ -44,7 +44,11 @@ int Run(int nArguments, char** ppArguments)
     std::vector<std::string> words;
     pSend->add_option("socket", strControl, "the server's --control")->required();
     pSend->add_option("command", words, "plug ID, unplug ID, fault JSON, check, quit")->required();
-    CLI11_PARSE(app, nArguments, ppArguments);
+    try {
+        app.parse(nArguments, ppArguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+    }
     return pServe->parsed() ? Serve(options) : Send(strControl, words);
 }
 
