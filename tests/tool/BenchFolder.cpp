@@ -2,14 +2,13 @@
 
 #include "tools/zelhub/bench/BenchFlashText.h"
 
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <random>
+#include <regex>
 #include <sstream>
 
 CBenchFolder::CBenchFolder()
@@ -116,14 +115,21 @@ ToolResult CBenchFolder::Expect(int nExit, const std::string& strLine) const
     return result;
 }
 
-void CBenchFolder::Expect(int nExit, const std::string& strLine, const std::string& strWhat,
-                          const std::string& strNext, const std::string& strState) const
+void CBenchFolder::Expect(int nExit, const std::string& strLine, const Said& what, const Said& next,
+                          const Said& state) const
 {
-    nlohmann::json error = Expect(nExit, "--json " + strLine).Json()["error"];
-    EXPECT_THAT(error.value("what", ""), testing::HasSubstr(strWhat)) << strLine;
+    const nlohmann::json error = Expect(nExit, "--json " + strLine).Json()["error"];
+    EXPECT_THAT(AsTyped(error.value("what", "")), what) << strLine;
     EXPECT_FALSE(error.value("next", "").empty()) << strLine;
-    EXPECT_THAT(error.value("next", ""), testing::HasSubstr(strNext)) << strLine;
-    EXPECT_THAT(error.value("state", ""), testing::HasSubstr(strState)) << strLine;
+    EXPECT_THAT(AsTyped(error.value("next", "")), next) << strLine;
+    EXPECT_THAT(AsTyped(error.value("state", "")), state) << strLine;
+}
+
+std::string CBenchFolder::AsTyped(std::string strText) const
+{
+    for (size_t n = 0; (n = strText.find(Path(""))) != std::string::npos;)
+        strText.replace(n, Path("").size(), "@");
+    return std::regex_replace(strText, std::regex("'(@[^']*)'"), "$1");
 }
 
 nlohmann::json CBenchFolder::StateOf(const std::string& strId, const std::string& strList) const

@@ -4,8 +4,21 @@
 
 #include "platform/Types.h"
 
+#include <gmock/gmock.h>
+
 #include <string>
 #include <vector>
+
+/// What a text of an error has to be: the whole text, with "@name" for a file of the folder, or
+/// what a matcher asks for where a part of it varies or is not the tool's own (HasSubstr).
+using Said = testing::Matcher<const std::string&>;
+
+/// How next steps begin on a folder's bench, and how they name the hub of UseHub().
+inline const std::string kTool = "zelhub --bench @bench.json --bench-state @state ";
+inline const std::string kOnItsHub = " --hub 'path:PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(1)'";
+/// What is said of that hub while another process works on it.
+constexpr const char* kHubIsTaken = "another zelhub is working on the hub at PCIROOT(0)#PCI(1400)"
+                                    "#USBROOT(0)#USB(1), or on what hangs on it";
 
 /// A folder of a test's own with a bench, its state and images; gone with the test.
 class CBenchFolder
@@ -42,10 +55,13 @@ public:
     std::vector<std::string> Arguments(const std::vector<std::string>& arguments) const;
     std::vector<std::string> Typed(const std::string& strLine) const;
 
-    /// Types a command that has to end so; then also with parts of its error's texts.
+    /// Types a command that has to end so; then also with these texts of its error.
     ToolResult Expect(int nExit, const std::string& strLine) const;
-    void Expect(int nExit, const std::string& strLine, const std::string& strWhat,
-                const std::string& strNext = {}, const std::string& strState = {}) const;
+    void Expect(int nExit, const std::string& strLine, const Said& what,
+                const Said& next = testing::_, const Said& state = testing::_) const;
+
+    /// A text with "@name" for the paths of the folder's files, quoted or not.
+    std::string AsTyped(std::string strText) const;
 
     /// What the state file says about a device: the model is the judge.
     nlohmann::json StateOf(const std::string& strId = "hub",

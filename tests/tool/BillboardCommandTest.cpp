@@ -36,8 +36,11 @@ TEST_F(Billboard, IsChosenOrTheRefusalSaysWhy)
     for (const std::string strDevice : {"", "--device #1", "--device port:1.4"})
         m_bench.Expect(0, "billboard version " + strDevice);
     const std::tuple<const char*, int, const char*> kRefusals[] = {
-        {"#2", 3, "is described as \"Billboard Device 2\""},
-        {"#3", 4, "cannot be opened"},
+        {"#2", 3,
+         "the billboard device at PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(2) is described as "
+         "\"Billboard Device 2\", which the library takes for none of the maker's"},
+        {"#3", 4,
+         "the billboard device at PCIROOT(0)#PCI(1400)#USBROOT(0)#USB(3) cannot be opened"},
         {"inst:31", 3, "there is no billboard device inst:31"},
         {"0x42", 2, "--device \"0x42\" is no selector"},
     };
@@ -55,7 +58,10 @@ TEST_F(Billboard, IsChosenOrTheRefusalSaysWhy)
 TEST_F(Billboard, AnEraseThatErasedNothingIsNoSuccess)
 {
     UseBenchWithFault("'request': 'erase', 'kind': 'lie', 'times': 2");
-    Expect(6, "erase --yes", "reported that it erased its flash, but offset");
+    Expect(6, "erase --yes",
+           "the billboard device reported that it erased its flash, but offset 0x000000 of bank 0 "
+           "holds 0x0A",
+           "Type this again.");
 }
 
 TEST_F(Billboard, AControllerThatChecksItselfOtherwiseIsUpdatedAsWell)
@@ -78,7 +84,8 @@ TEST_F(Billboard, TheHubAboveItIsNotRestartedMeanwhile)
     CToolProcess first(m_bench.Arguments(m_bench.Typed(
         "--json --bench-pace 0.02 billboard update @0x0222.bin"))); // ended with its object
     ASSERT_TRUE(first.WaitForError("\"write\""));
-    m_bench.Expect(4, "reset", ", or on what hangs on it");
+    m_bench.Expect(4, "reset", kHubIsTaken);
     m_bench.Expect(4, "billboard erase --yes",
-                   "another zelhub is working on the billboard device at");
+                   "another zelhub is working on the billboard device at PCIROOT(0)#PCI(1400)"
+                   "#USBROOT(0)#USB(1)#USB(4), or on what hangs on it");
 }

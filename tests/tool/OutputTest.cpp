@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -107,23 +108,40 @@ TEST_F(Output, DumpsExactlyTheFlashAndReplacesAFileOnlyWhenTold)
     m_bench.Expect(0, "dump @dump.bin --size 5000 --overwrite");
 }
 
-TEST_F(Output, OfAUsageErrorSaysSoInJsonTooAndExitsWith2)
+TEST_F(Output, OfAFailureSaysTheSameInBothForms)
 {
-    for (const char* const pszLine :
+    (void)m_bench.Image("0x0200");
+    std::vector<std::tuple<int, const char*, const char*>> failures = {
+        {1, "version",
+         ", 'faults': [{'hub': 'hub', 'request': 'status', 'kind': 'lie', 'times': 9}]"},
+        {3, "version --hub #9", ""},
+        {4, "list", ", 'machine': {'serviceManagerError': 5}"},
+        {5, "update @missing.bin", ""},
+        {6, "erase --yes", ", 'faults': [{'hub': 'hub', 'request': 'erase', 'kind': 'lie'}]"},
+        {7, "verify @0x0200.bin", ""},
+        {8, "update @0x0200.bin", ", 'faults': [{'hub': 'hub', 'powerCut': 8}]"}};
+    for (const char* const pszUsage :
          {"", "flash", "list --all", "update", "update a b", "dump f --size many",
           "dump f --size 0", "--timeout -1 list", "--timeout soon list", "--timeout 1e10 list",
           "--timeout nan list", "erase", "i2c", "i2c write --address 0 --data 00",
           "i2c write --address 0 --data 0x --yes", "bench image f --version new",
-          "bench fault hub --kind magic", "bench plug hub"}) {
-        std::vector<std::string> arguments = m_bench.Typed(pszLine);
-        const ToolResult text = RunTool(arguments);
-        EXPECT_EQ(text.nExit, 2) << text.strErr;
-        EXPECT_EQ(text.strErr.rfind("error: ", 0), 0u) << text.strErr;
-        EXPECT_EQ(text.strOut, "");
-        arguments.insert(arguments.begin(), "--json");
-        const ToolResult json = RunTool(arguments);
-        EXPECT_EQ(json.nExit, 2) << pszLine;
-        EXPECT_EQ(json.Json()["exit"], 2);
+          "bench fault hub --kind magic", "bench plug hub"})
+        failures.emplace_back(2, pszUsage, "");
+    for (const auto& [nExit, pszLine, pszMembers] : failures) {
+        SCOPED_TRACE(pszLine);
+        ToolResult results[2];
+        for (ToolResult& result : results) {
+            m_bench.UseHub("", "", pszMembers);
+            std::vector<std::string> words = m_bench.Typed(pszLine);
+            if (&result != results)
+                words.insert(words.begin(), "--json");
+            result = RunTool(nExit == 2 ? words : m_bench.Arguments(words));
+            EXPECT_EQ(result.nExit, nExit) << result.strErr;
+        }
+        const nlohmann::json error = results[1].Json()["error"];
+        std::erase(results[0].strErr, '\r'); // usage errors have them on Windows
+        EXPECT_THAT(results[0].strErr, HasSubstr("error: " + error.value("what", "") + "\n"));
+        EXPECT_THAT(results[0].strErr, EndsWith("\nnext:  " + error.value("next", "") + "\n"));
     }
 }
 

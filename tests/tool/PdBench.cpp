@@ -29,7 +29,7 @@ const PdRoad kThroughTheHub = {
     "{'id': 'next', 'hub': 'hub', 'address': '0x66', "
     "'image': {'version': '0x0111', 'chip': '0x7310', 'size': 32768, 'seed': 9}}]",
     "'request': 'write-2', 'nth': 10, 'kind': 'corrupt', 'offset': 3",
-    "0x0001",
+    "0x000120: image 0xD0, ",
     Faults({"'request': 'reset-to-flash', 'kind': 'fail'",
             "'request': 'reset-to-flash', 'kind': 'lie'",
             "'request': 'status', 'nth': 4, 'kind': 'lie'",
@@ -51,7 +51,7 @@ const PdRoad kAsBillboard = {
     "'description': 'BILLBOARD device'}], "
     "'devices': [{'id': 'keyboard', 'parent': 'xhci', 'port': 7}]",
     "'request': 'write-flash', 'nth': 1, 'kind': 'corrupt', 'offset': 3",
-    "0x001003",
+    "0x001003: image 0x2D, ",
     Faults({"'request': 'write-flash', 'nth': 8, 'kind': 'lie'", // the mark
             "'request': 'enable', 'nth': 2, 'kind': 'timeout'", "'powerCut': 0", "'powerCut': 4",
             "'powerCut': 8"},
@@ -81,10 +81,10 @@ ToolResult PdBench::Expect(int nExit, const std::string& strLine) const
     return m_bench.Expect(nExit, "--json " + Line(strLine));
 }
 
-void PdBench::Expect(int nExit, const std::string& strLine, const std::string& strWhat,
-                     const std::string& strNext, const std::string& strState) const
+void PdBench::Expect(int nExit, const std::string& strLine, const Said& what, const Said& next,
+                     const Said& state) const
 {
-    m_bench.Expect(nExit, Line(strLine), strWhat, strNext, strState);
+    m_bench.Expect(nExit, Line(strLine), what, next, state);
 }
 
 std::string PdBench::PdImage(const std::string& strVersion) const

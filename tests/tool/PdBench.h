@@ -45,8 +45,8 @@ protected:
 
     /// As the bench's own, with a command of the PD controller's and its selector.
     ToolResult Expect(int nExit, const std::string& strLine) const;
-    void Expect(int nExit, const std::string& strLine, const std::string& strWhat,
-                const std::string& strNext = {}, const std::string& strState = {}) const;
+    void Expect(int nExit, const std::string& strLine, const Said& what,
+                const Said& next = testing::_, const Said& state = testing::_) const;
 
     /// An image for it. @return its path
     std::string PdImage(const std::string& strVersion) const;

@@ -49,7 +49,9 @@ TEST_F(Update, DoesNothingWhenTheVersionIsThereAlreadyUnlessForced)
 TEST_F(Update, RefusesAnOlderVersionUnlessAllowed)
 {
     const std::string strImage = m_bench.Image("0x0001");
-    EXPECT_THAT(m_bench.Expect(5, "update @0x0001.bin").strErr, HasSubstr("--allow-downgrade"));
+    m_bench.Expect(5, "update @0x0001.bin",
+                   "the image is older: the hub runs 0x0100, the image is 0x0001",
+                   "To go back on purpose, add --allow-downgrade.");
     EXPECT_FALSE(m_bench.Runs(strImage));
     m_bench.Expect(0, "update @0x0001.bin --allow-downgrade");
     EXPECT_TRUE(m_bench.Runs(strImage));
@@ -67,7 +69,10 @@ TEST_F(Update, AsksForForceWhereTheHubsChipIdCannotBeRead)
 {
     m_bench.UseBench("{'schema': 1, 'controllers': [{'id': 'xhci'}], "
                      "'hubs': [{'id': 'hub', 'parent': 'xhci', 'port': 1}]}");
-    EXPECT_THAT(m_bench.Expect(5, "update @0x0200.bin").strErr, HasSubstr("--force"));
+    m_bench.Expect(5, "update @0x0200.bin",
+                   "the chip ID in the hub's own flash cannot be read, so it cannot be told "
+                   "whether this image is for it",
+                   "If you are sure that image and hub belong together, add --force.");
     m_bench.Expect(0, "update @0x0200.bin --force");
     EXPECT_TRUE(m_bench.Runs(m_strImage));
 }
@@ -90,30 +95,27 @@ TEST_F(Update, BacksUpTheOldFlashAndNeverOverABackup)
 
 TEST_F(Update, RefusesWhatIsNoImageWithTheReasonAndTouchesNothing)
 {
-    struct BadImage
-    {
-        size_t cb;
-        int nFill; ///< -1: the bytes of a good image
-        const char* pszLine;
-        const char* pszSays;
-    };
-    const BadImage kBadImages[] = {
+    // Size, fill (-1: the bytes of a good image), and what is said of the file that is named.
+    const std::tuple<size_t, int, std::string, const char*> kBadImages[] = {
         {0, 0, "@bad.bin", "is empty"},
         {32623, -1, "@bad.bin", "is too short: 32623 bytes, an image has at least 32624"},
         {65536, 0xFF, "@bad.bin", "is blank: every byte is 0xFF"},
         {65536, 0x00, "@bad.bin", "is blank: every byte is 0x00"},
-        {65536, -1, "@bad.bin --flash-size 32768", "is too large: 64 KiB (65536 bytes), the flash"},
-        {16 * 1024 * 1024 + 1, -1, "@bad.bin", "no hub's flash is larger than"},
+        {65536, -1, "@bad.bin --flash-size 32768",
+         "is too large: 64 KiB (65536 bytes), the flash has 32 KiB (32768 bytes)"},
+        {16 * 1024 * 1024 + 1, -1, "@bad.bin",
+         "is too large: 16777217 bytes, no hub's flash is larger than 16384 KiB (16777216 bytes)"},
         {0, 0, "@missing.bin", "there is no such file"},
         {0, 0, "@", "is a folder, not a file"},
     };
-    for (const BadImage& bad : kBadImages) {
+    for (const auto& [cb, nFill, strLine, pszSays] : kBadImages) {
         std::vector<BYTE> bytes = m_bench.ReadBytes("0x0200.bin");
-        bytes.resize(bad.cb);
-        if (bad.nFill >= 0)
-            std::fill(bytes.begin(), bytes.end(), static_cast<BYTE>(bad.nFill));
+        bytes.resize(cb);
+        if (nFill >= 0)
+            std::fill(bytes.begin(), bytes.end(), static_cast<BYTE>(nFill));
         (void)m_bench.Write("bad.bin", bytes);
-        m_bench.Expect(5, std::string("update ") + bad.pszLine, bad.pszSays);
+        m_bench.Expect(5, "update " + strLine,
+                       "image " + strLine.substr(0, strLine.find(' ')) + ": " + pszSays);
         EXPECT_TRUE(m_bench.Runs(m_strOld));
     }
 }

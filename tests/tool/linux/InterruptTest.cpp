@@ -106,7 +106,8 @@ TEST_F(Interrupted, ASecondUpdateOfTheSameHubIsRefusedAndTheFirstGoesOn)
     CToolProcess first(
         m_bench.Arguments(m_bench.Typed("--json --bench-pace 0.3 update @0x0200.bin")));
     ASSERT_TRUE(first.WaitForError("\"write\""));
-    m_bench.Expect(4, "update @0x0200.bin", "another zelhub is working on the hub at PCIROOT(0)");
+    m_bench.Expect(4, "update @0x0200.bin", kHubIsTaken,
+                   "Wait until it has finished, then type this again.");
     EXPECT_EQ(first.Finish().nExit, 0);
 }
 

@@ -64,5 +64,5 @@ TEST_F(OddFile, StopsBeforeFlashIsTouchedWhenTheBackupCannotBeWritten)
 
 TEST_F(OddFile, IsNoImage)
 {
-    m_bench.Expect(5, "update /dev/null", "is not a regular file");
+    m_bench.Expect(5, "update /dev/null", "image /dev/null: is not a regular file");
 }
