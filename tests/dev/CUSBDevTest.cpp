@@ -329,7 +329,9 @@ TEST_F(HubDevTest, MatchesEverythingUntilItIsToldWhatToMatch)
     EXPECT_TRUE(m_dev.MatchDev(devInst));
 
     m_dev.DeleteDevID(0x1234, 0x5678);
+    Anew();
     EXPECT_FALSE(m_dev.MatchDev(devInst));
+    EXPECT_EQ(m_reports.Of("").size(), 1u) << "the first no is enough";
 }
 
 TEST_F(HubDevTest, SmallUnitsIgnoreTheirAddress)
