@@ -29,6 +29,7 @@ constexpr DWORD kErrServiceDoesNotExist = 1060;
 constexpr DWORD kErrServiceNotActive = 1062;
 constexpr DWORD kErrServiceMarkedForDelete = 1072;
 constexpr DWORD kErrServiceExists = 1073;
+constexpr DWORD kErrIoDevice = 1117;   // ERROR_IO_DEVICE
 constexpr DWORD kErrDeviceGone = 1167; // ERROR_DEVICE_NOT_CONNECTED
 constexpr DWORD kErrNotFound = 1168;
 constexpr DWORD kErrNotAllAssigned = 1300;

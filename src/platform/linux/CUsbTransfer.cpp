@@ -30,15 +30,18 @@ DWORD ErrorFromStatus(libusb_transfer_status eStatus)
         return kErrDeviceGone;
     case LIBUSB_TRANSFER_CANCELLED:
         return kErrOperationAborted;
-    default: // a stall, or an error on the bus
+    case LIBUSB_TRANSFER_STALL:
         return kErrGenFailure;
+    default: // an error on the bus
+        return kErrIoDevice;
     }
 }
+
 /// Of a transfer that the kernel did not take libusb says only that; errno has the cause.
 DWORD ErrorFromRefusal(int nErrno)
 {
     // A default pipe that is not there any more is that of a device that is just leaving.
-    return nErrno == 0 ? kErrGenFailure : ErrorFromErrno(nErrno == ENOENT ? ENODEV : nErrno);
+    return nErrno == 0 ? kErrIoDevice : ErrorFromErrno(nErrno == ENOENT ? ENODEV : nErrno);
 }
 } // namespace
 

@@ -54,6 +54,11 @@ DWORD ErrorFromErrno(int nErrno)
     case ENXIO:
     case ESHUTDOWN:
         return kErrDeviceGone;
+    case EIO:
+    case EPROTO: // what an error on the bus comes as
+    case EILSEQ:
+    case EOVERFLOW:
+        return kErrIoDevice;
     case ECANCELED:
         return kErrOperationAborted;
     case EOPNOTSUPP:
@@ -86,7 +91,10 @@ DWORD ErrorFromUsb(int nError)
         return kErrNotSupported;
     case LIBUSB_ERROR_INTERRUPTED:
         return kErrOperationAborted;
-    default: // a stall, or an error on the bus
+    case LIBUSB_ERROR_IO:
+    case LIBUSB_ERROR_OVERFLOW:
+        return kErrIoDevice;
+    default: // a stall is among them
         return kErrGenFailure;
     }
 }

@@ -40,7 +40,7 @@ TEST(LinuxErrors, BecomeTheNumbersThatPeopleKnow)
     const std::pair<int, DWORD> cases[] = {
         {ENOENT, 2},      {ENOTDIR, 3},  {EACCES, 5},    {EPERM, 5},   {EISDIR, 5},   {EBADF, 6},
         {EPIPE, 31},      {ETXTBSY, 32}, {EEXIST, 80},   {EINVAL, 87}, {ENOSPC, 112}, {ENOSYS, 120},
-        {ETIMEDOUT, 121}, {EBUSY, 170},  {ENODEV, 1167}, {EIO, 31}};
+        {ETIMEDOUT, 121}, {EBUSY, 170},  {ENODEV, 1167}, {EIO, 1117},  {ENOTTY, 31}};
     for (const auto& [nErrno, dwError] : cases)
         EXPECT_EQ(ErrorFromErrno(nErrno), dwError) << nErrno;
 }

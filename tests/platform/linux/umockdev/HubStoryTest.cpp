@@ -113,10 +113,10 @@ TEST_F(HubOnLinux, EachEndOfATransferHasItsNumber)
     const std::tuple<const char*, MOCK_ANSWER, DWORD> ends[] = {
         {"short", {0, std::vector<BYTE>(10, 1)}, kErrNone},
         {"stall", {-EPIPE}, kErrGenFailure},
-        {"bus error", {-EPROTO}, kErrGenFailure},
-        {"too much came", {-EOVERFLOW}, kErrGenFailure},
+        {"bus error", {-EPROTO}, kErrIoDevice},
+        {"too much came", {-EOVERFLOW}, kErrIoDevice},
         {"never answered", {0, {}, true}, kErrSemTimeout},
-        {"not taken", {0, {}, false, EIO}, kErrGenFailure},
+        {"not taken", {0, {}, false, EIO}, kErrIoDevice},
         {"not permitted", {0, {}, false, EPERM}, kErrAccessDenied},
         {"busy", {0, {}, false, EBUSY}, kErrBusy},
         {"about to leave", {0, {}, false, ENOENT}, kErrDeviceGone},
