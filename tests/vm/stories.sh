@@ -287,21 +287,43 @@ story_second_user_is_told_what_is_missing() {
     grep -q "udev-rule" /tmp/second || fail "no word of the cure"
 }
 
-# Tells of the hub anew, as udevadm trigger does.
+second_on() {
+    local place=$left
+    [ "$1" = left ] || place=$right
+    shift
+    as_second "zelhub --quiet --hub 'path:$place' $*"
+}
+owned() { [ "$(stat -c %U "$(file_of "$1")")" = second ]; }
+# Tells of a hub anew, as udevadm trigger does.
 rule_applied() {
-    echo add >"$(node_of 0011)/uevent"
-    [ "$(stat -c %U "$(file_of 0011)")" = second ]
+    echo add >"$(node_of "$1")/uevent"
+    owned "$1"
 }
 
 story_second_user_updates_with_a_rule() {
     gives 0 zelhub udev-rule >/tmp/60-zelhub.rules && cat /tmp/60-zelhub.rules
     [ "$(grep -c 'ATTR{idProduct}=="001[01]".*TAG+="uaccess"' /tmp/60-zelhub.rules)" = 2 ] &&
         [ "$(grep -vc '^#' /tmp/60-zelhub.rules)" = 2 ] || fail "the rules" || return 1
-    uevent /test/apply-rules >/tmp/uevent.out 2>&1 &
-    until_true 5 rule_applied || return 1
-    gives 0 as_second "zelhub --quiet --hub 'path:$right' update --force --allow-downgrade /tmp/0x0200.bin" &&
-        runs right 0x0200 && gives 0 as_second "zelhub list" || return 1
-    kill $!
+    uevent /test/apply-rules >/tmp/uevent.out 2>&1 & # to the end: every return asks the rule anew
+    until_true 5 rule_applied 0010 && until_true 5 rule_applied 0011 || return 1
+    gives 0 second_on right update --force --allow-downgrade /tmp/0x0200.bin &&
+        runs right 0x0200 && gives 0 as_second "zelhub list"
+}
+
+story_second_user_recovers_what_vanished_or_was_erased() {
+    server fault '{"hub":"right","request":"write-flash","nth":5,"kind":"vanish"}' &&
+        gives 8 second_on right update --force /tmp/0x0300.bin || return 1
+    server plug right && until_true 10 bound 0011 && until_true 5 owned 0011 &&
+        gives 0 second_on right update --force /tmp/0x0300.bin && runs right 0x0300 || return 1
+    gives 0 second_on right erase --yes && server check | grep "^right: on the bus, runs ROM" &&
+        gives 0 second_on right update --force /tmp/0x0300.bin && runs right 0x0300 || return 1
+    gives 0 second_on right dump /tmp/second.dump --size 65536 &&
+        cmp /tmp/second.dump /tmp/0x0300.bin
+}
+
+story_second_user_updates_a_pd_controller() {
+    zelhub --quiet bench image --version 0x0333 --chip 0x7310 --size 32768 --overwrite /tmp/pd.bin
+    gives 0 second_on left pd update --addr 0x42 /tmp/pd.bin && runs pd 0x0333
 }
 
 story_nothing_else_was_written() {

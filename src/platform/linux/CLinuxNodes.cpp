@@ -1,7 +1,12 @@
 #include "platform/linux/CLinuxNodes.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
 #include <set>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/AsciiCase.h"
 
@@ -15,6 +20,20 @@ bool SameNoCase(const WString& a, const WString& b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](WCHAR chA, WCHAR chB) { return UpperAscii(chA) == UpperAscii(chB); });
+}
+
+/// Who may open a device's file is settled a moment after the kernel shows the device, when udev
+/// has read its rules. Until then, but not for long, it counts as not there: a finder that came too
+/// early and was refused would not come again.
+bool HasItsRights(const std::string& strDeviceFile)
+{
+    constexpr std::time_t kLongestSeconds = 3;
+    struct stat info = {};
+    if (::faccessat(AT_FDCWD, strDeviceFile.c_str(), R_OK | W_OK, AT_EACCESS) == 0 ||
+        errno != EACCES || ::stat(strDeviceFile.c_str(), &info) != 0)
+        return true;
+    const std::time_t nAge = std::time(nullptr) - info.st_ctim.tv_sec;
+    return nAge < 0 || nAge > kLongestSeconds;
 }
 
 /// Gives every node its number: the hash of what it is and where, the next free one where two
@@ -91,7 +110,8 @@ bool CLinuxNodes::ReadEntries()
         if (ControllerFolderOf(strFolder, place->nBus).empty())
             continue;
         const std::string strIdentity = m_sysfs.Identity(strFolder);
-        if (std::optional<USB_ENTRY> entry = ReadUsbEntry(m_sysfs, strFolder, *place)) {
+        std::optional<USB_ENTRY> entry = ReadUsbEntry(m_sysfs, strFolder, *place);
+        if (entry && HasItsRights(UsbDeviceFile(m_strDevRoot, *entry))) {
             entry->strIdentity = strIdentity;
             entries.emplace(strName, std::move(*entry));
             bChanged = true;
@@ -107,7 +127,8 @@ bool CLinuxNodes::ReadHidFolders()
 {
     std::vector<std::string> folders;
     for (const std::string& strName : m_sysfs.List(kHidDevices))
-        folders.push_back(m_sysfs.Target(std::string(kHidDevices) + "/" + strName));
+        if (HasItsRights(m_strDevRoot + "/" + strName))
+            folders.push_back(m_sysfs.Target(std::string(kHidDevices) + "/" + strName));
     std::sort(folders.begin(), folders.end());
     const bool bChanged = folders != m_hidFolders;
     m_hidFolders = std::move(folders);

@@ -129,6 +129,16 @@ std::optional<USB_ENTRY> ReadUsbEntry(const CSysfs& sysfs, const std::string& st
     return entry;
 }
 
+std::string UsbDeviceFile(const std::string& strDevRoot, const USB_ENTRY& entry)
+{
+    const auto Digits = [](unsigned nValue) {
+        const std::string strText = std::to_string(nValue);
+        return std::string(strText.size() < 3 ? 3 - strText.size() : 0, '0') + strText;
+    };
+    return strDevRoot + "/bus/usb/" + Digits(entry.place.nBus) + "/" +
+           Digits(NumberOr(entry.strDevNum, 0));
+}
+
 LINUX_NODE MakeUsbNode(const USB_ENTRY& entry, const std::string& strDevRoot,
                        const WString& strController, unsigned nRootHub)
 {
@@ -152,12 +162,7 @@ LINUX_NODE MakeUsbNode(const USB_ENTRY& entry, const std::string& strDevRoot,
                               entry.classIds.end());
     node.locationPaths = {LocationPath(strController, nRootHub, entry.place.ports)};
     node.strInstanceId += Join({WTEXT("\\"), PlaceSerial(strParentPath, entry.place)});
-    const auto Digits = [](unsigned nValue) {
-        const std::string strText = std::to_string(nValue);
-        return std::string(strText.size() < 3 ? 3 - strText.size() : 0, '0') + strText;
-    };
-    node.strDeviceFile = strDevRoot + "/bus/usb/" + Digits(entry.place.nBus) + "/" +
-                         Digits(NumberOr(entry.strDevNum, 0));
+    node.strDeviceFile = UsbDeviceFile(strDevRoot, entry);
     return node;
 }
 

@@ -24,6 +24,9 @@ struct USB_ENTRY
 std::optional<USB_ENTRY> ReadUsbEntry(const CSysfs& sysfs, const std::string& strFolder,
                                       const USB_PLACE& place);
 
+/// "/dev/bus/usb/001/005".
+std::string UsbDeviceFile(const std::string& strDevRoot, const USB_ENTRY& entry);
+
 /// The node of a USB device, complete but for its number and its hub's.
 /// @param strController the controller's route @param nRootHub which root hub of it
 LINUX_NODE MakeUsbNode(const USB_ENTRY& entry, const std::string& strDevRoot,

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <set>
 #include <thread>
+#include <unistd.h>
 
 #include "platform/ErrorCodes.h"
 #include "platform/linux/CLinuxDeviceTree.h"
@@ -391,6 +392,25 @@ TEST_F(LinuxDeviceTree, KnowsAReturningHubAgainAlsoWithNewFirmware)
     m_sysfs.Unplug("1-4");
     m_sysfs.Add("1-4 1234:5678 hub 480", "usb1"); // gone and back between two looks
     EXPECT_EQ(m_asked.DeviceFile(dwHub, kGuidUsbHub), "/bus/usb/001/006");
+}
+
+TEST_F(LinuxDeviceTree, WaitsForTheRightsOfADeviceThatJustCame)
+{
+    namespace fs = std::filesystem;
+    m_sysfs.Unplug("1-4");
+    m_sysfs.Add("1-4 1234:5678 hub 480", "usb1");
+    const fs::path file = fs::path(m_sysfs.DevRoot()) / "bus/usb/001/005";
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << "node";
+    fs::permissions(file, fs::perms::none);
+    fs::permissions(file.parent_path() / "../../../..", fs::perms(0755));
+    constexpr uid_t kNobody = 65534;
+    const bool bRoot = ::geteuid() == 0; // whom no mode keeps out
+    EXPECT_TRUE(!bRoot || ::seteuid(kNobody) == 0);
+    EXPECT_EQ(Hub(), 0u);
+    EXPECT_TRUE(!bRoot || ::seteuid(0) == 0);
+    fs::permissions(file, fs::perms(0600));
+    EXPECT_NE(Hub(), 0u);
 }
 
 TEST_F(LinuxDeviceTree, GivesAnotherDeviceAtTheSamePlaceAnotherNumber)
