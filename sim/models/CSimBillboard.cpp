@@ -5,10 +5,6 @@
 namespace
 {
 
-constexpr CSimClock::Micros kFlashReadMicrosPerPage = 50;
-constexpr USHORT kToRomOption = 0x0000;
-constexpr USHORT kToFlashCode = 0x0101;
-
 bool LeavesItsBank(DWORD dwAddr, DWORD cb)
 {
     return dwAddr % CSimPdBanks::kBankSize + cb > CSimPdBanks::kBankSize;
@@ -16,18 +12,7 @@ bool LeavesItsBank(DWORD dwAddr, DWORD cb)
 
 } // namespace
 
-struct CSimBillboard::Command
-{
-    BYTE bmRequestType;
-    BYTE bRequest;
-    bool bHasData;
-    SimTransferResult (CSimBillboard::*pfnDo)(const Request&);
-};
-
 const CSimBillboard::Command CSimBillboard::kCommands[] = {
-    {REQTYPE_VENDOR_OUT, REQ_FW_RESET, false, &CSimBillboard::FwReset},
-    {REQTYPE_VENDOR_OUT, REQ_RESET_CODE, false, &CSimBillboard::ResetCode},
-    {REQTYPE_VENDOR_OUT, REQ_VDCMD_ENABLE, false, &CSimBillboard::VdCmdEnable},
     {REQTYPE_VENDOR_IN, REQ_BB_STATUS, true, &CSimBillboard::Status},
     {REQTYPE_VENDOR_OUT, REQ_WRITE_FLASH, true, &CSimBillboard::WriteFlash},
     {REQTYPE_VENDOR_IN, REQ_READ_FLASH, true, &CSimBillboard::ReadFlash},
@@ -37,72 +22,10 @@ const CSimBillboard::Command CSimBillboard::kCommands[] = {
 };
 
 CSimBillboard::CSimBillboard(CSimClock& clock, const SimBillboardSettings& settings)
-    : CSimUsbChip(clock, settings.usb), m_banks(settings.pd)
+    : CSimVendorChip(clock, settings.usb, CSimPdBanks(settings.pd), kCommands)
 {}
 
 CSimBillboard::~CSimBillboard() = default;
-
-void CSimBillboard::LoadImage(const std::vector<BYTE>& image, unsigned nBank)
-{
-    m_banks.Load(nBank, image);
-    Restart(SimStart::PowerUp);
-}
-
-void CSimBillboard::LosePowerAt(std::uint64_t nFlashOperation, SimPowerCut eWhen)
-{
-    m_banks.Flash().LosePowerAt(nFlashOperation, eWhen);
-}
-
-void CSimBillboard::Restore(const CSimPdBanks::Kept& kept, bool bOnBus)
-{
-    m_banks.Restore(kept);
-    SetOnBus(bOnBus);
-}
-
-void CSimBillboard::Restart(SimStart eStart)
-{
-    m_banks.Start(eStart);
-}
-
-SimTransferResult CSimBillboard::Perform(const Request& request)
-{
-    const SETUP_PACKET& setup = request.setup;
-    for (const Command& command : kCommands) {
-        if (command.bmRequestType != setup.bmRequestType || command.bRequest != setup.bRequest)
-            continue;
-        if (command.bHasData != (setup.wLength != 0))
-            return Misused("wrong data stage", setup);
-        const SimTransferResult res = (this->*command.pfnDo)(request);
-        Work(m_banks.TakeTime());
-        return res;
-    }
-    return Misused("unknown request", setup);
-}
-
-SimTransferResult CSimBillboard::FwReset(const Request& request)
-{
-    ScheduleReset(request.setup.wValue == kToRomOption ? SimStart::ToRom : SimStart::PowerUp);
-    return Done(request);
-}
-
-SimTransferResult CSimBillboard::ResetCode(const Request& request)
-{
-    if (request.setup.wValue != kToFlashCode)
-        return Misused("unknown reset", request.setup);
-    ScheduleReset(SimStart::ToFlash);
-    return Done(request);
-}
-
-SimTransferResult CSimBillboard::VdCmdEnable(const Request& request)
-{
-    const USHORT usValue = request.setup.wValue;
-    if (request.setup.wIndex != VDCMD_ENABLE_KEY)
-        return Misused("enable without its key", request.setup);
-    if (usValue != 0 && usValue != VDCMD_ENABLE_READ_ERASE && usValue != VDCMD_ENABLE_WRITE)
-        return Misused("unknown enable", request.setup);
-    m_banks.SetEnable(usValue);
-    return Done(request);
-}
 
 SimTransferResult CSimBillboard::Status(const Request& request)
 {
@@ -125,7 +48,7 @@ SimTransferResult CSimBillboard::ReadFlash(const Request& request)
     const DWORD cb = request.setup.wLength;
     if (cb > FLASH_REQUEST_MAX)
         return Misused("flash request too long", request.setup);
-    Work(kFlashReadMicrosPerPage * ((cb + CSimFlash::kPageSize - 1) / CSimFlash::kPageSize));
+    WorkOnReading(cb);
     return OfVerdict(m_banks.Read(request.Address(), request.pData, cb), request);
 }
 

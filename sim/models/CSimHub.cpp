@@ -7,10 +7,7 @@
 namespace
 {
 
-constexpr CSimClock::Micros kFlashReadMicrosPerPage = 50;
 constexpr CSimClock::Micros kI2cMicrosPerByte = 25;
-constexpr USHORT kToRomOption = 0x0000;
-constexpr USHORT kToFlashCode = 0x0101;
 constexpr USHORT kI2cConfigIndexBits = 0x8080;
 constexpr DWORD kBlockHeader = 3;
 constexpr DWORD kBlockDataMax = 61;
@@ -29,17 +26,7 @@ SimUsbIdentity WithIdentityString(const SimHubSettings& settings)
 
 } // namespace
 
-struct CSimHub::Command
-{
-    BYTE bmRequestType;
-    BYTE bRequest;
-    bool bHasData;
-    SimTransferResult (CSimHub::*pfnDo)(const Request&);
-};
-
 const CSimHub::Command CSimHub::kCommands[] = {
-    {REQTYPE_VENDOR_OUT, REQ_FW_RESET, false, &CSimHub::FwReset},
-    {REQTYPE_VENDOR_OUT, REQ_VDCMD_ENABLE, false, &CSimHub::VdCmdEnable},
     {REQTYPE_VENDOR_OUT, REQ_SET_DL_SLAVE, false, &CSimHub::SetDownloadSlave},
     {REQTYPE_VENDOR_OUT, REQ_SET_DL_SLAVE_SUB, false, &CSimHub::SetDownloadSlaveSub},
     {REQTYPE_VENDOR_IN, REQ_STATUS, true, &CSimHub::Status},
@@ -49,7 +36,6 @@ const CSimHub::Command CSimHub::kCommands[] = {
     {REQTYPE_VENDOR_IN, REQ_READ_FLASH, true, &CSimHub::ReadFlash},
     {REQTYPE_VENDOR_OUT, REQ_ERASE_FLASH, false, &CSimHub::EraseFlash},
     {REQTYPE_VENDOR_OUT, REQ_ISP_VALIDATION, false, &CSimHub::IspValidation},
-    {REQTYPE_VENDOR_OUT, REQ_RESET_CODE, false, &CSimHub::ResetCode},
     {REQTYPE_VENDOR_OUT, REQ_BLOCK_OUT, true, &CSimHub::BlockOut},
     {REQTYPE_VENDOR_IN, REQ_BLOCK_IN, true, &CSimHub::BlockIn},
     {REQTYPE_VENDOR_OUT, REQ_I2C_CONFIG, false, &CSimHub::I2cConfigure},
@@ -58,9 +44,9 @@ const CSimHub::Command CSimHub::kCommands[] = {
 };
 
 CSimHub::CSimHub(CSimClock& clock, const SimHubSettings& settings)
-    : CSimUsbChip(clock, WithIdentityString(settings)),
+    : CSimVendorChip(clock, WithIdentityString(settings),
+                     {settings.cbBank, settings.bDualBank, settings.eImageCheck}, kCommands),
       m_settings(settings),
-      m_banks(settings.cbBank, settings.bDualBank, settings.eImageCheck),
       m_registers(clock)
 {}
 
@@ -76,17 +62,6 @@ void CSimHub::AttachI2cMemory(std::shared_ptr<CSimI2cMemory> pMemory)
     m_pMemory = std::move(pMemory);
 }
 
-void CSimHub::LoadImage(const std::vector<BYTE>& image, unsigned nBank)
-{
-    m_banks.Load(nBank, image);
-    Restart(SimStart::PowerUp);
-}
-
-void CSimHub::LosePowerAt(std::uint64_t nFlashOperation, SimPowerCut eWhen)
-{
-    m_banks.Flash().LosePowerAt(nFlashOperation, eWhen);
-}
-
 USHORT CSimHub::Version() const
 {
     return m_banks.RunsFlash() ? m_banks.RunningVersion() : m_settings.usRomVersion;
@@ -97,12 +72,6 @@ bool CSimHub::Runs(const std::vector<BYTE>& image) const
     const std::vector<BYTE> bank = m_banks.Bank(m_banks.ActiveBank());
     return RunsFlash() && image.size() <= bank.size() &&
            std::equal(image.begin(), image.end(), bank.begin());
-}
-
-void CSimHub::Restore(const CSimHubBanks::Kept& kept, bool bOnBus)
-{
-    m_banks.Restore(kept);
-    SetOnBus(bOnBus);
 }
 
 void CSimHub::Restart(SimStart eStart)
@@ -116,37 +85,10 @@ void CSimHub::Restart(SimStart eStart)
     m_i2cConfig.reset();
 }
 
-SimTransferResult CSimHub::Perform(const Request& request)
+void CSimHub::SetEnable(BYTE byLevel)
 {
-    const SETUP_PACKET& setup = request.setup;
-    for (const Command& command : kCommands) {
-        if (command.bmRequestType != setup.bmRequestType || command.bRequest != setup.bRequest)
-            continue;
-        if (command.bHasData != (setup.wLength != 0))
-            return Misused("wrong data stage", setup);
-        const SimTransferResult res = (this->*command.pfnDo)(request);
-        Work(m_banks.Flash().TakeTime());
-        return res;
-    }
-    return Misused("unknown request", setup);
-}
-
-SimTransferResult CSimHub::FwReset(const Request& request)
-{
-    ScheduleReset(request.setup.wValue == kToRomOption ? SimStart::ToRom : SimStart::PowerUp);
-    return Done(request);
-}
-
-SimTransferResult CSimHub::VdCmdEnable(const Request& request)
-{
-    const USHORT usValue = request.setup.wValue;
-    if (request.setup.wIndex != VDCMD_ENABLE_KEY)
-        return Misused("enable without its key", request.setup);
-    if (usValue != 0 && usValue != VDCMD_ENABLE_READ_ERASE && usValue != VDCMD_ENABLE_WRITE)
-        return Misused("unknown enable", request.setup);
-    m_byEnable = static_cast<BYTE>(usValue);
-    m_banks.SetWritable(usValue == VDCMD_ENABLE_WRITE);
-    return Done(request);
+    m_byEnable = byLevel;
+    m_banks.SetWritable(byLevel == VDCMD_ENABLE_WRITE);
 }
 
 SimTransferResult CSimHub::SetDownloadSlave(const Request& request)
@@ -208,7 +150,7 @@ SimTransferResult CSimHub::ReadFlash(const Request& request)
         return Misused("flash request too long", request.setup);
     if (m_banks.Read(request.Address(), request.pData, cb) != SimFlashResult::Done)
         return Stall();
-    Work(kFlashReadMicrosPerPage * ((cb + CSimFlash::kPageSize - 1) / CSimFlash::kPageSize));
+    WorkOnReading(cb);
     return Done(request);
 }
 
@@ -238,14 +180,6 @@ SimTransferResult CSimHub::IspValidation(const Request& request)
     const bool bNew = request.setup.wValue == 1;
     const bool bGood = m_banks.IsComplete(bNew ? m_banks.DownloadBank() : m_banks.ActiveBank());
     return bGood ? Done(request) : Stall();
-}
-
-SimTransferResult CSimHub::ResetCode(const Request& request)
-{
-    if (request.setup.wValue != kToFlashCode)
-        return Misused("unknown reset", request.setup);
-    ScheduleReset(SimStart::ToFlash);
-    return Done(request);
 }
 
 SimTransferResult CSimHub::BlockOut(const Request& request)

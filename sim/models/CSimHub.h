@@ -2,7 +2,7 @@
 
 #include "sim/models/CSimHubRegisters.h"
 #include "sim/models/CSimI2cMemory.h"
-#include "sim/models/CSimUsbChip.h"
+#include "sim/models/CSimVendorChip.h"
 #include "sim/models/ISimI2cTarget.h"
 
 #include <array>
@@ -29,7 +29,7 @@ struct SimHubSettings
 /// chip's owner would regret: writes and erases without their enable, programming that would
 /// set bits, touching the code that runs, erases without the unlock registers, requests that
 /// no such chip knows. Attached targets must outlive the hub.
-class CSimHub : public CSimUsbChip
+class CSimHub : public CSimVendorChip<CSimHub, CSimHubBanks>
 {
 public:
     explicit CSimHub(CSimClock& clock, const SimHubSettings& settings = {});
@@ -41,13 +41,7 @@ public:
     /// Holds the bus down: every block transfer runs into its time-out, until a restart.
     void SetI2cStuck(bool bStuck) { m_bI2cStuck = bStuck; }
 
-    /// Puts an image into a bank and restarts the chip where it stands, without leaving the bus.
-    void LoadImage(const std::vector<BYTE>& image, unsigned nBank = 0);
-    void LosePowerAt(std::uint64_t nFlashOperation, SimPowerCut eWhen = SimPowerCut::Middle);
-    std::uint64_t FlashOperations() const { return m_banks.Flash().Operations(); }
-
     // What is inside, for whoever judges from outside.
-    CSimHubBanks& Banks() { return m_banks; }
     bool RunsFlash() const { return m_banks.RunsFlash(); }
     /// The version that the running code reports.
     USHORT Version() const;
@@ -60,20 +54,12 @@ public:
     /// wValue and wIndex of the last I2C configuration since the last start.
     std::optional<std::pair<USHORT, USHORT>> I2cConfig() const { return m_i2cConfig; }
 
-    /// What outlasts the process when a machine is kept in a file.
-    CSimHubBanks::Kept Keep() const { return m_banks.Keep(); }
-    void Restore(const CSimHubBanks::Kept& kept, bool bOnBus);
-
-protected:
-    SimTransferResult Perform(const Request& request) override;
-    void Restart(SimStart eStart) override;
-
 private:
-    struct Command;
     static const Command kCommands[];
 
-    SimTransferResult FwReset(const Request& request);
-    SimTransferResult VdCmdEnable(const Request& request);
+    void Restart(SimStart eStart) override;
+    void SetEnable(BYTE byLevel) override;
+
     SimTransferResult SetDownloadSlave(const Request& request);
     SimTransferResult SetDownloadSlaveSub(const Request& request);
     SimTransferResult Status(const Request& request);
@@ -83,7 +69,6 @@ private:
     SimTransferResult ReadFlash(const Request& request);
     SimTransferResult EraseFlash(const Request& request);
     SimTransferResult IspValidation(const Request& request);
-    SimTransferResult ResetCode(const Request& request);
     SimTransferResult BlockOut(const Request& request);
     SimTransferResult BlockIn(const Request& request);
     SimTransferResult I2cConfigure(const Request& request);
@@ -95,7 +80,6 @@ private:
     ISimI2cTarget* TargetAt(BYTE bySlaveAddr) const;
 
     SimHubSettings m_settings;
-    CSimHubBanks m_banks;
     CSimHubRegisters m_registers;
     std::map<BYTE, ISimI2cTarget*> m_targets;
     std::shared_ptr<CSimI2cMemory> m_pMemory;

@@ -61,6 +61,8 @@ public:
 
     CSimFlash& Flash() { return m_flash; }
     const CSimFlash& Flash() const { return m_flash; }
+    /// The time that flash operations have taken since this was asked last.
+    CSimClock::Micros TakeTime() { return m_flash.TakeTime(); }
 
     Kept Keep() const;
     void Restore(const Kept& kept);
