@@ -119,8 +119,6 @@ HANDLE CSimDeviceSets::GetClassDevs(const GUID* pClass, const WCHAR* pszEnumerat
         if (bClass && ((dwFlags & kSetPresent) == 0 || pNode->IsPresent()))
             pSet->elements.push_back({pNode.get(), pNode->DevInst()});
     }
-    if (tree.NewestFirst())
-        std::reverse(pSet->elements.begin(), pSet->elements.end());
     m_machine.Process().SetLastError(tree.LastErrorAfterSuccess());
     return m_machine.Handles().Add("device set", SimText::Narrow(strId), std::move(pSet));
 }

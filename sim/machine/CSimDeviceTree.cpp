@@ -107,7 +107,6 @@ CSimNode& CSimDeviceTree::AddHub(CSimNode& parent, unsigned nPort, const HubNode
         options.bSuperSpeed ? WTEXT("Generic SuperSpeed USB Hub") : WTEXT("Generic USB Hub");
     spec.interfaces = {{kGuidUsbHub, {}}};
     CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
-    node.m_nPort = nPort;
     node.m_nHubNumber = ++m_nHubs;
     node.m_power = {{WString(), true}};
     if (pDevice == nullptr) {
@@ -145,7 +144,6 @@ CSimNode& CSimDeviceTree::AddDevice(CSimNode& parent, unsigned nPort,
     spec.interfaces = {{kGuidUsbDevice, {}}};
     spec.bWinUsb = options.bWinUsb;
     CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
-    node.m_nPort = nPort;
     if (pDevice == nullptr) {
         node.m_pOwnDevice =
             std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid, options.byClass);
@@ -190,7 +188,6 @@ CSimNode& CSimDeviceTree::Keep(std::unique_ptr<CSimNode> pNode)
     m_nodes.push_back(std::move(pNode));
     if (node.m_pParent != nullptr)
         node.m_pParent->m_children.push_back(&node);
-    Changed(node);
     return node;
 }
 
@@ -206,16 +203,6 @@ void CSimDeviceTree::ComposeUsb(CSimNode* pParent, unsigned nPort, USHORT wVid, 
         Below(pParent->Spec().locationPaths, WTEXT("#USB(") + Decimal(nPort) + WTEXT(")"));
     pSpec->strLocationInformation =
         WTEXT("Port_#") + Decimal(nPort, 4) + WTEXT(".Hub_#") + Decimal(pParent->m_nHubNumber, 4);
-}
-
-void CSimDeviceTree::ScheduleArrival(CSimNode& node, CSimClock::Micros delay)
-{
-    m_clock.Schedule(delay, [&node] { node.Plug(true); });
-}
-
-void CSimDeviceTree::ScheduleRemoval(CSimNode& node, CSimClock::Micros delay)
-{
-    m_clock.Schedule(delay, [&node] { node.Plug(false); });
 }
 
 CSimNode* CSimDeviceTree::Find(DWORD devInst) const
@@ -261,10 +248,4 @@ void CSimDeviceTree::GiveNewNumber(CSimNode& node)
     if (!m_byNumber.emplace(devInst, &node).second)
         throw std::invalid_argument("instance number is taken");
     node.m_spec.devInst = devInst;
-}
-
-void CSimDeviceTree::Changed(CSimNode& node)
-{
-    if (m_listener)
-        m_listener(node);
 }

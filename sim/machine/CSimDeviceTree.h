@@ -2,7 +2,6 @@
 
 #include "sim/machine/CSimNode.h"
 
-#include <functional>
 #include <string>
 #include <unordered_map>
 
@@ -71,10 +70,6 @@ public:
     /// A node made by hand; nothing is composed but a missing instance number.
     CSimNode& AddNode(CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice = nullptr);
 
-    /// Plug in or out after a while.
-    void ScheduleArrival(CSimNode& node, CSimClock::Micros delay);
-    void ScheduleRemoval(CSimNode& node, CSimClock::Micros delay);
-
     CSimNode* Find(DWORD devInst) const;                ///< present or absent, null: nobody
     CSimNode* FindById(const WString& strId) const;     ///< by instance ID, case ignored
     CSimNode* FindByPath(const WString& strPath) const; ///< by interface path, case ignored
@@ -85,14 +80,7 @@ public:
     void SetLastErrorAfterSuccess(DWORD dwError) { m_dwSuccessError = dwError; }
     DWORD LastErrorAfterSuccess() const { return m_dwSuccessError; }
 
-    /// Whether device sets list the newest node first instead of the oldest.
-    void SetNewestFirst(bool bNewestFirst) { m_bNewestFirst = bNewestFirst; }
-    bool NewestFirst() const { return m_bNewestFirst; }
-
     CSimClock& Clock() { return m_clock; }
-
-    /// Called after every coming and going.
-    void SetListener(std::function<void(CSimNode&)> listener) { m_listener = std::move(listener); }
 
 private:
     friend class CSimNode;
@@ -102,14 +90,11 @@ private:
                     const WString& strSerial, SimNodeSpec* pSpec) const;
     DWORD FreeNumber(const WString& strSeed) const;
     void GiveNewNumber(CSimNode& node);
-    void Changed(CSimNode& node);
 
     CSimClock& m_clock;
     std::vector<std::unique_ptr<CSimNode>> m_nodes;
     std::unordered_map<DWORD, CSimNode*> m_byNumber;
-    std::function<void(CSimNode&)> m_listener;
     DWORD m_dwSuccessError = 0;
-    bool m_bNewestFirst = false;
     unsigned m_nControllers = 0;
     unsigned m_nHubs = 0;
 };

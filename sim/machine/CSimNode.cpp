@@ -39,7 +39,6 @@ void CSimNode::Plug(bool bPlugged)
     m_bPlugged = bPlugged;
     if (!bPlugged)
         ++m_nGeneration;
-    m_tree.Changed(*this);
 }
 
 WString CSimNode::InterfacePath(size_t n) const

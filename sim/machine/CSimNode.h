@@ -29,7 +29,6 @@ public:
     DWORD DevInst() const { return m_spec.devInst; }
     CSimNode* Parent() const { return m_pParent; }
     const std::vector<CSimNode*>& Children() const { return m_children; }
-    unsigned Port() const { return m_nPort; } ///< on the parent, 0 for those that have none
 
     bool IsPresent() const;
 
@@ -38,7 +37,6 @@ public:
     void Plug(bool bPlugged);
 
     ISimUsbDevice* Device() const { return m_pDevice; }
-    void SetDevice(ISimUsbDevice* pDevice) { m_pDevice = pDevice; } ///< not owned
 
     /// The other half of the same hub: it leaves and returns together with this one.
     void SetTwin(CSimNode* pTwin) { m_pTwin = pTwin; }
@@ -87,7 +85,6 @@ private:
     CSimNode* m_pTwin = nullptr;
     std::vector<CSimNode*> m_children;
     std::vector<SimPowerObject> m_power;
-    unsigned m_nPort = 0;
     unsigned m_nHubNumber = 0;
     unsigned m_nGeneration = 0;
     DWORD m_nextDevInst = 0;
