@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 namespace
 {
 
@@ -115,7 +117,7 @@ TEST(RefusedBench, IsAMissingFileOrAFolder)
     EXPECT_THAT(folder.strErr, testing::HasSubstr("is a folder, not a file"));
 }
 
-TEST(BenchState, OfAnotherBenchOrNoStateIsRefused)
+TEST(BenchState, OfAnotherBenchOrNoStateOrAFolderIsRefused)
 {
     CBenchFolder bench;
     bench.UseHub();
@@ -128,6 +130,10 @@ TEST(BenchState, OfAnotherBenchOrNoStateIsRefused)
     (void)bench.Write("state", strState);
     bench.Expect(2, "list",
                  "@state:6:4: \"id\" names nothing on the bench: this state belongs to another");
+    std::filesystem::remove(bench.Path("state"));
+    std::filesystem::create_directory(bench.Path("state"));
+    bench.Expect(2, "list", "bench state @state: cannot be read",
+                 "Give another file, or delete it to begin anew.");
 }
 
 TEST(Examples, AreGoodBenches)

@@ -7,11 +7,9 @@
 #include "tools/zelhub/output/Failure.h"
 #include "tools/zelhub/system/HostSystem.h"
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <thread>
 #include <type_traits>
 
 using nlohmann::ordered_json;
@@ -21,8 +19,6 @@ namespace
 
 constexpr int kSchema = 2;
 constexpr const char* kKind = "zelhub bench state";
-constexpr int kOpenTries = 100;
-constexpr std::chrono::milliseconds kOpenPause{10};
 
 /// The two banks' (or the one flash's) contents. Refuses what does not fit.
 std::vector<BYTE> ReadFlash(CJsonObject& object, size_t cb)
@@ -117,16 +113,12 @@ void CBenchState::Load(CBenchMachine& bench) const
     std::error_code error;
     if (!std::filesystem::exists(m_strPath, error))
         return;
-    const bool bFolder = std::filesystem::is_directory(m_strPath, error);
-    std::ifstream file(m_strPath, std::ios::binary);
-    // On Windows, a process that replaces the file has it for itself for a moment.
-    for (int i = 0; i < kOpenTries && !file.is_open() && !bFolder; ++i) {
-        std::this_thread::sleep_for(kOpenPause);
-        file.open(m_strPath, std::ios::binary);
-    }
+    std::ifstream file;
+    if (!std::filesystem::is_directory(m_strPath, error))
+        file = HostSystem::OpenToRead(m_strPath);
     std::ostringstream text;
     text << file.rdbuf();
-    if (!file || bFolder)
+    if (!file.is_open())
         throw CToolError(ExitCode::Usage,
                          "bench state " + Printable(m_strPath) + ": cannot be read",
                          "Give another file, or delete it to begin anew.");

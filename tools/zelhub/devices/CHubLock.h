@@ -2,6 +2,8 @@
 
 #include "tools/zelhub/system/HostSystem.h"
 
+#include <vector>
+
 /// Keeps two processes from working on one hub or other device, and from working on a hub (which
 /// may restart it) while another works on something that hangs below it: one lock of its own,
 /// named after the location path, and a shared one of every hub above. Ends with the process,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <iosfwd>
 #include <memory>
 #include <string>
 
@@ -51,6 +51,11 @@ LockResult TakeLock(const std::string& strName, bool bShared, std::unique_ptr<CP
 /// @param bSync do not return before it has reached the disk
 /// @return empty, or what is wrong in words
 std::string WriteWhole(const std::string& strPath, const void* pData, size_t cb, bool bSync);
+
+/// Opens a file for its bytes. Where a process that replaces a file has it for itself for a
+/// moment, that is waited for, at most 1 s; so do not ask for files that may well not be there.
+/// @return a stream that is not open when the file cannot be
+std::ifstream OpenToRead(const std::string& strPath);
 
 /// What a user does who may not open a hub.
 std::string RightToOpenHint();

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -223,6 +224,11 @@ std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData
     if (!strWhy.empty() && nFile >= 0)
         ::unlink(strPart.c_str());
     return strWhy;
+}
+
+std::ifstream HostSystem::OpenToRead(const std::string& strPath)
+{
+    return std::ifstream(strPath, std::ios::binary); // replacing hides no file from its readers
 }
 
 std::string HostSystem::RightToOpenHint()

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 // clang-format off
@@ -16,6 +17,11 @@ namespace
 {
 
 std::atomic<int> g_nInterrupts{0};
+
+// How long those are waited for who read a file that is to be replaced, or replace one that is
+// to be read.
+constexpr int kTries = 100;
+constexpr DWORD kPauseMs = 10;
 
 void WriteAll(DWORD dwStream, const char* p, size_t cb)
 {
@@ -109,8 +115,6 @@ DWORD WriteFileAt(const std::string& strPath, DWORD dwDisposition, const void* p
 /// Puts one file in another's place. Who reads that one at the moment is waited for.
 DWORD Replace(const std::string& strPart, const std::string& strPath)
 {
-    constexpr int kTries = 100;
-    constexpr DWORD kPauseMs = 10;
     for (int i = 0;; ++i) {
         if (::MoveFileExA(strPart.c_str(), strPath.c_str(),
                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE)
@@ -208,6 +212,16 @@ std::string HostSystem::WriteWhole(const std::string& strPath, const void* pData
         return {};
     ::DeleteFileA(strPart.c_str());
     return Words(dwError);
+}
+
+std::ifstream HostSystem::OpenToRead(const std::string& strPath)
+{
+    std::ifstream file(strPath, std::ios::binary);
+    for (int i = 0; i < kTries && !file.is_open(); ++i) {
+        ::Sleep(kPauseMs);
+        file.open(strPath, std::ios::binary);
+    }
+    return file;
 }
 
 std::string HostSystem::RightToOpenHint()
