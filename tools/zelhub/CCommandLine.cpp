@@ -112,6 +112,7 @@ CCommandLine::~CCommandLine() = default;
 
 int CCommandLine::Run(int nArguments, const char* const* ppArguments)
 {
+    HostSystem::PrepareStreams();
     CLI::App app("Updates the firmware of USB hubs.", "zelhub");
     app.allow_windows_style_options(false); // "/folder/new.bin" is a path everywhere
     app.set_version_flag("--version,--tool-version", "zelhub " ZELHUB_VERSION "\n" + m_strDrivers);

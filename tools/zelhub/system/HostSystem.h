@@ -13,6 +13,9 @@ namespace HostSystem
 bool IsTerminal(bool bStandardError);
 int TerminalWidth(); ///< columns, 80 when it cannot be known
 
+/// Both streams carry the same bytes on every system: UTF-8, lines ended by LF alone.
+void PrepareStreams();
+
 /// From now on Ctrl-C (also a request to end, or a hang-up) is counted instead of ending the
 /// process; the second one leaves at once with the leave card.
 /// A closed pipe no longer ends the process.

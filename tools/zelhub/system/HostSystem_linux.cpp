@@ -156,6 +156,8 @@ int HostSystem::TerminalWidth()
     return size.ws_col;
 }
 
+void HostSystem::PrepareStreams() {}
+
 void HostSystem::CatchInterrupts()
 {
     struct sigaction action = {};

@@ -157,12 +157,15 @@ int HostSystem::TerminalWidth()
     return nColumns > 0 ? nColumns : kUsual;
 }
 
-void HostSystem::CatchInterrupts()
+void HostSystem::PrepareStreams()
 {
-    // The same bytes as everywhere: no carriage returns put in, texts in UTF-8.
     ::_setmode(::_fileno(stdout), _O_BINARY);
     ::_setmode(::_fileno(stderr), _O_BINARY);
     ::SetConsoleOutputCP(CP_UTF8);
+}
+
+void HostSystem::CatchInterrupts()
+{
     ::SetConsoleCtrlHandler(OnInterrupt, TRUE);
 }
 
