@@ -87,8 +87,8 @@ CSimNode& CSimDeviceTree::AddRootHub(CSimNode& controller, DWORD devInst)
     spec.strDescription = WTEXT("USB Root Hub (USB 3.0)");
     spec.interfaces = {{kGuidUsbHub, {}}};
     CSimNode& node = AddNode(&controller, std::move(spec));
-    node.m_nHubNumber = ++m_nHubs;
-    node.m_power = {{WString(), true}};
+    node.Spec().nHubNumber = ++m_nHubs;
+    node.PowerObjects() = {{WString(), true}};
     return node;
 }
 
@@ -107,13 +107,11 @@ CSimNode& CSimDeviceTree::AddHub(CSimNode& parent, unsigned nPort, const HubNode
         options.bSuperSpeed ? WTEXT("Generic SuperSpeed USB Hub") : WTEXT("Generic USB Hub");
     spec.interfaces = {{kGuidUsbHub, {}}};
     CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
-    node.m_nHubNumber = ++m_nHubs;
-    node.m_power = {{WString(), true}};
-    if (pDevice == nullptr) {
-        node.m_pOwnDevice =
-            std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid, kClassHub);
-        node.m_pDevice = node.m_pOwnDevice.get();
-    }
+    node.Spec().nHubNumber = ++m_nHubs;
+    node.PowerObjects() = {{WString(), true}};
+    if (pDevice == nullptr)
+        node.SetOwnDevice(
+            std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid, kClassHub));
     return node;
 }
 
@@ -144,11 +142,9 @@ CSimNode& CSimDeviceTree::AddDevice(CSimNode& parent, unsigned nPort,
     spec.interfaces = {{kGuidUsbDevice, {}}};
     spec.bWinUsb = options.bWinUsb;
     CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
-    if (pDevice == nullptr) {
-        node.m_pOwnDevice =
-            std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid, options.byClass);
-        node.m_pDevice = node.m_pOwnDevice.get();
-    }
+    if (pDevice == nullptr)
+        node.SetOwnDevice(std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid,
+                                                            options.byClass));
     return node;
 }
 
@@ -178,16 +174,9 @@ CSimNode& CSimDeviceTree::AddNode(CSimNode* pParent, SimNodeSpec spec, ISimUsbDe
         spec.devInst = FreeNumber(SeedOf(spec));
     else if (m_byNumber.contains(spec.devInst))
         throw std::invalid_argument("instance number is taken");
-    return Keep(std::make_unique<CSimNode>(*this, pParent, std::move(spec), pDevice));
-}
-
-CSimNode& CSimDeviceTree::Keep(std::unique_ptr<CSimNode> pNode)
-{
-    CSimNode& node = *pNode;
+    m_nodes.push_back(std::make_unique<CSimNode>(*this, pParent, std::move(spec), pDevice));
+    CSimNode& node = *m_nodes.back();
     m_byNumber[node.DevInst()] = &node;
-    m_nodes.push_back(std::move(pNode));
-    if (node.m_pParent != nullptr)
-        node.m_pParent->m_children.push_back(&node);
     return node;
 }
 
@@ -201,8 +190,8 @@ void CSimDeviceTree::ComposeUsb(CSimNode* pParent, unsigned nPort, USHORT wVid, 
     pSpec->hardwareIds = {strIds + WTEXT("&REV_") + Hex(wRevision, 4), strIds};
     pSpec->locationPaths =
         Below(pParent->Spec().locationPaths, WTEXT("#USB(") + Decimal(nPort) + WTEXT(")"));
-    pSpec->strLocationInformation =
-        WTEXT("Port_#") + Decimal(nPort, 4) + WTEXT(".Hub_#") + Decimal(pParent->m_nHubNumber, 4);
+    pSpec->strLocationInformation = WTEXT("Port_#") + Decimal(nPort, 4) + WTEXT(".Hub_#") +
+                                    Decimal(pParent->Spec().nHubNumber, 4);
 }
 
 CSimNode* CSimDeviceTree::Find(DWORD devInst) const
@@ -237,15 +226,12 @@ DWORD CSimDeviceTree::FreeNumber(const WString& strSeed) const
     return devInst;
 }
 
-void CSimDeviceTree::GiveNewNumber(CSimNode& node)
+void CSimDeviceTree::Renumber(CSimNode& node, DWORD devInst, unsigned nGeneration)
 {
-    const DWORD devInst =
-        node.m_nextDevInst != 0
-            ? node.m_nextDevInst
-            : FreeNumber(SeedOf(node.Spec()) + WTEXT("|") + Decimal(node.m_nGeneration));
-    node.m_nextDevInst = 0;
+    if (devInst == 0)
+        devInst = FreeNumber(SeedOf(node.Spec()) + WTEXT("|") + Decimal(nGeneration));
     m_byNumber.erase(node.DevInst());
     if (!m_byNumber.emplace(devInst, &node).second)
         throw std::invalid_argument("instance number is taken");
-    node.m_spec.devInst = devInst;
+    node.Spec().devInst = devInst;
 }

@@ -41,11 +41,11 @@ struct HidNodeOptions
 
 /// The system's device tree: nodes, their places and what comes and goes when. Shared by all
 /// simulated processes. References to nodes stay valid as long as the tree.
-class CSimDeviceTree
+class CSimDeviceTree : public ISimNodeOwner
 {
 public:
     explicit CSimDeviceTree(CSimClock& clock);
-    ~CSimDeviceTree();
+    ~CSimDeviceTree() override;
 
     CSimNode& AddHostController(DWORD devInst = 0);
     CSimNode& AddRootHub(CSimNode& controller, DWORD devInst = 0);
@@ -80,16 +80,13 @@ public:
     void SetLastErrorAfterSuccess(DWORD dwError) { m_dwSuccessError = dwError; }
     DWORD LastErrorAfterSuccess() const { return m_dwSuccessError; }
 
-    CSimClock& Clock() { return m_clock; }
+    CSimClock& Clock() override { return m_clock; }
 
 private:
-    friend class CSimNode;
-
-    CSimNode& Keep(std::unique_ptr<CSimNode> pNode);
     void ComposeUsb(CSimNode* pParent, unsigned nPort, USHORT wVid, USHORT wPid, USHORT wRevision,
                     const WString& strSerial, SimNodeSpec* pSpec) const;
     DWORD FreeNumber(const WString& strSeed) const;
-    void GiveNewNumber(CSimNode& node);
+    void Renumber(CSimNode& node, DWORD devInst, unsigned nGeneration) override;
 
     CSimClock& m_clock;
     std::vector<std::unique_ptr<CSimNode>> m_nodes;

@@ -1,9 +1,9 @@
 #include "sim/machine/CSimNode.h"
 
-#include "sim/machine/CSimDeviceTree.h"
 #include "sim/machine/SimText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -22,10 +22,18 @@ bool MayBePathOf(const WString& strId, const WString& strPath)
 }
 } // namespace
 
-CSimNode::CSimNode(CSimDeviceTree& tree, CSimNode* pParent, SimNodeSpec spec,
-                   ISimUsbDevice* pDevice)
+CSimNode::CSimNode(ISimNodeOwner& tree, CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice)
     : m_tree(tree), m_pParent(pParent), m_spec(std::move(spec)), m_pDevice(pDevice)
-{}
+{
+    if (m_pParent != nullptr)
+        m_pParent->m_children.push_back(this);
+}
+
+void CSimNode::SetOwnDevice(std::unique_ptr<ISimUsbDevice> pDevice)
+{
+    m_pOwnDevice = std::move(pDevice);
+    m_pDevice = m_pOwnDevice.get();
+}
 
 bool CSimNode::IsPresent() const
 {
@@ -122,7 +130,7 @@ void CSimNode::DeviceReturned(bool bNewInstance)
         if (pNode == nullptr)
             continue;
         if (bNewInstance && !pNode->m_bPlugged)
-            m_tree.GiveNewNumber(*pNode);
+            m_tree.Renumber(*pNode, std::exchange(pNode->m_nextDevInst, 0), pNode->m_nGeneration);
         pNode->Plug(true);
     }
 }

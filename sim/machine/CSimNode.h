@@ -7,7 +7,17 @@
 #include <memory>
 #include <vector>
 
-class CSimDeviceTree;
+class CSimNode;
+
+/// What a node asks of the tree that it stands in.
+class ISimNodeOwner
+{
+public:
+    virtual ~ISimNodeOwner() = default;
+    virtual CSimClock& Clock() = 0;
+    /// Gives the node another instance number; devInst 0: derived from place and generation.
+    virtual void Renumber(CSimNode& node, DWORD devInst, unsigned nGeneration) = 0;
+};
 
 /// One object of WMI's power class that belongs to a node.
 struct SimPowerObject
@@ -22,7 +32,8 @@ struct SimPowerObject
 class CSimNode : public ISimPort
 {
 public:
-    CSimNode(CSimDeviceTree& tree, CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice);
+    /// Becomes a child of its parent, which is null for a host controller.
+    CSimNode(ISimNodeOwner& tree, CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice);
 
     SimNodeSpec& Spec() { return m_spec; }
     const SimNodeSpec& Spec() const { return m_spec; }
@@ -37,6 +48,7 @@ public:
     void Plug(bool bPlugged);
 
     ISimUsbDevice* Device() const { return m_pDevice; }
+    void SetOwnDevice(std::unique_ptr<ISimUsbDevice> pDevice); ///< where nobody gave a model
 
     /// The other half of the same hub: it leaves and returns together with this one.
     void SetTwin(CSimNode* pTwin) { m_pTwin = pTwin; }
@@ -75,17 +87,14 @@ public:
     void DeviceReturned(bool bNewInstance) override;
 
 private:
-    friend class CSimDeviceTree;
-
-    CSimDeviceTree& m_tree;
+    ISimNodeOwner& m_tree;
     CSimNode* m_pParent;
     SimNodeSpec m_spec;
     ISimUsbDevice* m_pDevice;
-    std::unique_ptr<ISimUsbDevice> m_pOwnDevice; // the stand-in when nobody gave a model
+    std::unique_ptr<ISimUsbDevice> m_pOwnDevice;
     CSimNode* m_pTwin = nullptr;
     std::vector<CSimNode*> m_children;
     std::vector<SimPowerObject> m_power;
-    unsigned m_nHubNumber = 0;
     unsigned m_nGeneration = 0;
     DWORD m_nextDevInst = 0;
     bool m_bPlugged = true;

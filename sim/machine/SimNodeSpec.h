@@ -32,6 +32,7 @@ struct SimNodeSpec
     bool bWinUsb = false;            ///< WinUSB is its driver
     std::optional<HID_CAPS> hidCaps; ///< there: its interface is a HID collection
     LONG lHidCapsStatus = kHidSuccess;
+    unsigned nHubNumber = 0; ///< the "Hub_#" in the location information of what hangs on it
     /// Node properties by number (37, 4, 3), byte for byte instead of the lists above.
     std::map<DWORD, std::vector<BYTE>> rawProperties;
 };
