@@ -22,7 +22,7 @@ constexpr DWORD kVid = 0x5678;
 
 struct Stage : CFuzzHost
 {
-    Stage() { billboard.Spec().bWinUsb = true; }
+    Stage() { billboard.Traits().bWinUsb = true; }
 
     CSimNode& hub = machine.Tree().AddHub(machine.RootHub(), 1, HubNodeOptions{});
     CSimNode& port = machine.Tree().AddDevice(hub, 2, DeviceNodeOptions{});
@@ -127,9 +127,9 @@ extern "C" int LLVMFuzzerTestOneInput(const BYTE* pData, std::size_t cb)
     static Stage s_stage;
     FuzzedDataProvider input(pData, cb);
     for (const DWORD dwProperty : {kLocationPaths, kHardwareIds, kCompatibleIds})
-        s_stage.hub.Spec().rawProperties[dwProperty] = List(input);
-    s_stage.billboard.Spec().hardwareIds = {Text(input)};
-    s_stage.billboard.Spec().strDescription =
+        s_stage.hub.Traits().rawProperties[dwProperty] = List(input);
+    s_stage.billboard.Traits().hardwareIds = {Text(input)};
+    s_stage.billboard.Traits().strDescription =
         input.ConsumeBool() ? Text(input) : WString(WTEXT("Billboard Device"));
 
     CheckListings(s_stage);

@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const BYTE* pData, std::size_t cb)
 {
     static Stage s_stage;
     const auto caps = CSimHidDevice::Capabilities({pData, pData + cb});
-    s_stage.hid.Spec().hidCaps = caps;
+    s_stage.hid.Traits().hidCaps = caps;
     const bool bVendors = caps && caps->UsagePage == 0xFF70 && caps->Usage == 0x0020;
     Demand(s_stage.transport.KyHid_IsITEHid(s_stage.hid.DevInst()) == (bVendors ? 1 : 0),
            "exactly the vendor's collection is the vendor's");

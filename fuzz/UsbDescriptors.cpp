@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const BYTE* pData, std::size_t cb)
     WString strLocation;
     for (const char ch : input.ConsumeRandomLengthString(300))
         strLocation += static_cast<WCHAR>(ch);
-    s_stage.node.Spec().strLocationInformation = strLocation;
+    s_stage.node.Traits().strLocationInformation = strLocation;
     const int nAcceptSmBus = input.ConsumeBool() ? 1 : 0;
     s_stage.device.Feed(input);
 

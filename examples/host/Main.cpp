@@ -28,7 +28,7 @@ int main()
         .write(reinterpret_cast<const char*>(image.data()),
                static_cast<std::streamsize>(image.size()));
 
-    const bool bUpdated = UpdateHub(node.Spec().locationPaths.front(), path.string());
+    const bool bUpdated = UpdateHub(node.Traits().locationPaths.front(), path.string());
     std::filesystem::remove(path);
     ZelSetPlatform(nullptr);
 

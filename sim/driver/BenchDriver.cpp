@@ -23,7 +23,7 @@ struct Bench
     explicit Bench(std::unique_ptr<IBenchBus> pPlayed) : pBus(std::move(pPlayed))
     {
         for (const auto& pNode : Nodes())
-            paths.push_back(pNode->Spec().interfaces.empty()
+            paths.push_back(pNode->Traits().interfaces.empty()
                                 ? WString()
                                 : pNode->InterfacePath(0).substr(kPathHead));
     }

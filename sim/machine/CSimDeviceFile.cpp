@@ -73,8 +73,8 @@ HANDLE CSimDeviceFile::Open(const WCHAR* pszPath, DWORD /*dwAccess*/, DWORD /*dw
     CSimNode* const pNode = m_machine.Tree().FindByPath(strPath);
     if (pNode == nullptr || !pNode->IsPresent())
         return m_machine.FailInvalid(kErrFileNotFound);
-    if (pNode->Spec().dwOpenError != 0)
-        return m_machine.FailInvalid(pNode->Spec().dwOpenError);
+    if (pNode->Traits().dwOpenError != 0)
+        return m_machine.FailInvalid(pNode->Traits().dwOpenError);
     auto pDevicePath =
         std::make_shared<CSimDevicePath>(*pNode, m_machine.Polls(), m_machine.Time());
     return m_machine.Handles().Add(

@@ -37,7 +37,7 @@ public:
 
 bool HasInterface(const CSimNode& node, const GUID* pClass)
 {
-    const auto& interfaces = node.Spec().interfaces;
+    const auto& interfaces = node.Traits().interfaces;
     if (pClass == nullptr)
         return !interfaces.empty();
     return std::any_of(interfaces.begin(), interfaces.end(), [pClass](const SimInterface& entry) {
@@ -45,26 +45,26 @@ bool HasInterface(const CSimNode& node, const GUID* pClass)
     });
 }
 
-std::vector<BYTE> NodeProperty(const SimNodeSpec& spec, const DEVPROP_KEY& key)
+std::vector<BYTE> NodeProperty(const SimNodeTraits& traits, const DEVPROP_KEY& key)
 {
     if (!SameGuid(key.fmtid, kKeyLocationPaths.fmtid))
         return {};
-    if (const auto it = spec.rawProperties.find(key.pid); it != spec.rawProperties.end())
+    if (const auto it = traits.rawProperties.find(key.pid); it != traits.rawProperties.end())
         return it->second;
     if (key.pid == kKeyLocationPaths.pid)
-        return ListBytes(spec.locationPaths);
+        return ListBytes(traits.locationPaths);
     if (key.pid == kKeyCompatibleIds.pid)
-        return ListBytes(spec.compatibleIds);
-    return key.pid == kKeyHardwareIds.pid ? ListBytes(spec.hardwareIds) : std::vector<BYTE>();
+        return ListBytes(traits.compatibleIds);
+    return key.pid == kKeyHardwareIds.pid ? ListBytes(traits.hardwareIds) : std::vector<BYTE>();
 }
 
-std::vector<BYTE> RegistryProperty(const SimNodeSpec& spec, DWORD dwProperty)
+std::vector<BYTE> RegistryProperty(const SimNodeTraits& traits, DWORD dwProperty)
 {
     if (dwProperty == kPropHardwareId)
-        return ListBytes(spec.hardwareIds);
-    const WString* const pText = dwProperty == kPropDeviceDesc ? &spec.strDescription
+        return ListBytes(traits.hardwareIds);
+    const WString* const pText = dwProperty == kPropDeviceDesc ? &traits.strDescription
                                  : dwProperty == kPropLocationInformation
-                                     ? &spec.strLocationInformation
+                                     ? &traits.strLocationInformation
                                      : nullptr;
     return pText == nullptr || pText->empty() ? std::vector<BYTE>() : TextBytes(*pText);
 }
@@ -72,7 +72,7 @@ std::vector<BYTE> RegistryProperty(const SimNodeSpec& spec, DWORD dwProperty)
 /// The n-th interface of a class (any class for null), or -1.
 int InterfaceAt(const CSimNode& node, const GUID* pClass, DWORD n)
 {
-    const auto& interfaces = node.Spec().interfaces;
+    const auto& interfaces = node.Traits().interfaces;
     for (size_t i = 0; i < interfaces.size(); ++i)
         if ((pClass == nullptr || SameGuid(interfaces[i].guidClass, *pClass)) && n-- == 0)
             return static_cast<int>(i);
@@ -181,7 +181,7 @@ bool CSimDeviceSets::GetInterfaceDetail(HANDLE hSet, const DEVINTERFACE_DATA* pI
     dev.DevInst = static_cast<DWORD>(pInterface->Reserved >> 16);
     const CSetObject::Element* const pElement = pSet->Find(dev);
     const size_t nInterface = (pInterface->Reserved & 0xFFFF) - 1;
-    if (pElement == nullptr || nInterface >= pElement->pNode->Spec().interfaces.size())
+    if (pElement == nullptr || nInterface >= pElement->pNode->Traits().interfaces.size())
         return m_machine.Fail(kErrInvalidParameter);
     const WString strPath = pElement->pNode->InterfacePath(nInterface);
     const size_t cbPath = 2 * (strPath.size() + 1);
@@ -210,7 +210,7 @@ bool CSimDeviceSets::GetRegistryProperty(HANDLE hSet, const DEVINFO_DATA* pDev, 
     const CSetObject::Element* const pElement = pSet->Find(*pDev);
     if (pElement == nullptr)
         return m_machine.Fail(kErrInvalidParameter);
-    const std::vector<BYTE> bytes = RegistryProperty(pElement->pNode->Spec(), dwProperty);
+    const std::vector<BYTE> bytes = RegistryProperty(pElement->pNode->Traits(), dwProperty);
     if (bytes.empty())
         return m_machine.Fail(kErrInvalidData);
     if (pType != nullptr)
@@ -278,8 +278,8 @@ DWORD CSimDeviceSets::GetNodeStatus(DWORD* pStatus, DWORD* pProblem, DWORD devIn
     const CSimNode* const pNode = m_machine.Tree().Find(devInst);
     if (pNode == nullptr || !pNode->IsPresent())
         return pNode == nullptr ? kCrInvalidDevNode : kCrNoSuchDevNode;
-    *pStatus = pNode->Spec().dwStatus;
-    *pProblem = pNode->Spec().dwProblem;
+    *pStatus = pNode->Traits().dwStatus;
+    *pProblem = pNode->Traits().dwProblem;
     return kCrSuccess;
 }
 
@@ -292,7 +292,7 @@ DWORD CSimDeviceSets::GetDeviceId(DWORD devInst, WCHAR* pBuffer, DWORD cch)
     const CSimNode* const pNode = m_machine.Tree().Find(devInst);
     if (pNode == nullptr)
         return kCrInvalidDevNode;
-    const WString& strId = pNode->Spec().strInstanceId;
+    const WString& strId = pNode->Traits().strInstanceId;
     if (strId.size() + 1 > cch)
         return kCrBufferSmall;
     std::memcpy(pBuffer, strId.c_str(), 2 * (strId.size() + 1));
@@ -312,7 +312,7 @@ DWORD CSimDeviceSets::GetNodeProperty(DWORD devInst, const DEVPROP_KEY* pKey, DW
     const CSimNode* const pNode = m_machine.Tree().Find(devInst);
     if (pNode == nullptr)
         return kCrInvalidDevNode;
-    const std::vector<BYTE> bytes = NodeProperty(pNode->Spec(), *pKey);
+    const std::vector<BYTE> bytes = NodeProperty(pNode->Traits(), *pKey);
     if (bytes.empty())
         return kCrNoSuchValue;
     *pType = kDevPropStringList;

@@ -35,15 +35,15 @@ unsigned DepthOf(const CSimNode* pNode)
 WString PlaceSerial(const CSimNode& parent, unsigned nPort)
 {
     return Hex(DepthOf(&parent) + 2, 1) + WTEXT("&") +
-           Hex(SimText::Hash(parent.Spec().strInstanceId) & 0x0FFFFFFF, 7) + WTEXT("&0&") +
+           Hex(SimText::Hash(parent.Traits().strInstanceId) & 0x0FFFFFFF, 7) + WTEXT("&0&") +
            Decimal(nPort);
 }
 
-WString SeedOf(const SimNodeSpec& spec)
+WString SeedOf(const SimNodeTraits& traits)
 {
-    WString strSeed = spec.locationPaths.empty() ? WString() : spec.locationPaths.front();
+    WString strSeed = traits.locationPaths.empty() ? WString() : traits.locationPaths.front();
     strSeed += WTEXT("|");
-    strSeed += spec.hardwareIds.empty() ? spec.strInstanceId : spec.hardwareIds.back();
+    strSeed += traits.hardwareIds.empty() ? traits.strInstanceId : traits.hardwareIds.back();
     return strSeed;
 }
 
@@ -62,32 +62,32 @@ CSimDeviceTree::~CSimDeviceTree() = default;
 CSimNode& CSimDeviceTree::AddHostController(DWORD devInst)
 {
     const unsigned nPlace = m_nControllers++;
-    SimNodeSpec spec;
-    spec.devInst = devInst;
-    spec.strInstanceId = WTEXT("PCI\\VEN_8888&DEV_1400&SUBSYS_00000000&REV_01\\3&11583659&0&") +
-                         Hex(0xA0 + nPlace, 2);
-    spec.hardwareIds = {WTEXT("PCI\\VEN_8888&DEV_1400&SUBSYS_00000000&REV_01"),
-                        WTEXT("PCI\\VEN_8888&DEV_1400&CC_0C0330")};
-    spec.compatibleIds = {WTEXT("PCI\\CC_0C0330"), WTEXT("PCI\\CC_0C03")};
-    spec.locationPaths = {WTEXT("PCIROOT(0)#PCI(") + Hex(0x1400 + nPlace, 4) + WTEXT(")")};
-    spec.strLocationInformation = WTEXT("PCI bus 0, device 20, function ") + Decimal(nPlace);
-    spec.strDescription = WTEXT("USB xHCI Compliant Host Controller");
-    spec.interfaces = {{kGuidUsbHostController, {}}};
-    return AddNode(nullptr, std::move(spec));
+    SimNodeTraits traits;
+    traits.devInst = devInst;
+    traits.strInstanceId = WTEXT("PCI\\VEN_8888&DEV_1400&SUBSYS_00000000&REV_01\\3&11583659&0&") +
+                           Hex(0xA0 + nPlace, 2);
+    traits.hardwareIds = {WTEXT("PCI\\VEN_8888&DEV_1400&SUBSYS_00000000&REV_01"),
+                          WTEXT("PCI\\VEN_8888&DEV_1400&CC_0C0330")};
+    traits.compatibleIds = {WTEXT("PCI\\CC_0C0330"), WTEXT("PCI\\CC_0C03")};
+    traits.locationPaths = {WTEXT("PCIROOT(0)#PCI(") + Hex(0x1400 + nPlace, 4) + WTEXT(")")};
+    traits.strLocationInformation = WTEXT("PCI bus 0, device 20, function ") + Decimal(nPlace);
+    traits.strDescription = WTEXT("USB xHCI Compliant Host Controller");
+    traits.interfaces = {{kGuidUsbHostController, {}}};
+    return AddNode(nullptr, std::move(traits));
 }
 
 CSimNode& CSimDeviceTree::AddRootHub(CSimNode& controller, DWORD devInst)
 {
-    SimNodeSpec spec;
-    spec.devInst = devInst;
-    spec.strInstanceId = WTEXT("USB\\ROOT_HUB30\\") + PlaceSerial(controller, 0);
-    spec.hardwareIds = {WTEXT("USB\\ROOT_HUB30&VID8888&PID1400&REV0001"),
-                        WTEXT("USB\\ROOT_HUB30&VID8888&PID1400"), WTEXT("USB\\ROOT_HUB30")};
-    spec.locationPaths = Below(controller.Spec().locationPaths, WTEXT("#USBROOT(0)"));
-    spec.strDescription = WTEXT("USB Root Hub (USB 3.0)");
-    spec.interfaces = {{kGuidUsbHub, {}}};
-    CSimNode& node = AddNode(&controller, std::move(spec));
-    node.Spec().nHubNumber = ++m_nHubs;
+    SimNodeTraits traits;
+    traits.devInst = devInst;
+    traits.strInstanceId = WTEXT("USB\\ROOT_HUB30\\") + PlaceSerial(controller, 0);
+    traits.hardwareIds = {WTEXT("USB\\ROOT_HUB30&VID8888&PID1400&REV0001"),
+                          WTEXT("USB\\ROOT_HUB30&VID8888&PID1400"), WTEXT("USB\\ROOT_HUB30")};
+    traits.locationPaths = Below(controller.Traits().locationPaths, WTEXT("#USBROOT(0)"));
+    traits.strDescription = WTEXT("USB Root Hub (USB 3.0)");
+    traits.interfaces = {{kGuidUsbHub, {}}};
+    CSimNode& node = AddNode(&controller, std::move(traits));
+    node.Traits().nHubNumber = ++m_nHubs;
     node.PowerObjects() = {{WString(), true}};
     return node;
 }
@@ -95,19 +95,19 @@ CSimNode& CSimDeviceTree::AddRootHub(CSimNode& controller, DWORD devInst)
 CSimNode& CSimDeviceTree::AddHub(CSimNode& parent, unsigned nPort, const HubNodeOptions& options,
                                  ISimUsbDevice* pDevice)
 {
-    SimNodeSpec spec;
-    spec.devInst = options.devInst;
+    SimNodeTraits traits;
+    traits.devInst = options.devInst;
     ComposeUsb(&parent, nPort, options.wVid, options.wPid, options.wRevision, options.strSerial,
-               &spec);
-    spec.compatibleIds = ClassIds(kClassHub, options.bSuperSpeed ? 3 : 2);
-    spec.compatibleIds.insert(spec.compatibleIds.begin(), options.bSuperSpeed
-                                                              ? WTEXT("USB\\USB30_HUB")
-                                                              : WTEXT("USB\\USB20_HUB"));
-    spec.strDescription =
+               &traits);
+    traits.compatibleIds = ClassIds(kClassHub, options.bSuperSpeed ? 3 : 2);
+    traits.compatibleIds.insert(traits.compatibleIds.begin(), options.bSuperSpeed
+                                                                  ? WTEXT("USB\\USB30_HUB")
+                                                                  : WTEXT("USB\\USB20_HUB"));
+    traits.strDescription =
         options.bSuperSpeed ? WTEXT("Generic SuperSpeed USB Hub") : WTEXT("Generic USB Hub");
-    spec.interfaces = {{kGuidUsbHub, {}}};
-    CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
-    node.Spec().nHubNumber = ++m_nHubs;
+    traits.interfaces = {{kGuidUsbHub, {}}};
+    CSimNode& node = AddNode(&parent, std::move(traits), pDevice);
+    node.Traits().nHubNumber = ++m_nHubs;
     node.PowerObjects() = {{WString(), true}};
     if (pDevice == nullptr)
         node.SetOwnDevice(
@@ -133,15 +133,15 @@ CSimNode& CSimDeviceTree::AddHubPair(CSimNode& parent, unsigned nPort, CSimNode&
 CSimNode& CSimDeviceTree::AddDevice(CSimNode& parent, unsigned nPort,
                                     const DeviceNodeOptions& options, ISimUsbDevice* pDevice)
 {
-    SimNodeSpec spec;
-    spec.devInst = options.devInst;
+    SimNodeTraits traits;
+    traits.devInst = options.devInst;
     ComposeUsb(&parent, nPort, options.wVid, options.wPid, options.wRevision, options.strSerial,
-               &spec);
-    spec.compatibleIds = ClassIds(options.byClass, 0);
-    spec.strDescription = options.strDescription;
-    spec.interfaces = {{kGuidUsbDevice, {}}};
-    spec.bWinUsb = options.bWinUsb;
-    CSimNode& node = AddNode(&parent, std::move(spec), pDevice);
+               &traits);
+    traits.compatibleIds = ClassIds(options.byClass, 0);
+    traits.strDescription = options.strDescription;
+    traits.interfaces = {{kGuidUsbDevice, {}}};
+    traits.bWinUsb = options.bWinUsb;
+    CSimNode& node = AddNode(&parent, std::move(traits), pDevice);
     if (pDevice == nullptr)
         node.SetOwnDevice(std::make_unique<CSimPlainDevice>(m_clock, options.wVid, options.wPid,
                                                             options.byClass));
@@ -151,30 +151,30 @@ CSimNode& CSimDeviceTree::AddDevice(CSimNode& parent, unsigned nPort,
 CSimNode& CSimDeviceTree::AddHid(CSimNode& parent, const HidNodeOptions& options,
                                  ISimUsbDevice* pDevice)
 {
-    SimNodeSpec spec;
-    spec.devInst = options.devInst;
+    SimNodeTraits traits;
+    traits.devInst = options.devInst;
     const WString strIds = VidPid(options.wVid, options.wPid);
-    spec.strInstanceId = WTEXT("HID\\") + strIds + WTEXT("\\") + PlaceSerial(parent, 0) +
-                         Decimal(parent.Children().size(), 3);
-    spec.hardwareIds = {WTEXT("HID\\") + strIds + WTEXT("&REV_0100"), WTEXT("HID\\") + strIds};
-    spec.strDescription = WTEXT("HID-compliant vendor-defined device");
-    spec.interfaces = {{kGuidHid, {}}};
+    traits.strInstanceId = WTEXT("HID\\") + strIds + WTEXT("\\") + PlaceSerial(parent, 0) +
+                           Decimal(parent.Children().size(), 3);
+    traits.hardwareIds = {WTEXT("HID\\") + strIds + WTEXT("&REV_0100"), WTEXT("HID\\") + strIds};
+    traits.strDescription = WTEXT("HID-compliant vendor-defined device");
+    traits.interfaces = {{kGuidHid, {}}};
     HID_CAPS caps = {};
     caps.Usage = options.wUsage;
     caps.UsagePage = options.wUsagePage;
     caps.InputReportByteLength = 65;
     caps.OutputReportByteLength = 65;
-    spec.hidCaps = caps;
-    return AddNode(&parent, std::move(spec), pDevice == nullptr ? parent.Device() : pDevice);
+    traits.hidCaps = caps;
+    return AddNode(&parent, std::move(traits), pDevice == nullptr ? parent.Device() : pDevice);
 }
 
-CSimNode& CSimDeviceTree::AddNode(CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice)
+CSimNode& CSimDeviceTree::AddNode(CSimNode* pParent, SimNodeTraits traits, ISimUsbDevice* pDevice)
 {
-    if (spec.devInst == 0)
-        spec.devInst = FreeNumber(SeedOf(spec));
-    else if (m_byNumber.contains(spec.devInst))
+    if (traits.devInst == 0)
+        traits.devInst = FreeNumber(SeedOf(traits));
+    else if (m_byNumber.contains(traits.devInst))
         throw std::invalid_argument("instance number is taken");
-    m_nodes.push_back(std::make_unique<CSimNode>(*this, pParent, std::move(spec), pDevice));
+    m_nodes.push_back(std::make_unique<CSimNode>(*this, pParent, std::move(traits), pDevice));
     CSimNode& node = *m_nodes.back();
     m_byNumber[node.DevInst()] = &node;
     return node;
@@ -182,16 +182,16 @@ CSimNode& CSimDeviceTree::AddNode(CSimNode* pParent, SimNodeSpec spec, ISimUsbDe
 
 void CSimDeviceTree::ComposeUsb(CSimNode* pParent, unsigned nPort, USHORT wVid, USHORT wPid,
                                 USHORT wRevision, const WString& strSerial,
-                                SimNodeSpec* pSpec) const
+                                SimNodeTraits* pTraits) const
 {
     const WString strIds = WTEXT("USB\\") + VidPid(wVid, wPid);
-    pSpec->strInstanceId =
+    pTraits->strInstanceId =
         strIds + WTEXT("\\") + (strSerial.empty() ? PlaceSerial(*pParent, nPort) : strSerial);
-    pSpec->hardwareIds = {strIds + WTEXT("&REV_") + Hex(wRevision, 4), strIds};
-    pSpec->locationPaths =
-        Below(pParent->Spec().locationPaths, WTEXT("#USB(") + Decimal(nPort) + WTEXT(")"));
-    pSpec->strLocationInformation = WTEXT("Port_#") + Decimal(nPort, 4) + WTEXT(".Hub_#") +
-                                    Decimal(pParent->Spec().nHubNumber, 4);
+    pTraits->hardwareIds = {strIds + WTEXT("&REV_") + Hex(wRevision, 4), strIds};
+    pTraits->locationPaths =
+        Below(pParent->Traits().locationPaths, WTEXT("#USB(") + Decimal(nPort) + WTEXT(")"));
+    pTraits->strLocationInformation = WTEXT("Port_#") + Decimal(nPort, 4) + WTEXT(".Hub_#") +
+                                      Decimal(pParent->Traits().nHubNumber, 4);
 }
 
 CSimNode* CSimDeviceTree::Find(DWORD devInst) const
@@ -203,7 +203,7 @@ CSimNode* CSimDeviceTree::Find(DWORD devInst) const
 CSimNode* CSimDeviceTree::FindById(const WString& strId) const
 {
     for (const auto& pNode : m_nodes)
-        if (SimText::SameNoCase(pNode->Spec().strInstanceId, strId))
+        if (SimText::SameNoCase(pNode->Traits().strInstanceId, strId))
             return pNode.get();
     return nullptr;
 }
@@ -229,9 +229,9 @@ DWORD CSimDeviceTree::FreeNumber(const WString& strSeed) const
 void CSimDeviceTree::Renumber(CSimNode& node, DWORD devInst, unsigned nGeneration)
 {
     if (devInst == 0)
-        devInst = FreeNumber(SeedOf(node.Spec()) + WTEXT("|") + Decimal(nGeneration));
+        devInst = FreeNumber(SeedOf(node.Traits()) + WTEXT("|") + Decimal(nGeneration));
     m_byNumber.erase(node.DevInst());
     if (!m_byNumber.emplace(devInst, &node).second)
         throw std::invalid_argument("instance number is taken");
-    node.Spec().devInst = devInst;
+    node.Traits().devInst = devInst;
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <unordered_map>
 
-/// What a hub's node is made from; the rest is composed and can be changed in its Spec.
+/// What a hub's node is made from; the rest is composed and can be changed in its Traits.
 struct HubNodeOptions
 {
     USHORT wVid = 0x1234;
@@ -68,7 +68,7 @@ public:
                      ISimUsbDevice* pDevice = nullptr);
 
     /// A node made by hand; nothing is composed but a missing instance number.
-    CSimNode& AddNode(CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice = nullptr);
+    CSimNode& AddNode(CSimNode* pParent, SimNodeTraits traits, ISimUsbDevice* pDevice = nullptr);
 
     CSimNode* Find(DWORD devInst) const;                ///< present or absent, null: nobody
     CSimNode* FindById(const WString& strId) const;     ///< by instance ID, case ignored
@@ -84,7 +84,7 @@ public:
 
 private:
     void ComposeUsb(CSimNode* pParent, unsigned nPort, USHORT wVid, USHORT wPid, USHORT wRevision,
-                    const WString& strSerial, SimNodeSpec* pSpec) const;
+                    const WString& strSerial, SimNodeTraits* pTraits) const;
     DWORD FreeNumber(const WString& strSeed) const;
     void Renumber(CSimNode& node, DWORD devInst, unsigned nGeneration) override;
 

@@ -28,13 +28,14 @@ BYTE CSimHid::GetPreparsedData(HANDLE hDevice, HANDLE* phData)
     if (!m_machine.Enter("IHid::GetPreparsedData"))
         return 0;
     const auto pFile = m_machine.Handles().Find<CSimDeviceFileObject>(hDevice);
-    if (pFile == nullptr || !pFile->pPath->Node().Spec().hidCaps) {
+    if (pFile == nullptr || !pFile->pPath->Node().Traits().hidCaps) {
         m_machine.Fail(pFile == nullptr ? kErrInvalidHandle : kErrInvalidFunction);
         return 0;
     }
     CSimNode& node = pFile->pPath->Node();
-    *phData = m_machine.Handles().Add("preparsed data", SimText::Narrow(node.Spec().strInstanceId),
-                                      std::make_shared<CPreparsedObject>(node));
+    *phData =
+        m_machine.Handles().Add("preparsed data", SimText::Narrow(node.Traits().strInstanceId),
+                                std::make_shared<CPreparsedObject>(node));
     return 1;
 }
 
@@ -45,10 +46,10 @@ LONG CSimHid::GetCaps(HANDLE hData, HID_CAPS* pCaps)
     const auto pData = m_machine.Handles().Find<CPreparsedObject>(hData);
     if (pData == nullptr)
         return kHidInvalidPreparsedData;
-    const SimNodeSpec& spec = pData->node.Spec();
-    if (spec.lHidCapsStatus == kHidSuccess)
-        *pCaps = spec.hidCaps.value_or(HID_CAPS{});
-    return spec.lHidCapsStatus;
+    const SimNodeTraits& traits = pData->node.Traits();
+    if (traits.lHidCapsStatus == kHidSuccess)
+        *pCaps = traits.hidCaps.value_or(HID_CAPS{});
+    return traits.lHidCapsStatus;
 }
 
 BYTE CSimHid::FreePreparsedData(HANDLE hData)

@@ -4,7 +4,7 @@
 
 class CSimMachine;
 
-/// The HID class services over nodes whose Spec has capabilities.
+/// The HID class services over nodes whose Traits has capabilities.
 class CSimHid : public IHid
 {
 public:

@@ -22,8 +22,9 @@ bool MayBePathOf(const WString& strId, const WString& strPath)
 }
 } // namespace
 
-CSimNode::CSimNode(ISimNodeOwner& tree, CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice)
-    : m_tree(tree), m_pParent(pParent), m_spec(std::move(spec)), m_pDevice(pDevice)
+CSimNode::CSimNode(ISimNodeOwner& tree, CSimNode* pParent, SimNodeTraits traits,
+                   ISimUsbDevice* pDevice)
+    : m_tree(tree), m_pParent(pParent), m_traits(std::move(traits)), m_pDevice(pDevice)
 {
     if (m_pParent != nullptr)
         m_pParent->m_children.push_back(this);
@@ -51,18 +52,18 @@ void CSimNode::Plug(bool bPlugged)
 
 WString CSimNode::InterfacePath(size_t n) const
 {
-    const SimInterface& entry = m_spec.interfaces[n];
+    const SimInterface& entry = m_traits.interfaces[n];
     if (!entry.strPath.empty())
         return entry.strPath;
-    WString strMiddle = SimText::Lower(m_spec.strInstanceId);
+    WString strMiddle = SimText::Lower(m_traits.strInstanceId);
     std::replace(strMiddle.begin(), strMiddle.end(), WCHAR('\\'), WCHAR('#'));
     return WTEXT("\\\\?\\") + strMiddle + WTEXT("#") + SimText::GuidText(entry.guidClass);
 }
 
 bool CSimNode::HasPath(const WString& strPath) const
 {
-    for (size_t i = 0; i < m_spec.interfaces.size(); ++i) {
-        if (m_spec.interfaces[i].strPath.empty() && !MayBePathOf(m_spec.strInstanceId, strPath))
+    for (size_t i = 0; i < m_traits.interfaces.size(); ++i) {
+        if (m_traits.interfaces[i].strPath.empty() && !MayBePathOf(m_traits.strInstanceId, strPath))
             continue;
         if (SimText::SameNoCase(InterfacePath(i), strPath))
             return true;
@@ -73,7 +74,7 @@ bool CSimNode::HasPath(const WString& strPath) const
 WString CSimNode::PowerObjectName(size_t n) const
 {
     const WString& strName = m_power[n].strInstanceName;
-    return strName.empty() ? m_spec.strInstanceId + WTEXT("_0") : strName;
+    return strName.empty() ? m_traits.strInstanceId + WTEXT("_0") : strName;
 }
 
 void CSimNode::SetPowerObject(size_t n, bool bEnabled)

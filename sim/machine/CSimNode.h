@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/machine/SimNodeSpec.h"
+#include "sim/machine/SimNodeTraits.h"
 #include "sim/models/CSimClock.h"
 #include "sim/models/ISimUsbDevice.h"
 
@@ -33,11 +33,11 @@ class CSimNode : public ISimPort
 {
 public:
     /// Becomes a child of its parent, which is null for a host controller.
-    CSimNode(ISimNodeOwner& tree, CSimNode* pParent, SimNodeSpec spec, ISimUsbDevice* pDevice);
+    CSimNode(ISimNodeOwner& tree, CSimNode* pParent, SimNodeTraits traits, ISimUsbDevice* pDevice);
 
-    SimNodeSpec& Spec() { return m_spec; }
-    const SimNodeSpec& Spec() const { return m_spec; }
-    DWORD DevInst() const { return m_spec.devInst; }
+    SimNodeTraits& Traits() { return m_traits; }
+    const SimNodeTraits& Traits() const { return m_traits; }
+    DWORD DevInst() const { return m_traits.devInst; }
     CSimNode* Parent() const { return m_pParent; }
     const std::vector<CSimNode*>& Children() const { return m_children; }
 
@@ -57,7 +57,7 @@ public:
     /// The number that the node gets when its device returns with a new instance (0: derived).
     void SetNextDevInst(DWORD devInst) { m_nextDevInst = devInst; }
 
-    /// The path of interface n; composed when the Spec gives none.
+    /// The path of interface n; composed when the Traits gives none.
     WString InterfacePath(size_t n) const;
     bool HasPath(const WString& strPath) const; ///< any interface's, case ignored
 
@@ -89,7 +89,7 @@ public:
 private:
     ISimNodeOwner& m_tree;
     CSimNode* m_pParent;
-    SimNodeSpec m_spec;
+    SimNodeTraits m_traits;
     ISimUsbDevice* m_pDevice;
     std::unique_ptr<ISimUsbDevice> m_pOwnDevice;
     CSimNode* m_pTwin = nullptr;

@@ -29,7 +29,7 @@ bool CSimWinUsb::Initialize(HANDLE hDevice, HANDLE* phInterface)
         return m_machine.Fail(kErrInvalidHandle);
     if ((pFile->dwFlags & kFlagOverlapped) == 0)
         return m_machine.Fail(kErrInvalidParameter);
-    if (!pFile->pPath->Node().Spec().bWinUsb)
+    if (!pFile->pPath->Node().Traits().bWinUsb)
         return m_machine.Fail(kErrNotEnoughMemory);
     *phInterface = m_machine.Handles().Add("winusb interface", "",
                                            std::make_shared<CWinUsbObject>(std::move(pFile)));

@@ -4,7 +4,7 @@
 
 class CSimMachine;
 
-/// WinUSB over the nodes whose Spec says bWinUsb. A transfer runs when its result is
+/// WinUSB over the nodes whose Traits says bWinUsb. A transfer runs when its result is
 /// asked for; one that takes longer than the wait fails the wait with 258 and stays under way.
 class CSimWinUsb : public IWinUsb
 {

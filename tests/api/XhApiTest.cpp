@@ -65,7 +65,7 @@ TEST_F(Api, LocationThatCannotBeReadDropsTheBindingAndWaitsForNothing)
     EXPECT_TRUE(XH_InitDevice(false));
     for (const std::vector<WString>& paths : kBadLocations) {
         ASSERT_TRUE(XH_OpenDeviceEx2(m_node.DevInst()));
-        m_otherNode.Spec().locationPaths = paths;
+        m_otherNode.Traits().locationPaths = paths;
         const unsigned nSleeps = m_machine.Faults().Calls("IClock::Sleep");
         EXPECT_FALSE(XH_OpenDeviceEx2(m_otherNode.DevInst()));
         EXPECT_EQ(m_machine.Faults().Calls("IClock::Sleep"), nSleeps);

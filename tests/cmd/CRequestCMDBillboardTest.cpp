@@ -100,7 +100,7 @@ TEST_F(Billboard, WithLettersInItsIdsIsNotFound)
     CSimNode& node = Device(1, kInst, 0xBB01, WTEXT("Billboard Device"));
     EXPECT_EQ(m_cmd.KyBBPD_OpenBillBoardDevice(0xBB01, kVid), 0);
     EXPECT_EQ(m_log.Lines().back(), "3" + kOpen + "SetupDiEnumDeviceInfo FAIL,Index is 1\n");
-    node.Spec().hardwareIds = {WTEXT("USB\\VID_5678&PID_bb01")};
+    node.Traits().hardwareIds = {WTEXT("USB\\VID_5678&PID_bb01")};
     EXPECT_NE(m_cmd.KyBBPD_OpenBillBoardDevice(0xBB01, kVid), 0);
 }
 

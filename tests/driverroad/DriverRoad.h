@@ -56,7 +56,7 @@ struct BenchJob : HubJob
 
     static WString PathOf(const CSimNode& node)
     {
-        WString strPath = node.Spec().locationPaths.front();
+        WString strPath = node.Traits().locationPaths.front();
         return strPath;
     }
 };

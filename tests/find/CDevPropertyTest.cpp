@@ -17,7 +17,7 @@ WString Tail(const WString& strPort)
 class DevProperty : public FindTest
 {
 protected:
-    SimNodeSpec& Spec() { return m_hub.Spec(); }
+    SimNodeTraits& Traits() { return m_hub.Traits(); }
 
     CSimNode& m_hub = Hub(3, kHub);
     CDevProperty& m_property = *CDevProperty::GetObj();
@@ -60,7 +60,7 @@ const PLACE kPlaces[] = {
 TEST_F(DevProperty, APlaceIsJudgedByLevelAndPort)
 {
     for (const PLACE& place : kPlaces) {
-        Spec().locationPaths = place.paths;
+        Traits().locationPaths = place.paths;
         EXPECT_EQ(m_property.IsLevelAndPort(place.nLevel, kHub, Tail(place.pszPort)),
                   place.bMatches)
             << place.pszCase;
@@ -69,7 +69,7 @@ TEST_F(DevProperty, APlaceIsJudgedByLevelAndPort)
 
 TEST_F(DevProperty, LogsTheFirstPathByItsLowBytes)
 {
-    Spec().locationPaths = {WTEXT("#USBROOT(0)#USB(1)\u4141"), WTEXT("second")};
+    Traits().locationPaths = {WTEXT("#USBROOT(0)#USB(1)\u4141"), WTEXT("second")};
     const CMessageLog log;
     EXPECT_FALSE(m_property.IsLevelAndPort(4, kHub, Tail(WTEXT("1"))));
     EXPECT_THAT(log.Lines(), ElementsAre("0|CDevProperty::IsLevelNum|Current device location path "
@@ -78,14 +78,14 @@ TEST_F(DevProperty, LogsTheFirstPathByItsLowBytes)
 
 TEST_F(DevProperty, NoPathIsNoLevel)
 {
-    Spec().locationPaths = {};
+    Traits().locationPaths = {};
     (void)m_property.GetLocationPath(kHub);
     EXPECT_FALSE(m_property.IsLevelNum(0));
 }
 
 TEST_F(DevProperty, TheRawPropertyKeepsEveryPathAndTheListsEnd)
 {
-    Spec().locationPaths = {WTEXT("A"), WTEXT("BC")};
+    Traits().locationPaths = {WTEXT("A"), WTEXT("BC")};
     const WString strRaw = m_property.GetLocationPath(kHub);
     // Bytes are taken as characters, so that the second half is zeros.
     EXPECT_EQ(strRaw, WString(WTEXT("A\0BC\0\0"), 6) + WString(6, WCHAR{0}));
@@ -93,28 +93,28 @@ TEST_F(DevProperty, TheRawPropertyKeepsEveryPathAndTheListsEnd)
 
 TEST_F(DevProperty, AnUnterminatedTailIsNoEntry)
 {
-    Spec().rawProperties[3] = {'x'}; // one byte counts as one character
+    Traits().rawProperties[3] = {'x'}; // one byte counts as one character
     EXPECT_FALSE(m_property.HasHardwareId(kHub, WTEXT("x")));
-    Spec().rawProperties[3] = {'x', 0}; // and two as a character and its zero
+    Traits().rawProperties[3] = {'x', 0}; // and two as a character and its zero
     EXPECT_TRUE(m_property.HasHardwareId(kHub, WTEXT("x")));
 }
 
 TEST_F(DevProperty, MoreThan512CharactersAreUnreadable)
 {
     const WString strTooLong(510, WTEXT('x'));
-    Spec().locationPaths = {WTEXT("#USB(1)"), strTooLong};
-    Spec().hardwareIds = {WTEXT("USB\\VID_1234"), strTooLong};
+    Traits().locationPaths = {WTEXT("#USB(1)"), strTooLong};
+    Traits().hardwareIds = {WTEXT("USB\\VID_1234"), strTooLong};
     EXPECT_FALSE(m_property.IsLevelAndPort(1, kHub, Tail(WTEXT("1"))));
     EXPECT_FALSE(m_property.HasHardwareId(kHub, WTEXT("VID_1234")));
 
-    Spec().locationPaths = {WTEXT("#USB(1)"), strTooLong.substr(0, 502)};
+    Traits().locationPaths = {WTEXT("#USB(1)"), strTooLong.substr(0, 502)};
     EXPECT_TRUE(m_property.IsLevelAndPort(1, kHub, Tail(WTEXT("1"))));
 }
 
 TEST_F(DevPropertyDeathTest, APathOfLessThan8CharactersIsFatal)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    Spec().locationPaths = {WTEXT("#USB(1)#USB(2)"), WTEXT("short")};
+    Traits().locationPaths = {WTEXT("#USB(1)#USB(2)"), WTEXT("short")};
     EXPECT_DEATH((void)m_property.IsLevelAndPort(2, kHub, Tail(WTEXT("9"))),
                  "invalid string position");
     EXPECT_TRUE(m_property.IsLevelAndPort(2, kHub, Tail(WTEXT("2")))) << "the first one matched";
@@ -122,9 +122,9 @@ TEST_F(DevPropertyDeathTest, APathOfLessThan8CharactersIsFatal)
 
 TEST_F(DevProperty, AnyCompatibleIdMayTellASuperSpeedHub)
 {
-    Spec().compatibleIds = {WTEXT("USB\\Class_09"), WTEXT("xUSB30_HUBx")};
+    Traits().compatibleIds = {WTEXT("USB\\Class_09"), WTEXT("xUSB30_HUBx")};
     EXPECT_TRUE(m_property.IsU3Hub(kHub));
-    Spec().compatibleIds = {WTEXT("usb30_hub")};
+    Traits().compatibleIds = {WTEXT("usb30_hub")};
     EXPECT_FALSE(m_property.IsU3Hub(kHub));
     EXPECT_FALSE(m_property.IsU3Hub(4711)) << "no such node";
 }

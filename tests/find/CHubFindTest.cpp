@@ -109,7 +109,7 @@ TEST_F(HubFinder, ReadsTheIdsBehindTheirMarks)
         {WTEXT("nothing"), WTEXT(""), WTEXT("")},
     };
     for (const IDENTITY& identity : kIdentities) {
-        hub.Spec().hardwareIds = {identity.pszHwId, WTEXT("USB\\VID_9999&PID_9999")};
+        hub.Traits().hardwareIds = {identity.pszHwId, WTEXT("USB\\VID_9999&PID_9999")};
         ASSERT_TRUE(List());
         EXPECT_EQ(Text(m_pList[0].VID), Text(identity.pszVid));
         EXPECT_EQ(Text(m_pList[0].PID), Text(identity.pszPid));
@@ -136,7 +136,7 @@ TEST_F(HubFinder, ReadsLevelAndPortFromTheFirstPath)
         {WTEXT("PCIROOT(0)#USB(4)"), 0, 0},
     };
     for (const PLACE& place : kPlaces) {
-        hub.Spec().locationPaths = {place.pszPath, WTEXT("USBROOT(0)#USB(9)#USB(9)")};
+        hub.Traits().locationPaths = {place.pszPath, WTEXT("USBROOT(0)#USB(9)#USB(9)")};
         ASSERT_TRUE(List());
         EXPECT_EQ(m_pList[0].Level, place.dwLevel) << testing::PrintToString(Text(place.pszPath));
         EXPECT_EQ(m_pList[0].Port, place.dwPort) << testing::PrintToString(Text(place.pszPath));
@@ -146,8 +146,8 @@ TEST_F(HubFinder, ReadsLevelAndPortFromTheFirstPath)
 TEST_F(HubFinder, WhatCannotBeReadStaysZero)
 {
     CSimNode& hub = MakersHub(1, 5);
-    hub.Spec().locationPaths = {};
-    hub.Spec().hardwareIds = {WString(600, WTEXT('x'))}; // more than the 1,024 bytes
+    hub.Traits().locationPaths = {};
+    hub.Traits().hardwareIds = {WString(600, WTEXT('x'))}; // more than the 1,024 bytes
     ASSERT_TRUE(List());
     EXPECT_EQ(Text(m_pList[0].HwID), Text(WTEXT("")));
     EXPECT_EQ(Text(m_pList[0].LocationPath), Text(WTEXT("")));
@@ -253,10 +253,10 @@ TEST_F(PortListing, AHubWithAProblemOrWithoutStatusOrIdHasNoPorts)
         delete[] m_pList;
         m_pList = nullptr;
     };
-    sick.Spec().dwStatus |= kNodeHasProblem;
+    sick.Traits().dwStatus |= kNodeHasProblem;
     expectOnly102();
-    sick.Spec().dwStatus &= ~kNodeHasProblem;
-    sick.Spec().strInstanceId = WString(200, WTEXT('x')); // one more than fits
+    sick.Traits().dwStatus &= ~kNodeHasProblem;
+    sick.Traits().strInstanceId = WString(200, WTEXT('x')); // one more than fits
     expectOnly102();
     m_machine.Faults().FailAlways("IDeviceTree::GetNodeStatus", kCrFailure);
     EXPECT_EQ(ListPorts(), kFailed);
@@ -264,7 +264,7 @@ TEST_F(PortListing, AHubWithAProblemOrWithoutStatusOrIdHasNoPorts)
 
 TEST_F(PortListing, AChildWithoutAnIdIsListedByItsNumber)
 {
-    Device(Hub(1, 5), 1, 1, 2, 101).Spec().strInstanceId = WString(300, WTEXT('x'));
+    Device(Hub(1, 5), 1, 1, 2, 101).Traits().strInstanceId = WString(300, WTEXT('x'));
     EXPECT_EQ(ListPorts(), 0u);
     EXPECT_EQ(m_pList[0].DevInst, 101u);
     EXPECT_EQ(m_pList[0].VID[0], 0);

@@ -22,7 +22,7 @@ protected:
 
 TEST_F(Matchers, TheFirstLocationPathDecidesWhereTheDeviceHoldsOne)
 {
-    m_hub.Spec().locationPaths = {WTEXT("PATH(1)"), WTEXT("PATH(2)")};
+    m_hub.Traits().locationPaths = {WTEXT("PATH(1)"), WTEXT("PATH(2)")};
     m_dev.strPath = WTEXT("PATH(1)");
     m_dev.nLevel = 5; // not consulted
     EXPECT_TRUE(Topo());
@@ -32,7 +32,7 @@ TEST_F(Matchers, TheFirstLocationPathDecidesWhereTheDeviceHoldsOne)
 
 TEST_F(Matchers, PathsAreComparedByCaseAndShownInTheNarrowCodePage)
 {
-    m_hub.Spec().locationPaths = {WTEXT("path\u00E9")};
+    m_hub.Traits().locationPaths = {WTEXT("path\u00E9")};
     m_dev.strPath = WTEXT("PATH\u00E9");
     EXPECT_FALSE(Topo());
     EXPECT_EQ(m_log.Lines()[1], "1|CTopoMatch::Match|CurrentDevLocationPath:PATH\xC3\xA9\n");
@@ -41,7 +41,7 @@ TEST_F(Matchers, PathsAreComparedByCaseAndShownInTheNarrowCodePage)
 
 TEST_F(Matchers, AnUnreadablePathIsNoPathButAnyPlaceWithoutTopology)
 {
-    m_hub.Spec().locationPaths = {};
+    m_hub.Traits().locationPaths = {};
     m_dev.strPath = WTEXT("PATH");
     EXPECT_FALSE(Topo());
     m_dev.strPath.clear();
@@ -53,7 +53,7 @@ TEST_F(Matchers, AnUnreadablePathIsNoPathButAnyPlaceWithoutTopology)
 
 TEST_F(Matchers, LevelAndPortDecideWhereNoPathIsHeld)
 {
-    m_hub.Spec().locationPaths = {WTEXT("#USBROOT(0)#USB(1)#USB(4)")};
+    m_hub.Traits().locationPaths = {WTEXT("#USBROOT(0)#USB(1)#USB(4)")};
     for (const int nLevel : {1, 2, 3}) {
         for (const int nPort : {4, 5}) {
             m_dev.nLevel = nLevel;
@@ -87,7 +87,7 @@ TEST_F(Matchers, AnIdentityIsFoundInTheHardwareIds)
 {
     for (const IDENTITY& identity : kIdentities) {
         m_dev.ids = identity.ids;
-        m_hub.Spec().hardwareIds = {WTEXT("USB\\OTHER"), identity.pszHardwareId};
+        m_hub.Traits().hardwareIds = {WTEXT("USB\\OTHER"), identity.pszHardwareId};
         EXPECT_EQ(m_vidPid.Match(kHub, &m_dev), identity.bMatches) << identity.pszCase;
     }
 }

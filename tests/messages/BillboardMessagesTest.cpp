@@ -62,7 +62,7 @@ const OpenStory kOpenStories[] = {
      true,
      &BillboardStage::OpenByIds,
      [](BillboardStage& s) {
-         s.pNode->Spec().hardwareIds = {WTEXT("USB\\VID_5678&PID_9002")};
+         s.pNode->Traits().hardwareIds = {WTEXT("USB\\VID_5678&PID_9002")};
          s.Add(2, 62, WTEXT("Billboard Device 2"));
          s.Add(3, 63, WTEXT("BILLBOARD device"));
      }},
@@ -71,7 +71,7 @@ const OpenStory kOpenStories[] = {
      false,
      &BillboardStage::OpenByIds,
      [](BillboardStage& s) {
-         s.pNode->Spec().hardwareIds.clear();
+         s.pNode->Traits().hardwareIds.clear();
          s.Add(2, 62, WTEXT(""));
      }},
     {"billboard_open_no_interface", {"IDeviceTree::EnumDeviceInterfaces"}},

@@ -87,7 +87,7 @@ const FinderStory kStories[] = {
      }},
     {"find_by_location", WithOtherNodes,
      [](CMessageBench& b, CMessageHost<>& h) {
-         WString strPath = b.node.Spec().locationPaths.at(0);
+         WString strPath = b.node.Traits().locationPaths.at(0);
          h.dev.SetTopo(strPath.data());
          EXPECT_TRUE(h.finder.WaitDevConnect(&h.dev, 1));
          EXPECT_FALSE(h.dev.MatchDev(b.machine.RootHub().DevInst()));
@@ -156,7 +156,7 @@ TEST(FinderMessages, TellsThatAHidDeviceCame)
     CMessageHost<> host(bench);
     const CMessageLog log;
     // The HID cycle opens the hub's node as a HID collection once it has that interface.
-    bench.node.Spec().interfaces.push_back({kGuidHid, {}});
+    bench.node.Traits().interfaces.push_back({kGuidHid, {}});
 
     EXPECT_TRUE(host.finder.WaitHidDevConnect(&host.dev, 1));
 

@@ -127,7 +127,7 @@ const Story kOpens[] = {
     {"open_no_interface", {"IDeviceTree::EnumDeviceInterfaces"}},
     {"open_no_detail_size", {"IDeviceTree::GetInterfaceDetail"}},
     {"open_no_detail", {"IDeviceTree::GetInterfaceDetail", 2}},
-    {"open_no_file", {}, [](CMessageBench& b) { b.node.Spec().dwOpenError = kErrAccessDenied; }},
+    {"open_no_file", {}, [](CMessageBench& b) { b.node.Traits().dwOpenError = kErrAccessDenied; }},
     {"open_refused_by_driver", {"IDeviceFile::Control", 1, kErrGenFailure}},
     {"close_refused_by_driver", {"IDeviceFile::Control", 2, kErrGenFailure}},
 };
@@ -261,7 +261,7 @@ const Story kPowerSwitches[] = {
     {"power_companion_problem_node",
      [](CMessageBench& b) {
          NotElevated(b);
-         b.node.Spec().dwStatus |= kNodeHasProblem;
+         b.node.Traits().dwStatus |= kNodeHasProblem;
      }},
     {"power_companion_absent", [](CMessageBench& b) { NotElevated(b).Remove(); }},
     {"power_companion_no_pipe", [](CMessageBench& b) { NotElevated(b).SetPipePresent(false); }},
@@ -304,7 +304,7 @@ TEST(HidMessages, AreThese)
         options.wUsagePage = 0xFF70;
         options.wUsage = 0x0020;
         CSimNode& hid = bench.machine.Tree().AddHid(device, options);
-        hid.Spec().strLocationInformation = WTEXT("Port_#0002.Hub_#0003");
+        hid.Traits().strLocationInformation = WTEXT("Port_#0002.Hub_#0003");
         CPropertyEx transport;
         ASSERT_NE(transport.InitProxyDriver(), 0);
         story.Prepare(bench);

@@ -44,7 +44,7 @@ TEST_F(DeviceFile, IsDrivenByWinUsbWhereTheNodeHasItAndTheOpenIsOverlapped)
     EXPECT_EQ(LastError(), kErrInvalidParameter);
     const HANDLE hFile = Open(node.InterfacePath(0), kFlagOverlapped);
     EXPECT_TRUE(winUsb.Initialize(hFile, &hInterface));
-    node.Spec().bWinUsb = false;
+    node.Traits().bWinUsb = false;
     EXPECT_FALSE(winUsb.Initialize(hFile, &hInterface));
     EXPECT_EQ(LastError(), 8u);
     EXPECT_FALSE(winUsb.Initialize(InvalidHandle(), &hInterface));

@@ -49,7 +49,7 @@ struct StoryHub
     CSimNode* pNode;
 
     DWORD DevInst() const { return pNode->DevInst(); }
-    WString Path() const { return pNode->Spec().locationPaths.front(); }
+    WString Path() const { return pNode->Traits().locationPaths.front(); }
 };
 
 /// A computer whose process uses the shared library, and nothing else of it.

@@ -69,7 +69,7 @@ struct HubBench
 
     /// Makes the world well again: no more faults, and what stays away is plugged in anew.
     void Heal();
-    WString LocationPath() const { return node.Spec().locationPaths.front(); }
+    WString LocationPath() const { return node.Traits().locationPaths.front(); }
 
     CSimMachine machine;
     CSimHub hub;

@@ -12,7 +12,7 @@ constexpr DWORD kDenied = 0x80070005;
 TEST(SelectiveSuspend, OfANodeWithAProblemIsDoneWithoutAQuery)
 {
     CBench bench;
-    bench.node.Spec().dwStatus |= kNodeHasProblem;
+    bench.node.Traits().dwStatus |= kNodeHasProblem;
     DWORD dwOld = 77;
     EXPECT_EQ(bench.Access().TurnOff(CBench::kHub, dwOld), 1);
     EXPECT_EQ(dwOld, 77u) << "nothing was found, so nothing is handed out";

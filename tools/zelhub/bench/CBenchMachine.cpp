@@ -36,9 +36,9 @@ std::vector<WString> Wide(const std::vector<std::string>& texts)
 void Override(CSimNode& node, const BenchNode& bench)
 {
     if (!bench.locationPaths.empty())
-        node.Spec().locationPaths = Wide(bench.locationPaths);
+        node.Traits().locationPaths = Wide(bench.locationPaths);
     if (!bench.hardwareIds.empty())
-        node.Spec().hardwareIds = Wide(bench.hardwareIds);
+        node.Traits().hardwareIds = Wide(bench.hardwareIds);
 }
 
 HubNodeOptions HubOptions(const BenchNode& node)
@@ -230,7 +230,7 @@ void CBenchMachine::AddForeignHub(const BenchForeignHub& hub)
     node.pNode = &m_pMachine->Tree().AddHub(*ParentNode(hub.strParent, false), hub.nPort,
                                             HubOptions(hub), m_plain.back().get());
     Override(*node.pNode, hub);
-    node.pNode->Spec().dwOpenError = hub.dwOpenError;
+    node.pNode->Traits().dwOpenError = hub.dwOpenError;
     m_nodes[hub.strId] = node;
 }
 
@@ -279,9 +279,9 @@ void CBenchMachine::AddHid(const BenchHid& hid)
     collection.wVid = hid.wVid;
     collection.wPid = hid.wPid;
     collection.devInst = hid.dwHidInstance;
-    SimNodeSpec& spec = tree.AddHid(*node.pNode, collection).Spec();
-    spec.hidCaps = CSimHidDevice::Capabilities(hid.report);
-    spec.dwOpenError = hid.dwOpenError;
+    SimNodeTraits& traits = tree.AddHid(*node.pNode, collection).Traits();
+    traits.hidCaps = CSimHidDevice::Capabilities(hid.report);
+    traits.dwOpenError = hid.dwOpenError;
     m_nodes[hid.strId] = node;
 }
 
@@ -432,7 +432,7 @@ std::vector<std::string> CBenchMachine::Ids() const
 std::string CBenchMachine::IdAt(const std::string& strLocation) const
 {
     for (const auto& [strId, node] : m_nodes) {
-        const std::vector<WString>& paths = node.pNode->Spec().locationPaths;
+        const std::vector<WString>& paths = node.pNode->Traits().locationPaths;
         if (!paths.empty() && paths.front() == Wide(strLocation))
             return strId;
     }

@@ -15,8 +15,8 @@ struct SimInterface
 };
 
 /// Everything that the system says about a node. The tree's builders fill it with the texts that
-/// Windows would show; a test overrides whatever it likes, also later (CSimNode::Spec).
-struct SimNodeSpec
+/// Windows would show; a test overrides whatever it likes, also later (CSimNode::Traits).
+struct SimNodeTraits
 {
     DWORD devInst = 0;                  ///< 0: derived from place and VID/PID
     WString strInstanceId;              ///< "USB\VID_1234&PID_5678\5&1A2B3C4&0&1"
