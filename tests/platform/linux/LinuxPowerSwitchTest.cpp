@@ -126,22 +126,4 @@ TEST_F(LinuxPowerSwitch, FailsOnAHubThatWentInTheMiddle)
     EXPECT_EQ(m_pPower->PutSwitch(hObject, WTEXT("Enable"), false), kHrOk);
     EXPECT_EQ(static_cast<DWORD>(m_pPower->PutInstance(m_hServices, hObject, 1)), 0x8007048F);
 }
-
-TEST_F(LinuxPowerSwitch, AnswersOnlyWhatBelongsToTheConversation)
-{
-    Connect();
-    HANDLE h = nullptr;
-    DWORD dwValue = 0;
-    CLinuxPowerSwitch fresh(m_nodes, true);
-    EXPECT_LT(fresh.CreateLocator(&h), 0); // before COM
-    EXPECT_LT(m_pPower->ConnectServer(m_hServices, WTEXT("ROOT\\WMI"), &h), 0);
-    ASSERT_EQ(m_pPower->CreateLocator(&h), kHrOk);
-    EXPECT_LT(m_pPower->ConnectServer(h, WTEXT("ROOT\\CIMV2"), &h), 0);
-    EXPECT_LT(m_pPower->ExecQuery(m_hServices, WTEXT("WQL"), WTEXT("SELECT *"), 0, &h), 0);
-    const HANDLE hObject = Query(kHub1).at(0);
-    EXPECT_LT(m_pPower->GetSwitch(hObject, WTEXT("Disable"), &dwValue), 0);
-    m_pPower->Release(hObject);
-    EXPECT_LT(m_pPower->GetSwitch(hObject, WTEXT("Enable"), &dwValue), 0);
-    EXPECT_LT(m_pPower->PutInstance(m_hServices, hObject, 1), 0);
-}
 } // namespace

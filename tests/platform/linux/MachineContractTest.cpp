@@ -4,11 +4,13 @@
 
 #include "platform/ErrorCodes.h"
 #include "platform/IDeviceTree.h"
+#include "platform/IPowerSwitch.h"
 #include "platform/IProcess.h"
 #include "platform/linux/CLinuxPlatform.h"
 #include "sim/machine/CSimMachine.h"
 
-// What device trees promise, whoever keeps the promise. Every machine has one hub on a root hub.
+// What device trees and power switches promise, whoever keeps the promise. Every machine has one
+// hub on a root hub.
 namespace
 {
 struct LINUX_MACHINE
@@ -144,6 +146,55 @@ TEST_P(DeviceTreeContract, KnowsNobodyByTheNumber0)
     EXPECT_EQ(m_tree.GetParent(nullptr, m_hub.DevInst), kCrInvalidPointer);
 }
 
+using PowerSwitchContract = DeviceTreeContract;
+
+TEST_P(PowerSwitchContract, HoldsOneConversationInItsOrder)
+{
+    constexpr auto Hr = [](DWORD dwCode) { return static_cast<LONG>(dwCode); };
+    const WCHAR* const pszWql = WTEXT("WQL");
+    const WString strQuery = WTEXT("SELECT * FROM MSPower_DeviceEnable WHERE InstanceName LIKE "
+                                   "\"USB\\\\VID[_]1234&PID[_]5678%%\"");
+    IPowerSwitch& power = m_pPlatform->PowerSwitch();
+    HANDLE hLocator = nullptr;
+    HANDLE hServices = nullptr;
+    HANDLE hFound = nullptr;
+    HANDLE hObject = nullptr;
+    DWORD dwValue = 0;
+    WString strName;
+    EXPECT_EQ(power.CreateLocator(&hLocator), Hr(0x800401F0)) << "before COM";
+    EXPECT_EQ(power.InitializeCom(2), kHrOk);
+    EXPECT_EQ(power.InitializeCom(2), kHrFalse);
+    power.UninitializeCom();
+    EXPECT_EQ(power.InitializeSecurity(-1, 1, 4, 0), kHrOk);
+    ASSERT_EQ(power.CreateLocator(&hLocator), kHrOk);
+    EXPECT_EQ(power.ConnectServer(hLocator, WTEXT("ROOT\\CIMV2"), &hServices), Hr(0x8004100E));
+    ASSERT_EQ(power.ConnectServer(hLocator, WTEXT("root\\wmi"), &hServices), kHrOk);
+    EXPECT_EQ(power.ConnectServer(hServices, WTEXT("ROOT\\WMI"), &hFound), Hr(0x80070006));
+    ASSERT_EQ(power.SetProxyBlanket(hServices, 10, 0, 3, 3, 0), kHrOk);
+    EXPECT_EQ(power.ExecQuery(hServices, WTEXT("SQL"), strQuery.c_str(), 0x30, &hFound),
+              Hr(0x80041018));
+    EXPECT_EQ(power.ExecQuery(hServices, pszWql, WTEXT("SELECT *"), 0x30, &hFound), Hr(0x80041017));
+    ASSERT_EQ(power.ExecQuery(hServices, pszWql, strQuery.c_str(), 0x30, &hFound), kHrOk);
+    ASSERT_EQ(power.Next(hFound, -1, &hObject, &dwValue), kHrOk);
+    EXPECT_EQ(dwValue, 1u);
+    EXPECT_EQ(power.Next(hFound, -1, &hLocator, &dwValue), kHrFalse);
+    EXPECT_EQ(dwValue, 0u);
+    EXPECT_EQ(power.GetText(hObject, WTEXT("InstanceName"), &strName), kHrOk);
+    EXPECT_EQ(strName.substr(strName.size() - 2), WTEXT("_0"));
+    EXPECT_EQ(power.GetSwitch(hObject, WTEXT("Disable"), &dwValue), Hr(0x80041002));
+    EXPECT_EQ(power.GetSwitch(hObject, WTEXT("Enable"), &dwValue), kHrOk);
+    EXPECT_EQ(dwValue, 0xFFFFFFFF);
+    EXPECT_EQ(power.PutSwitch(hObject, WTEXT("Enable"), false), kHrOk);
+    EXPECT_EQ(power.GetSwitch(hObject, WTEXT("Enable"), &dwValue), kHrOk);
+    EXPECT_EQ(dwValue, 0u) << "also before it is written back";
+    EXPECT_EQ(power.PutInstance(hServices, hObject, 1), kHrOk);
+    power.Release(hObject);
+    EXPECT_EQ(power.GetSwitch(hObject, WTEXT("Enable"), &dwValue), Hr(0x80070006));
+    EXPECT_EQ(power.PutInstance(hServices, hObject, 1), Hr(0x80070006));
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, DeviceTreeContract, testing::ValuesIn(kMachines),
+                         [](const auto& entry) { return std::string(entry.param.pszName); });
+INSTANTIATE_TEST_SUITE_P(Each, PowerSwitchContract, testing::ValuesIn(kMachines),
                          [](const auto& entry) { return std::string(entry.param.pszName); });
 } // namespace
