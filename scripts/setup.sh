@@ -67,6 +67,7 @@ for group in "${@:-build}"; do
         need qemu-system-x86 has qemu-system-x86_64
         need busybox-static static busybox
         need cpio has cpio
+        need usbutils has lsusb
         kernel=yes
         ;;
     *)
