@@ -79,6 +79,15 @@ std::vector<std::unique_ptr<CServedMachine>>
 CServedMachine::Divide(const BenchDescription& bench, const CVhci& vhci, std::ostream* pLog)
 {
     std::vector<std::unique_ptr<CServedMachine>> machines;
+    // What no kernel could serve is said before what this one lacks.
+    const auto onControllers = [&](const auto& nodes) {
+        for (const BenchNode& node : nodes)
+            (void)ControllerOf(bench, node, node.strParent);
+    };
+    onControllers(bench.hubs);
+    onControllers(bench.foreignHubs);
+    onControllers(bench.billboards);
+    onControllers(bench.devices);
     const auto portOf = [&](const BenchNode& node) {
         return vhci.Port(ControllerOf(bench, node, node.strParent), node.nPort, false);
     };

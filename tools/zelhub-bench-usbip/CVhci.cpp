@@ -56,15 +56,15 @@ CVhci::CVhci()
         m_controllers.push_back(controller);
     }
     const std::string strPorts = ReadWord(ControllerPath(0) / "nports");
-    if (m_controllers.empty() || strPorts.empty())
-        throw CToolError(ExitCode::General, "this kernel has no virtual USB controller",
-                         "Load its module: modprobe vhci-hcd");
-    const size_t nAll = std::stoul(strPorts);
-    m_nPorts = static_cast<unsigned>(nAll / m_controllers.size() / 2);
+    if (!m_controllers.empty() && !strPorts.empty())
+        m_nPorts = static_cast<unsigned>(std::stoul(strPorts) / m_controllers.size() / 2);
 }
 
 VhciPort CVhci::Port(unsigned nController, unsigned nPort, bool bSuperSpeed) const
 {
+    if (m_nPorts == 0)
+        throw CToolError(ExitCode::General, "this kernel has no virtual USB controller",
+                         "Load its module: modprobe vhci-hcd");
     if (nController >= m_controllers.size() || nPort == 0 || nPort > m_nPorts)
         throw CToolError(ExitCode::Usage,
                          "port " + std::to_string(nPort) + " of controller " +

@@ -17,11 +17,10 @@ struct VhciPort
 class CVhci
 {
 public:
-    /// Throws CToolError when the module is not there.
     CVhci();
 
-    /// A port by its controller (from 0) and number (from 1). Throws CToolError (usage) when the
-    /// kernel has none such.
+    /// A port by its controller (from 0) and number (from 1). Throws CToolError when the
+    /// module is not there, or (usage) when the kernel has none such.
     VhciPort Port(unsigned nController, unsigned nPort, bool bSuperSpeed) const;
 
     /// Plugs a device in. @return the other end of its conversation with the kernel, none while
