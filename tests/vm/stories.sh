@@ -252,6 +252,18 @@ lost_at() {
     server plug right && until_true 10 bound 0011
 }
 # Its node is there for a moment more, and must not be taken for it.
+story_return_that_nobody_saw_is_noticed() {
+    local eraser
+    image 0x0300
+    mark
+    zelhub --quiet --hub "path:$right" erase --yes >/tmp/first 2>&1 &
+    eraser=$!
+    until_true 10 eval "since_mark | grep -q '^right 40/00'" && kill -STOP $eraser &&
+        until_true 10 gone 0011 && until_true 10 bound 0011 || return 1
+    kill -CONT $eraser
+    gives 0 wait $eraser || { cat /tmp/first; return 1; }
+    gives 0 zelhub_on right update --force /tmp/0x0300.bin
+}
 story_hub_that_leaves_while_asked_is_lost() {
     lost_at status status && lost_at status version &&
         lost_at read-flash dump /tmp/never --size 65536

@@ -111,6 +111,11 @@ bool CLinuxNodes::ReadEntries()
             continue;
         const std::string strIdentity = m_sysfs.Identity(strFolder);
         std::optional<USB_ENTRY> entry = ReadUsbEntry(m_sysfs, strFolder, *place);
+        // What left and came back between two looks is gone for this one: it has its number again,
+        // and a finder that waits for it to leave would wait in vain for what it missed.
+        if (entry && old != m_entries.end() && entry->strVidPid == old->second.strVidPid &&
+            entry->strDevNum != old->second.strDevNum)
+            continue;
         if (entry && HasItsRights(UsbDeviceFile(m_strDevRoot, *entry))) {
             entry->strIdentity = strIdentity;
             entries.emplace(strName, std::move(*entry));

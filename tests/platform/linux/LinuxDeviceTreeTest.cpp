@@ -390,7 +390,9 @@ TEST_F(LinuxDeviceTree, KnowsAReturningHubAgainAlsoWithNewFirmware)
     EXPECT_EQ(m_asked.Id(dwHub), "USB\\VID_1234&PID_5678&REV_0200");
     EXPECT_EQ(m_asked.DeviceFile(dwHub, kGuidUsbHub), "/bus/usb/001/005");
     m_sysfs.Unplug("1-4");
-    m_sysfs.Add("1-4 1234:5678 hub 480", "usb1"); // gone and back between two looks
+    m_sysfs.Add("1-4 1234:5678 hub 480", "usb1");
+    EXPECT_EQ(Hub(), 0u) << "gone and back between two looks is seen to have gone";
+    EXPECT_EQ(Hub(), dwHub);
     EXPECT_EQ(m_asked.DeviceFile(dwHub, kGuidUsbHub), "/bus/usb/001/006");
 }
 
