@@ -9,6 +9,7 @@ using DeviceFileContract = PlatformContract;
 TEST_P(DeviceFileContract, RefusesWhatIsNotThereOrNotOpen)
 {
     IDeviceFile& files = m_pPlatform->DeviceFile();
+    SetLastError(0);
     EXPECT_EQ(files.Open(WTEXT("\\\\.\\ZelhubNobody"), kGenericRead | kGenericWrite, kShareNone,
                          kOpenExisting, 0),
               InvalidHandle());

@@ -410,6 +410,7 @@ TEST_F(LinuxDeviceTree, WaitsForTheRightsOfADeviceThatJustCame)
     const bool bRoot = ::geteuid() == 0; // whom no mode keeps out
     EXPECT_TRUE(!bRoot || ::seteuid(kNobody) == 0);
     EXPECT_EQ(Hub(), 0u);
+    EXPECT_EQ(Hub(), 0u) << "not for one look alone";
     EXPECT_TRUE(!bRoot || ::seteuid(0) == 0);
     fs::permissions(file, fs::perms(0600));
     EXPECT_NE(Hub(), 0u);
